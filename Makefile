@@ -1,0 +1,38 @@
+# Front door. `make demo` and `make test` do all set-up on a fresh Debian 12 machine.
+.PHONY: deps build release test test-dev test-asan demo fuzz bench clean
+
+deps:
+	@scripts/install-deps.sh
+
+build: deps
+	cmake --preset dev >/dev/null
+	cmake --build --preset dev
+
+release: deps
+	cmake --preset release >/dev/null
+	cmake --build --preset release
+
+test-dev: deps
+	cmake --preset dev >/dev/null
+	cmake --build --preset dev
+	ctest --preset dev
+
+test-asan: deps
+	cmake --preset asan >/dev/null
+	cmake --build --preset asan
+	ctest --preset asan
+
+test: test-dev test-asan
+
+demo: release
+	@scripts/demo.sh build/release
+
+fuzz: deps
+	cmake --preset fuzz >/dev/null
+	cmake --build --preset fuzz
+
+bench: release
+	@echo "Benchmarks are in build/release/bench/; see bench/README.md"
+
+clean:
+	rm -rf build

@@ -1,0 +1,222 @@
+// GSFile: the binary file through which every document is read and written.
+//
+// All multi-byte values are big-endian unless the name says Little. Every read and write returns
+// a 16-bit status: 0 on success, 1 when the worker is missing or moves fewer bytes than needed.
+// A failed read leaves its output unchanged, except where noted.
+//
+// Encodings on disk:
+//   readLongLong          8 bytes: high 32 bits, then low 32 bits
+//   readFloat/readDouble  IEEE (flags 64 / 128 set), else a 32-bit mantissa M and a 16-bit
+//                         exponent E: M * 2^-30 * 2^E (floats: E >= 38 gives FLT_MAX, E < -36 gives 0)
+//   compact signed        1..10 bytes: X = V or ~V; first byte: X & 63, bit 6 = negative,
+//                         bit 7 = more; each further byte 7 bits of X, bit 7 = more
+//   readArrayCount        compact mode: compact signed; otherwise a 32-bit signed value
+//   document ID           the ID's ASCII bytes and one 0 byte
+//
+// Flags: 1 delete on close, 2 owns the worker, bits 2-5 safety mode (initially 1),
+// 64 IEEE floats, 128 IEEE doubles. A new file has flags 6. close() clears 64 and 128.
+// Compact mode: an object table of the newer kind is attached (getUse64Bit()).
+#pragma once
+
+#include "gs/file/GSFileWorker.h"
+#include "gs/filespec/GSFileSpec.h"
+#include "gs/object/GSDynaArray.h"
+#include "gs/text/GSString.h"
+
+class GSObject;
+class GSFileObjectTable;
+
+class GSFile {
+public:
+    enum : unsigned {
+        kDeleteOnClose = 1,
+        kOwnsWorker = 2,
+        kSafetyModeShift = 2,
+        kSafetyModeMask = 0x3C,
+        kStandardFloats = 64,
+        kStandardDoubles = 128,
+    };
+
+    GSFile();
+    explicit GSFile(GSString const& path);
+    GSFile(GSFileSpec const& spec, short followLink);
+    GSFile(long growth, long capacity);
+    explicit GSFile(GSDynaArray<unsigned char> const& bytes);
+    GSFile(GSFile const&) = delete;
+    GSFile& operator=(GSFile const&) = delete;
+    // Closes the file if it is still open; never throws.
+    virtual ~GSFile();
+
+    // --- Construction and opening -------------------------------------------------------------
+    short init(GSFileSpec const& spec, short followLink);
+    // Attaches an existing worker (retained); `owns` decides whether freeing it deletes it.
+    short init(GSFileWorker* worker, short owns);
+    short setFilename(GSString const& path);
+    short setFileSpec(GSFileSpec const& spec);
+    short setAccessMode(char const* mode);
+    short open();
+    // Reading: open, then checkID(id) when an id is given. Writing: mode "wb", open, write the ID.
+    short initWithID(char const* id, short forWriting);
+    short initWithFileSpecAndID(GSFileSpec const& spec, char const* id, short forWriting);
+    // Closes the worker (abort abandons a safe save). With flag 1 set the file is removed and this
+    // object destroyed: the caller must not touch it afterwards.
+    short close(short abort = 0);
+    void freeFileWorker();
+
+    GSFileWorker* getFileWorker() const { return worker; }
+    GSFileSpec getFileSpec() const;
+    GSFileSpec getWorkingFileSpec() const;
+    unsigned getFlags() const { return flags; }
+    void setFlags(unsigned f) { flags = f; }
+    void addFlags(unsigned f) { flags |= f; }
+    int getSafetyMode() const { return static_cast<int>((flags & kSafetyModeMask) >> kSafetyModeShift); }
+    void setSafetyMode(int mode);
+    int getFileFormatVersion(int defaultVersion) const { return formatVersion ? formatVersion : defaultVersion; }
+
+    // --- Positioning ---------------------------------------------------------------------------
+    // Position relative to the file offset; -1 without a worker.
+    long tell() const;
+    // whence 0: absolute from the file offset (a negative position fails, position unchanged);
+    // 1: relative; 2: from the end.
+    short seek(long position, int whence = 0);
+    // The length relative to the file offset; the position is restored. -1 when unknown.
+    long getLength() const;
+    void setFileOffset(long offset) { fileOffset = offset; }
+    long getFileOffset() const { return fileOffset; }
+    short eof() const;
+    short getError() const;
+    bool isOpened() const;
+    bool isMemoryBased() const;
+    void* getMemoryAddress() const;
+
+    // --- Primitive reads -----------------------------------------------------------------------
+    short read(void* buffer, long length);
+    // Whole items read.
+    long read(void* buffer, long size, long count);
+    short readChar(char* value);
+    short readBool(short* value);
+    short readShort(short* value);
+    short readLittleShort(short* value);
+    short readBoolAsShort(short* value);
+    short readIntAsShort(int* value);
+    short readIntAsUShort(int* value);
+    short readLong(int* value);
+    short readInt(int* value) { return readLong(value); }
+    short readLittleLong(int* value);
+    short readLongLong(long* value);
+    short readPointer(void** value);
+    short readLittleLongLong(long* value);
+    short readStandardFloat(float* value);
+    short readLittleStandardFloat(float* value);
+    short readStandardDouble(double* value);
+    short readLittleStandardDouble(double* value);
+    short readFloat(float* value);
+    short readDouble(double* value);
+    // Unsigned big-endian of `width` bytes (0 reads nothing and yields 0).
+    short readULongVariable(unsigned int* value, int width);
+    short readULongLongVariable(unsigned long* value, int width);
+    short readFileSizeVariable(long* value, int width);
+    short readIntXVariable(long* value, int width);
+    // On a failure in the middle the partly assembled value is still stored.
+    short readCompactLongLong(long* value);
+    short readCompactInt(int* value);
+    short readCompactLong(int* value) { return readCompactInt(value); }
+    short readArrayCount(long* value);
+
+    // --- IDs, tokens and text ------------------------------------------------------------------
+    // 1 when the next strlen(token) bytes equal the token (0 without reading for tokens over 255).
+    short isToken(char const* token, short skipWhiteSpace);
+    // 0 when the ID and a 0 byte follow; the position is not restored.
+    short checkID(char const* id);
+    // 1 when the ID and a 0 byte follow; on failure with `restore` seeks back.
+    short hasID(char const* id, short restore);
+    int getChar();
+    short getString(GSString* s, int maximum);
+    short readWhiteSpace();
+    short readToEndOfLine();
+    short isUTF8();
+
+    // --- Primitive writes (each the exact inverse of the read of the same name) -----------------
+    short write(void const* buffer, long length);
+    long write(void const* buffer, long size, long count);
+    short writeChar(char value);
+    short writeBool(short value);
+    short writeShort(short value);
+    short writeBoolAsShort(short value) { return writeShort(value); }
+    short writeIntAsShort(int value) { return writeShort(static_cast<short>(value)); }
+    short writeLittleShort(short value);
+    short writeLong(int value);
+    short writeInt(int value) { return writeLong(value); }
+    short writeLittleLong(int value);
+    short writeLongLong(long value);
+    short writePointer(void* value);
+    short writeStandardFloat(float value);
+    short writeStandardDouble(double value);
+    short writeFloat(float value);
+    short writeDouble(double value);
+    short writeCompactLongLong(long value);
+    short writeCompactInt(int value) { return writeCompactLongLong(value); }
+    short writeCompactLong(int value) { return writeCompactLongLong(value); }
+    short writeArrayCount(long value);
+    short writeUTF8BOM();
+    short putChar(char c);
+    short putString(GSString const& s, short addNewLine);
+    short putLong(int value, int width = 0);
+    short putFloat(float value, int decimals);
+    short flush();
+    short copySize(long n, GSFile* destination);
+    short copyContent(GSFile* destination);
+    void transferWorker(GSFile* destination);
+
+    // --- Objects -------------------------------------------------------------------------------
+    short readObject(GSObject** object);
+    GSObject* readObject();
+    short readObjectReference(GSObject** object);
+    GSObject* readObjectReference();
+    short _readObject(GSObject** object);
+    short skipObject();
+    short _skipObject();
+    short writeObject(GSObject const* object);
+    short writeObjectReference(GSObject const* object);
+    short _writeObject(GSObject const* object);
+    // Throws bad_file when a table is already attached.
+    short startObjectMergingRead();
+    // Throws bad_file when no table is attached.
+    short stopObjectMergingRead();
+    short startObjectMergingWrite(short longPositions);
+    short stopObjectMergingWrite();
+    GSFileObjectTable* getObjectTable() const { return objectTable; }
+    // True in compact mode: an object table of the newer kind is attached.
+    short getUse64Bit() const;
+
+private:
+    unsigned flags = 6;
+    int formatVersion = 0;
+    int compressionDepth = 0;
+    GSFileObjectTable* objectTable = nullptr;
+    GSFileWorker* worker = nullptr;
+    long fileOffset = 0;
+    long reserved = 0;
+};
+
+// Template-friendly forwarding: GSFileRead(file, &x) reads any primitive by its type.
+short GSFileRead(GSFile* file, char* value);
+short GSFileRead(GSFile* file, unsigned char* value);
+short GSFileRead(GSFile* file, short* value);
+short GSFileRead(GSFile* file, unsigned short* value);
+short GSFileRead(GSFile* file, int* value);
+short GSFileRead(GSFile* file, unsigned int* value);
+short GSFileRead(GSFile* file, long* value);
+short GSFileRead(GSFile* file, float* value);
+short GSFileRead(GSFile* file, double* value);
+short GSFileRead(GSFile* file, GSObject** value);
+short GSFileWrite(GSFile* file, char value);
+short GSFileWrite(GSFile* file, unsigned char value);
+short GSFileWrite(GSFile* file, short value);
+short GSFileWrite(GSFile* file, unsigned short value);
+short GSFileWrite(GSFile* file, int value);
+short GSFileWrite(GSFile* file, unsigned int value);
+short GSFileWrite(GSFile* file, long value);
+short GSFileWrite(GSFile* file, float value);
+short GSFileWrite(GSFile* file, double value);
+short GSFileWrite(GSFile* file, GSObject const* value);

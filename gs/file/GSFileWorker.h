@@ -1,0 +1,134 @@
+// GSFileWorker: the byte stream under a GSFile. A reference-counted object with a small set of
+// virtual stream operations; GSFileWorkerStream works on a stdio stream (and carries safe saving),
+// GSFileWorkerMemory on a byte array.
+//
+// Access flags, computed from the mode string by setAccessMode:
+//   1  the mode starts with "r"            2  it starts with anything else, or has "+"
+//   4  the second character is "b"          8  it starts with "w" (create or truncate)
+// The stored mode always has "b" second ("rt" is stored as "rb" without flag 4), then "+" if given.
+#pragma once
+
+#include "gs/filespec/GSFileSpec.h"
+#include "gs/object/GSDynaArray.h"
+#include "gs/object/GSObject.h"
+#include "gs/text/GSString.h"
+
+#include <cstdio>
+
+class GSFileWorker : public GSObject {
+public:
+    enum : unsigned { kRead = 1, kWrite = 2, kBinary = 4, kCreate = 8 };
+
+    GSFileWorker();
+    ~GSFileWorker() override;
+
+    GSRuntimeClass const& getRuntimeClass() const override;
+
+    virtual void* getMemoryAddress() const { return nullptr; }
+    virtual short startCompression(int) { return 0; }
+    virtual short endCompression() { return 0; }
+    // Bytes actually read (0 at the end or on failure).
+    virtual long readData(void* buffer, long length) = 0;
+    // whence: 0 absolute, 1 relative, 2 from the end. 0 on success.
+    virtual short seek(long offset, short whence) = 0;
+    virtual long tell() = 0;
+    virtual short flush() = 0;
+    virtual short eof() = 0;
+    virtual short getError() = 0;
+    virtual short getString(GSString* s, int maximum);
+    virtual short putString(GSString const& s, short addNewLine);
+    virtual short putLong(int value, int width);
+    virtual short putFloat(float value, int decimals);
+    virtual short putChar(char c);
+    // The next byte as 0..255, -1 at the end; outside binary mode every line end reads as 10.
+    virtual int getChar();
+    // Bytes actually written.
+    virtual long _write(void const* buffer, long length) = 0;
+    virtual short _open() = 0;
+    virtual short _close(short abort) = 0;
+    virtual GSFileSpec const& getFileSpec() const { return fileSpec; }
+    virtual GSFileSpec const& getWorkingFileSpec() const { return fileSpec; }
+
+    // 1 when already open; otherwise _open(), setting the opened flag on success.
+    short open();
+    // 1 when not open; ends compression, then _close(abort), clearing the opened flag on success.
+    short close(short abort);
+    long writeData(void const* buffer, long length) { return _write(buffer, length); }
+    void setFileSpec(GSFileSpec const& spec) { fileSpec = spec; }
+    void setAccessMode(char const* mode);
+    char const* getAccessMode() const { return accessMode; }
+    unsigned getAccessFlags() const { return accessFlags; }
+    void setSafetyMode(int mode) { safetyMode = mode; }
+    int getSafetyMode() const { return safetyMode; }
+    bool isOpened() const { return opened != 0; }
+    void setOpened(short value) { opened = value; }
+
+    static GSRuntimeClass gsClassGSFileWorker;
+
+protected:
+    GSFileSpec fileSpec;
+    char accessMode[4] = {'r', 'b', 0, 0};
+    unsigned accessFlags = kRead | kBinary;
+    int safetyMode = 1;
+    short opened = 0;
+    short compressionActive = 0;
+};
+
+class GSFileWorkerStream : public GSFileWorker {
+public:
+    GSFileWorkerStream() = default;
+    // Works on an existing stream, which counts as open; the worker closes it.
+    explicit GSFileWorkerStream(FILE* stream);
+    ~GSFileWorkerStream() override;
+
+    long readData(void* buffer, long length) override;
+    short seek(long offset, short whence) override;
+    long tell() override;
+    short flush() override;
+    short eof() override;
+    short getError() override;
+    short putChar(char c) override;
+    long _write(void const* buffer, long length) override;
+    short _open() override;
+    short _close(short abort) override;
+    GSFileSpec const& getWorkingFileSpec() const override { return workingSpec; }
+
+private:
+    GSFileSpec workingSpec;
+    FILE* stream = nullptr;
+};
+
+class GSFileWorkerMemory : public GSFileWorker {
+public:
+    GSFileWorkerMemory();
+    // Shares the given array's storage; position 0.
+    explicit GSFileWorkerMemory(GSDynaArray<unsigned char> const& bytes);
+    // An empty array with that growth value and initial capacity.
+    GSFileWorkerMemory(long growth, long capacity);
+
+    GSRuntimeClass const& getRuntimeClass() const override;
+    void* getMemoryAddress() const override;
+    long readData(void* buffer, long length) override;
+    // A result outside 0..size is clamped and gives status 1.
+    short seek(long offset, short whence) override;
+    long tell() override { return position; }
+    short flush() override { return 0; }
+    short eof() override { return position == bytes.getCount(); }
+    short getError() override { return 0; }
+    long _write(void const* buffer, long length) override;
+    short _open() override;
+    short _close(short) override { return 0; }
+
+    void setArray(GSDynaArray<unsigned char> const& array);
+    GSDynaArray<unsigned char> const& getArray() const { return bytes; }
+    void empty();
+    void clear();
+    short setSize(long size);
+
+    static GSObject* _createFunction();
+    static GSRuntimeClass gsClassGSFileWorkerMemory;
+
+private:
+    GSDynaArray<unsigned char> bytes;
+    long position = 0;
+};

@@ -1,0 +1,38 @@
+#include "gs/filespec/GSFileSpec.h"
+
+#include "gs/platform/GSPlatformPath.h"
+
+#include <cstring>
+
+GSFileSpec::GSFileSpec(GSString const& p)
+{
+    if (p.isEmpty() || GSPlatformMakeAbsolutePath(p, &path) != 0)
+        path.clear();
+}
+
+GSString GSFileSpec::getFilename() const
+{
+    char const* s = path.c_str();
+    char const* slash = std::strrchr(s, '/');
+    return GSString(slash ? slash + 1 : s, path.getEncoding());
+}
+
+GSString GSFileSpec::getExtension() const
+{
+    GSString name = getFilename();
+    char const* dot = std::strrchr(name.c_str(), '.');
+    if (!dot || dot == name.c_str())
+        return GSString();
+    return GSString(dot + 1, name.getEncoding());
+}
+
+GSString GSFileSpec::getFolderPath() const
+{
+    char const* s = path.c_str();
+    char const* slash = std::strrchr(s, '/');
+    if (!slash)
+        return GSString();
+    if (slash == s)
+        return GSString("/", path.getEncoding());
+    return GSString(s, slash - s, path.getEncoding());
+}

@@ -1,0 +1,67 @@
+#include "gs/object/GSRuntimeClass.h"
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+// Created on first use, so that registration from any static initialiser finds it.
+std::vector<GSRuntimeClass*>& registry()
+{
+    static std::vector<GSRuntimeClass*> classes;
+    return classes;
+}
+
+bool nameLess(GSRuntimeClass const* a, char const* b)
+{
+    return std::strcmp(a->getName().c_str(), b) < 0;
+}
+
+} // namespace
+
+GSRuntimeClass::GSRuntimeClass(GSString const& n, GSRuntimeClass* p, CreateFunction f)
+    : name(n), parent(p), createFunction(f)
+{
+    insertIntoChain(this);
+}
+
+void GSRuntimeClass::insertIntoChain(GSRuntimeClass* c)
+{
+    auto& classes = registry();
+    auto at = std::lower_bound(classes.begin(), classes.end(), c->getName().c_str(), nameLess);
+    classes.insert(at, c);
+}
+
+GSObject* GSRuntimeClass::createObject() const
+{
+    return createFunction ? createFunction() : nullptr;
+}
+
+bool GSRuntimeClass::isDescendantOf(GSRuntimeClass const& c) const
+{
+    for (GSRuntimeClass const* k = parent; k; k = k->parent)
+        if (k == &c)
+            return true;
+    return false;
+}
+
+GSRuntimeClass* GSRuntimeClass::getRuntimeClassForName(GSString const& n)
+{
+    auto& classes = registry();
+    auto at = std::lower_bound(classes.begin(), classes.end(), n.c_str(), nameLess);
+    if (at != classes.end() && std::strcmp((*at)->getName().c_str(), n.c_str()) == 0)
+        return *at;
+    return nullptr;
+}
+
+GSObject* GSRuntimeClass::createObjectForName(GSString const& n)
+{
+    GSRuntimeClass* c = getRuntimeClassForName(n);
+    return c ? c->createObject() : nullptr;
+}
+
+long GSRuntimeClass::getRegisteredCount()
+{
+    return static_cast<long>(registry().size());
+}

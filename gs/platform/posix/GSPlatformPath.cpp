@@ -1,0 +1,42 @@
+#include "gs/platform/GSPlatformPath.h"
+
+#include <climits>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+short GSPlatformMakeAbsolutePath(GSString const& path, GSString* absolute)
+{
+    std::string full;
+    if (path.c_str()[0] != '/') {
+        char cwd[PATH_MAX];
+        if (!getcwd(cwd, sizeof cwd))
+            return 1;
+        full = cwd;
+        full += '/';
+    }
+    full += path.c_str();
+
+    std::vector<std::string> parts;
+    size_t i = 0;
+    while (i <= full.size()) {
+        size_t j = full.find('/', i);
+        if (j == std::string::npos)
+            j = full.size();
+        std::string part = full.substr(i, j - i);
+        if (part == "..") {
+            if (!parts.empty())
+                parts.pop_back();
+        } else if (!part.empty() && part != ".") {
+            parts.push_back(part);
+        }
+        i = j + 1;
+    }
+    std::string out;
+    for (auto const& p : parts)
+        out += "/" + p;
+    if (out.empty())
+        out = "/";
+    *absolute = GSString(out.c_str(), path.getEncoding());
+    return 0;
+}
