@@ -31,7 +31,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, ThumbnailDrawingSize, testing::Values(
     DrawingCase{0, 300, 128, 128, 0, 128},         // zero width: its ratio counts as 1.0
     DrawingCase{99.5, 130.6, 128, 128, 96, 128}    // rounded to 99 x 131 first, then fitted
 ),
-    [](testing::TestParamInfo<DrawingCase> const& info) { return "case" + std::to_string(info.index); });
+    [](testing::TestParamInfo<DrawingCase> const& p) { return "case" + std::to_string(p.index); });
 
 TEST(FitSizeIntoBox, ForcedFitEnlargesAndReportsTheScale)
 {
