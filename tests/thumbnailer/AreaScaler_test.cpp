@@ -1,0 +1,154 @@
+#include "thumbnailer/AreaScaler.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <random>
+#include <vector>
+
+namespace {
+
+std::vector<uint8_t> scale(std::vector<uint8_t> const& src, int sw, int sh, int ch, int dw, int dh, bool* opaque = nullptr)
+{
+    AreaScaler s;
+    EXPECT_EQ(s.start(sw, sh, ch, dw, dh), 0);
+    for (int y = 0; y < sh; ++y)
+        EXPECT_EQ(s.pushRow(src.data() + size_t(y) * size_t(sw) * size_t(ch)), 0);
+    EXPECT_TRUE(s.finished());
+    if (opaque)
+        *opaque = s.opaque();
+    return std::vector<uint8_t>(s.pixels(), s.pixels() + size_t(dw) * size_t(dh) * 4);
+}
+
+// Exact area average in doubles with premultiplied alpha: the reference the integer filter meets.
+std::vector<double> reference(std::vector<uint8_t> const& src, int sw, int sh, int ch, int dw, int dh)
+{
+    std::vector<double> out(size_t(dw) * size_t(dh) * 4);
+    double rx = double(sw) / dw, ry = double(sh) / dh;
+    for (int Y = 0; Y < dh; ++Y)
+        for (int X = 0; X < dw; ++X) {
+            double sum[4] = {0, 0, 0, 0}, area = 0;
+            for (int y = 0; y < sh; ++y) {
+                double oy = std::min(y + 1.0, (Y + 1) * ry) - std::max(double(y), Y * ry);
+                if (oy <= 0)
+                    continue;
+                for (int x = 0; x < sw; ++x) {
+                    double ox = std::min(x + 1.0, (X + 1) * rx) - std::max(double(x), X * rx);
+                    if (ox <= 0)
+                        continue;
+                    uint8_t const* p = &src[(size_t(y) * size_t(sw) + size_t(x)) * size_t(ch)];
+                    double a = ch == 4 ? p[3] / 255.0 : 1.0;
+                    for (int k = 0; k < 3; ++k)
+                        sum[k] += ox * oy * p[k] * a;
+                    sum[3] += ox * oy * a;
+                    area += ox * oy;
+                }
+            }
+            double* o = &out[(size_t(Y) * size_t(dw) + size_t(X)) * 4];
+            for (int k = 0; k < 3; ++k)
+                o[k] = sum[3] > 0 ? sum[k] / sum[3] : 0;
+            o[3] = 255.0 * sum[3] / area;
+        }
+    return out;
+}
+
+}  // namespace
+
+TEST(AreaScaler, AveragesFractionalCoverageExactly)
+{
+    // Three source columns into two: each output covers one and a half source pixels.
+    std::vector<uint8_t> src = {0, 0, 0, 90, 90, 90, 180, 180, 180};
+    auto out = scale(src, 3, 1, 3, 2, 1);
+    EXPECT_EQ(out[0], 30);
+    EXPECT_EQ(out[4], 150);
+    EXPECT_EQ(out[3], 255);
+    // The same down the rows, one column wide.
+    out = scale(src, 1, 3, 3, 1, 2);
+    EXPECT_EQ(out[0], 30);
+    EXPECT_EQ(out[4], 150);
+}
+
+TEST(AreaScaler, TransparentPixelsDoNotBleedColour)
+{
+    // Opaque red beside fully transparent green: the average is red at half coverage.
+    std::vector<uint8_t> src = {255, 0, 0, 255, 0, 255, 0, 0};
+    bool opaque = true;
+    auto out = scale(src, 2, 1, 4, 1, 1, &opaque);
+    EXPECT_EQ(out[0], 255);
+    EXPECT_EQ(out[1], 0);
+    EXPECT_EQ(out[2], 0);
+    EXPECT_EQ(out[3], 128);
+    EXPECT_FALSE(opaque);
+
+    // Fully transparent everywhere: colour is defined as black, not garbage.
+    std::vector<uint8_t> clear = {10, 20, 30, 0, 40, 50, 60, 0};
+    out = scale(clear, 2, 1, 4, 1, 1);
+    EXPECT_EQ(out, (std::vector<uint8_t>{0, 0, 0, 0}));
+}
+
+struct ScaleCase {
+    int sw, sh, ch, dw, dh;
+};
+
+class AreaScalerRatios : public ::testing::TestWithParam<ScaleCase> {};
+
+TEST_P(AreaScalerRatios, MatchesFloatAreaAverageWithinRounding)
+{
+    ScaleCase c = GetParam();
+    std::mt19937 rng(uint32_t(c.sw * 131 + c.dh));
+    std::vector<uint8_t> src(size_t(c.sw) * size_t(c.sh) * size_t(c.ch));
+    for (size_t i = 0; i < src.size(); ++i)
+        src[i] = uint8_t(rng());
+    // Some rows fully opaque so that both alpha paths are taken.
+    if (c.ch == 4)
+        for (int y = 0; y < c.sh; y += 3)
+            for (int x = 0; x < c.sw; ++x)
+                src[(size_t(y) * size_t(c.sw) + size_t(x)) * 4 + 3] = 255;
+    auto out = scale(src, c.sw, c.sh, c.ch, c.dw, c.dh);
+    auto ref = reference(src, c.sw, c.sh, c.ch, c.dw, c.dh);
+    for (size_t i = 0; i < out.size(); ++i) {
+        // Colour of a nearly transparent pixel is ill-defined after 8-bit rounding of alpha.
+        if (i % 4 != 3 && ref[i - i % 4 + 3] < 8)
+            continue;
+        ASSERT_NEAR(out[i], ref[i], 0.51 + 1e-9) << "byte " << i;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, AreaScalerRatios,
+                         ::testing::Values(ScaleCase{97, 61, 3, 13, 7}, ScaleCase{97, 61, 4, 13, 7},
+                                           ScaleCase{64, 64, 4, 64, 64}, ScaleCase{100, 3, 4, 7, 1},
+                                           ScaleCase{5, 200, 3, 1, 19}, ScaleCase{256, 256, 4, 255, 17}));
+
+TEST(AreaScaler, RejectsUpscalingBadSizesAndExtraRows)
+{
+    AreaScaler s;
+    EXPECT_NE(s.start(10, 10, 4, 11, 5), 0);
+    EXPECT_NE(s.start(10, 10, 4, 5, 0), 0);
+    EXPECT_NE(s.start(10, 10, 2, 5, 5), 0);
+    EXPECT_NE(s.start(AreaScaler::kMaxSourceSide + 1, 10, 3, 5, 5), 0);
+    uint8_t row[12] = {};
+    EXPECT_NE(s.pushRow(row), 0);  // not started
+
+    ASSERT_EQ(s.start(4, 2, 3, 2, 1), 0);
+    EXPECT_EQ(s.pushRow(row), 0);
+    EXPECT_FALSE(s.finished());
+    EXPECT_EQ(s.pushRow(row), 0);
+    EXPECT_TRUE(s.finished());
+    EXPECT_NE(s.pushRow(row), 0);
+}
+
+TEST(AreaScaler, LargeOpaqueSumsDoNotOverflow)
+{
+    // The tallest source with the brightest pixels: the vertical sums sit at their 32-bit bound.
+    int const h = AreaScaler::kMaxSourceSide;
+    std::vector<uint8_t> row(2 * 4, 255);
+    AreaScaler s;
+    ASSERT_EQ(s.start(2, h, 4, 1, 1), 0);
+    for (int y = 0; y < h; ++y)
+        ASSERT_EQ(s.pushRow(row.data()), 0);
+    ASSERT_TRUE(s.finished());
+    EXPECT_EQ(s.pixels()[0], 255);
+    EXPECT_EQ(s.pixels()[3], 255);
+    EXPECT_TRUE(s.opaque());
+}
