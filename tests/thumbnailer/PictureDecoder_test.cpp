@@ -1,0 +1,382 @@
+#include "thumbnailer/PictureDecoder.h"
+
+#include <spng.h>
+#include <turbojpeg.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <vector>
+
+using namespace qm;
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// Solid colours in 8 x 8 blocks survive JPEG at quality 100 without chroma subsampling almost exactly.
+Bytes encodeJpeg(Bytes const& pixels, int width, int height, int pixelFormat, int subsampling)
+{
+    tjhandle handle = tjInitCompress();
+    unsigned char* out = nullptr;
+    unsigned long size = 0;
+    int failed = tjCompress2(handle, pixels.data(), width, 0, height, pixelFormat, &out, &size, subsampling, 100,
+                             TJFLAG_ACCURATEDCT);
+    Bytes result;
+    if (!failed)
+        result.assign(out, out + size);
+    tjFree(out);
+    tjDestroy(handle);
+    EXPECT_EQ(failed, 0);
+    return result;
+}
+
+struct PngShape {
+    int colorType = SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
+    int bitDepth = 8;
+    int interlace = 0;
+};
+
+Bytes encodePng(void const* pixels, std::size_t byteCount, std::uint32_t width, std::uint32_t height,
+                PngShape shape, spng_trns* trns = nullptr, spng_text* text = nullptr)
+{
+    spng_ctx* ctx = spng_ctx_new(SPNG_CTX_ENCODER);
+    spng_set_option(ctx, SPNG_ENCODE_TO_BUFFER, 1);
+    spng_ihdr ihdr{};
+    ihdr.width = width;
+    ihdr.height = height;
+    ihdr.bit_depth = static_cast<std::uint8_t>(shape.bitDepth);
+    ihdr.color_type = static_cast<std::uint8_t>(shape.colorType);
+    ihdr.interlace_method = static_cast<std::uint8_t>(shape.interlace);
+    spng_set_ihdr(ctx, &ihdr);
+    if (trns)
+        spng_set_trns(ctx, trns);
+    if (text)
+        spng_set_text(ctx, text, 1);
+    int error = spng_encode_image(ctx, pixels, byteCount, SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE);
+    Bytes result;
+    std::size_t size = 0;
+    if (!error) {
+        auto* out = static_cast<std::uint8_t*>(spng_get_png_buffer(ctx, &size, &error));
+        if (out)
+            result.assign(out, out + size);
+        std::free(out);
+    }
+    spng_ctx_free(ctx);
+    EXPECT_EQ(error, 0) << spng_strerror(error);
+    return result;
+}
+
+// RGBA picture of 8 x 8 blocks, block (bx, by) coloured by `colour(bx, by)`.
+template <class Colour>
+Bytes blockPicture(int width, int height, Colour colour)
+{
+    Bytes p(std::size_t(width) * height * 4);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            auto c = colour(x / 8, y / 8);
+            std::uint8_t* q = &p[(std::size_t(y) * width + x) * 4];
+            q[0] = c[0], q[1] = c[1], q[2] = c[2], q[3] = 255;
+        }
+    return p;
+}
+
+std::array<std::uint8_t, 3> quadrantColour(int bx, int by)
+{
+    static constexpr std::uint8_t colours[4][3] = {{250, 20, 10}, {10, 30, 240}, {20, 200, 40}, {240, 240, 240}};
+    auto const* c = colours[(bx & 1) + 2 * (by & 1)];
+    return {c[0], c[1], c[2]};
+}
+
+void expectNear(std::uint8_t const* got, std::array<std::uint8_t, 3> want, int tolerance, char const* where)
+{
+    for (int i = 0; i < 3; ++i)
+        EXPECT_NEAR(got[i], want[i], tolerance) << where << " channel " << i;
+    EXPECT_EQ(got[3], 255) << where;
+}
+
+std::uint32_t crc32(std::uint8_t const* p, std::size_t n)
+{
+    std::uint32_t c = 0xFFFFFFFFu;
+    for (std::size_t i = 0; i < n; ++i) {
+        c ^= p[i];
+        for (int k = 0; k < 8; ++k)
+            c = (c >> 1) ^ (0xEDB88320u & (0u - (c & 1)));
+    }
+    return ~c;
+}
+
+void putBig32(std::uint8_t* p, std::uint32_t v)
+{
+    p[0] = std::uint8_t(v >> 24), p[1] = std::uint8_t(v >> 16), p[2] = std::uint8_t(v >> 8), p[3] = std::uint8_t(v);
+}
+
+// A PNG whose header claims width x height, with a correct header checksum.
+Bytes pngClaiming(std::uint32_t width, std::uint32_t height)
+{
+    std::uint8_t pixel[4] = {1, 2, 3, 4};
+    Bytes png = encodePng(pixel, 4, 1, 1, {});
+    // Signature (8), IHDR length (4), "IHDR" (4), width, height, ... , CRC after the 13 data bytes.
+    putBig32(&png[16], width);
+    putBig32(&png[20], height);
+    putBig32(&png[29], crc32(&png[12], 17));
+    return png;
+}
+
+// A JPEG whose frame header claims width x height; the scan data is that of a 16 x 16 picture.
+Bytes jpegClaiming(std::uint16_t width, std::uint16_t height)
+{
+    Bytes jpeg = encodeJpeg(blockPicture(16, 16, quadrantColour), 16, 16, TJPF_RGBA, TJSAMP_444);
+    for (std::size_t i = 2; i + 9 < jpeg.size(); ++i) {
+        if (jpeg[i] == 0xFF && jpeg[i + 1] == 0xC0) { // baseline frame: length, precision, height, width
+            jpeg[i + 5] = std::uint8_t(height >> 8), jpeg[i + 6] = std::uint8_t(height);
+            jpeg[i + 7] = std::uint8_t(width >> 8), jpeg[i + 8] = std::uint8_t(width);
+            return jpeg;
+        }
+    }
+    ADD_FAILURE() << "no baseline frame header";
+    return jpeg;
+}
+
+TEST(PictureType, MapsDocumentTypesToFormats)
+{
+    PictureFormat f = PictureFormat::png;
+    EXPECT_TRUE(pictureFormatForType(2, &f));
+    EXPECT_EQ(f, PictureFormat::jpeg);
+    EXPECT_TRUE(pictureFormatForType(3, &f));
+    EXPECT_EQ(f, PictureFormat::png);
+    f = PictureFormat::jpeg;
+    EXPECT_TRUE(pictureFormatForType(5, &f));
+    EXPECT_EQ(f, PictureFormat::png);
+    for (short other : {0, 1, 4, 6, -1, 0x102, 0x103})
+        EXPECT_FALSE(pictureFormatForType(other, &f)) << other;
+}
+
+TEST(JpegDecode, DecodesColoursAndSize)
+{
+    Bytes jpeg = encodeJpeg(blockPicture(32, 16, quadrantColour), 32, 16, TJPF_RGBA, TJSAMP_444);
+    RGBAImage image;
+    ASSERT_EQ(decodePicture(jpeg.data(), jpeg.size(), PictureFormat::jpeg, {}, &image), PictureStatus::ok);
+    ASSERT_EQ(image.width(), 32u);
+    ASSERT_EQ(image.height(), 16u);
+    EXPECT_EQ(image.stride(), 128u);
+    // The centre of each block keeps its colour.
+    for (int by = 0; by < 2; ++by)
+        for (int bx = 0; bx < 4; ++bx)
+            expectNear(image.row(std::uint32_t(by * 8 + 4)) + (bx * 8 + 4) * 4, quadrantColour(bx, by), 3, "block");
+}
+
+TEST(JpegDecode, GreyscaleBecomesOpaqueGrey)
+{
+    Bytes grey(16 * 8, 90);
+    for (int i = 0; i < 8; ++i)
+        for (int x = 8; x < 16; ++x)
+            grey[std::size_t(i) * 16 + x] = 200;
+    Bytes jpeg = encodeJpeg(grey, 16, 8, TJPF_GRAY, TJSAMP_GRAY);
+    RGBAImage image;
+    ASSERT_EQ(decodePicture(jpeg.data(), jpeg.size(), PictureFormat::jpeg, {}, &image), PictureStatus::ok);
+    expectNear(image.row(4) + 2 * 4, {90, 90, 90}, 2, "left");
+    expectNear(image.row(4) + 12 * 4, {200, 200, 200}, 2, "right");
+}
+
+TEST(JpegDecode, InvertedCmykIsConvertedToRgb)
+{
+    // Stored CMYK values as Adobe writes them: 255 means no ink. C=255, M=0, Y=255, K=255 is pure
+    // magenta ink: red and blue full, green none.
+    Bytes cmyk(8 * 8 * 4);
+    for (std::size_t i = 0; i < cmyk.size(); i += 4)
+        cmyk[i] = 255, cmyk[i + 1] = 0, cmyk[i + 2] = 255, cmyk[i + 3] = 255;
+    Bytes jpeg = encodeJpeg(cmyk, 8, 8, TJPF_CMYK, TJSAMP_444);
+    RGBAImage image;
+    ASSERT_EQ(decodePicture(jpeg.data(), jpeg.size(), PictureFormat::jpeg, {}, &image), PictureStatus::ok);
+    expectNear(image.row(3) + 3 * 4, {255, 0, 255}, 3, "magenta");
+}
+
+TEST(JpegDecode, ScaledDecodeKeepsBlockColoursAtAnEighth)
+{
+    Bytes jpeg = encodeJpeg(blockPicture(64, 32, quadrantColour), 64, 32, TJPF_RGBA, TJSAMP_444);
+    RGBAImage image;
+    ASSERT_EQ(decodeJpegScaled(jpeg.data(), jpeg.size(), 8, {}, &image), PictureStatus::ok);
+    ASSERT_EQ(image.width(), 8u);
+    ASSERT_EQ(image.height(), 4u);
+    for (std::uint32_t y = 0; y < 4; ++y)
+        for (int x = 0; x < 8; ++x)
+            expectNear(image.row(y) + x * 4, quadrantColour(x, int(y)), 4, "pixel");
+
+    ASSERT_EQ(decodeJpegScaled(jpeg.data(), jpeg.size(), 2, {}, &image), PictureStatus::ok);
+    EXPECT_EQ(image.width(), 32u);
+    EXPECT_EQ(image.height(), 16u);
+}
+
+TEST(JpegDecode, ScaledSidesRoundUp)
+{
+    Bytes jpeg = encodeJpeg(Bytes(17 * 9, 128), 17, 9, TJPF_GRAY, TJSAMP_GRAY);
+    RGBAImage image;
+    ASSERT_EQ(decodeJpegScaled(jpeg.data(), jpeg.size(), 8, {}, &image), PictureStatus::ok);
+    EXPECT_EQ(image.width(), 3u);
+    EXPECT_EQ(image.height(), 2u);
+    EXPECT_EQ(jpegScaledSide(801, 8), 101u);
+    EXPECT_EQ(jpegScaledSide(0xFFFFFFFFu, 2), 0x80000000u);
+    EXPECT_EQ(decodeJpegScaled(jpeg.data(), jpeg.size(), 3, {}, &image), PictureStatus::unsupported);
+    EXPECT_TRUE(image.isEmpty());
+}
+
+TEST(JpegDecode, ScaleDenominatorKeepsAtLeastTheWantedSize)
+{
+    EXPECT_EQ(jpegScaleDenominatorFor(2048, 1536, 256, 256), 4u);   // 512 x 384; 1/8 would give 192 high
+    EXPECT_EQ(jpegScaleDenominatorFor(2048, 2048, 256, 256), 8u);   // exactly 256
+    EXPECT_EQ(jpegScaleDenominatorFor(2049, 2049, 257, 257), 8u);   // 257 after rounding up
+    EXPECT_EQ(jpegScaleDenominatorFor(300, 300, 256, 256), 1u);
+    EXPECT_EQ(jpegScaleDenominatorFor(4096, 100, 256, 0), 8u);      // no bound on the height
+    EXPECT_EQ(jpegScaleDenominatorFor(0, 0, 1, 1), 1u);
+}
+
+TEST(PngDecode, RgbaRoundTripsExactly)
+{
+    Bytes pixels(5 * 3 * 4);
+    for (std::size_t i = 0; i < pixels.size(); ++i)
+        pixels[i] = std::uint8_t(i * 37 + 11);
+    Bytes png = encodePng(pixels.data(), pixels.size(), 5, 3, {});
+    RGBAImage image;
+    ASSERT_EQ(decodePicture(png.data(), png.size(), PictureFormat::png, {}, &image), PictureStatus::ok);
+    ASSERT_EQ(image.width(), 5u);
+    ASSERT_EQ(image.height(), 3u);
+    EXPECT_EQ(Bytes(image.data(), image.data() + image.byteCount()), pixels);
+}
+
+TEST(PngDecode, ExpandsGreySixteenBitAndInterlacedPictures)
+{
+    std::uint8_t grey[4] = {0, 100, 200, 255};
+    Bytes png = encodePng(grey, 4, 2, 2, {SPNG_COLOR_TYPE_GRAYSCALE, 8, 0});
+    RGBAImage image;
+    ASSERT_EQ(decodePicture(png.data(), png.size(), PictureFormat::png, {}, &image), PictureStatus::ok);
+    EXPECT_EQ(Bytes(image.data(), image.data() + 16),
+              (Bytes{0, 0, 0, 255, 100, 100, 100, 255, 200, 200, 200, 255, 255, 255, 255, 255}));
+
+    // 16-bit RGB (the encoder takes host-order samples): the high byte survives.
+    std::uint16_t deep[3] = {0x1234, 0xABCD, 0xFF00};
+    png = encodePng(deep, sizeof deep, 1, 1, {SPNG_COLOR_TYPE_TRUECOLOR, 16, 0});
+    ASSERT_EQ(decodePicture(png.data(), png.size(), PictureFormat::png, {}, &image), PictureStatus::ok);
+    EXPECT_EQ(Bytes(image.data(), image.data() + 4), (Bytes{0x12, 0xAB, 0xFF, 255}));
+
+    Bytes pixels(9 * 9 * 4);
+    for (std::size_t i = 0; i < pixels.size(); ++i)
+        pixels[i] = std::uint8_t(i * 7);
+    png = encodePng(pixels.data(), pixels.size(), 9, 9, {SPNG_COLOR_TYPE_TRUECOLOR_ALPHA, 8, 1});
+    ASSERT_EQ(decodePicture(png.data(), png.size(), PictureFormat::png, {}, &image), PictureStatus::ok);
+    EXPECT_EQ(Bytes(image.data(), image.data() + image.byteCount()), pixels);
+}
+
+TEST(PngDecode, AppliesTheTransparentColour)
+{
+    std::uint8_t rgb[6] = {10, 20, 30, 40, 50, 60};
+    spng_trns trns{};
+    trns.red = 40, trns.green = 50, trns.blue = 60;
+    Bytes png = encodePng(rgb, 6, 2, 1, {SPNG_COLOR_TYPE_TRUECOLOR, 8, 0}, &trns);
+    RGBAImage image;
+    ASSERT_EQ(decodePicture(png.data(), png.size(), PictureFormat::png, {}, &image), PictureStatus::ok);
+    EXPECT_EQ(Bytes(image.data(), image.data() + 8), (Bytes{10, 20, 30, 255, 40, 50, 60, 0}));
+}
+
+TEST(PictureLimits, RefuseAHugeHeaderBeforeDecoding)
+{
+    // The scan data is far too short for the claimed size: had the decode started, it would have
+    // failed as corrupt; the limits answer first, from the header alone.
+    Bytes jpeg = jpegClaiming(60000, 60000);
+    RGBAImage image;
+    EXPECT_EQ(decodePicture(jpeg.data(), jpeg.size(), PictureFormat::jpeg, {}, &image), PictureStatus::tooLarge);
+    EXPECT_TRUE(image.isEmpty());
+    PictureInfo info;
+    EXPECT_EQ(readPictureInfo(jpeg.data(), jpeg.size(), PictureFormat::jpeg, {}, &info), PictureStatus::tooLarge);
+    EXPECT_EQ(info.width, 60000u);
+    EXPECT_EQ(info.height, 60000u);
+
+    Bytes small = jpegClaiming(600, 600);
+    EXPECT_EQ(decodePicture(small.data(), small.size(), PictureFormat::jpeg, {}, &image), PictureStatus::corrupt);
+
+    Bytes png = pngClaiming(60000, 60000);
+    EXPECT_EQ(decodePicture(png.data(), png.size(), PictureFormat::png, {}, &image), PictureStatus::tooLarge);
+    EXPECT_EQ(readPictureInfo(png.data(), png.size(), PictureFormat::png, {}, &info), PictureStatus::tooLarge);
+    EXPECT_EQ(info.width, 60000u);
+    // A side above the PNG decoder's own limit is refused by libspng itself.
+    png = pngClaiming(70000, 1);
+    EXPECT_EQ(decodePicture(png.data(), png.size(), PictureFormat::png, {}, &image), PictureStatus::tooLarge);
+}
+
+TEST(PictureLimits, EachBoundCountsOnItsOwn)
+{
+    Bytes jpeg = encodeJpeg(blockPicture(32, 16, quadrantColour), 32, 16, TJPF_RGBA, TJSAMP_444);
+    std::uint8_t pixels[32 * 16 * 4] = {};
+    Bytes png = encodePng(pixels, sizeof pixels, 32, 16, {});
+    struct Case {
+        PictureLimits limits;
+        PictureStatus expected;
+    };
+    PictureLimits exact;
+    exact.maxWidth = 32, exact.maxHeight = 16, exact.maxPixels = 512;
+    PictureLimits narrow = exact;
+    narrow.maxWidth = 31;
+    PictureLimits low = exact;
+    low.maxHeight = 15;
+    PictureLimits few = exact;
+    few.maxPixels = 511;
+    for (Case c : {Case{exact, PictureStatus::ok}, Case{narrow, PictureStatus::tooLarge},
+                   Case{low, PictureStatus::tooLarge}, Case{few, PictureStatus::tooLarge}}) {
+        RGBAImage image;
+        EXPECT_EQ(decodePicture(jpeg.data(), jpeg.size(), PictureFormat::jpeg, c.limits, &image), c.expected);
+        EXPECT_EQ(decodePicture(png.data(), png.size(), PictureFormat::png, c.limits, &image), c.expected);
+        EXPECT_EQ(image.isEmpty(), c.expected != PictureStatus::ok);
+    }
+}
+
+TEST(PictureLimits, PngChunkCacheLimitRefusesALargeTextChunk)
+{
+    std::uint8_t pixel[4] = {1, 2, 3, 4};
+    std::string words(4000, 'x');
+    spng_text text{};
+    std::snprintf(text.keyword, sizeof text.keyword, "Comment");
+    text.type = SPNG_TEXT;
+    text.length = words.size();
+    text.text = words.data();
+    Bytes png = encodePng(pixel, 4, 1, 1, {}, nullptr, &text);
+    PictureLimits limits;
+    RGBAImage image;
+    ASSERT_EQ(decodePicture(png.data(), png.size(), PictureFormat::png, limits, &image), PictureStatus::ok);
+    limits.maxPngChunkCacheBytes = 1000; // below the chunk bound, which follows it down
+    EXPECT_EQ(decodePicture(png.data(), png.size(), PictureFormat::png, limits, &image), PictureStatus::tooLarge);
+    EXPECT_TRUE(image.isEmpty());
+}
+
+TEST(PictureDecode, RefusesDamagedOrForeignBytes)
+{
+    Bytes jpeg = encodeJpeg(blockPicture(16, 16, quadrantColour), 16, 16, TJPF_RGBA, TJSAMP_444);
+    std::uint8_t pixels[16 * 16 * 4] = {};
+    Bytes png = encodePng(pixels, sizeof pixels, 16, 16, {});
+    RGBAImage image;
+    auto decode = [&](Bytes const& b, PictureFormat f) { return decodePicture(b.data(), b.size(), f, {}, &image); };
+
+    EXPECT_EQ(decode(png, PictureFormat::jpeg), PictureStatus::corrupt); // a PNG is no JPEG
+    EXPECT_EQ(decode(jpeg, PictureFormat::png), PictureStatus::corrupt);
+    EXPECT_EQ(decode(Bytes{}, PictureFormat::jpeg), PictureStatus::corrupt);
+    EXPECT_EQ(decode(Bytes{}, PictureFormat::png), PictureStatus::corrupt);
+
+    Bytes cut(jpeg.begin(), jpeg.end() - 40); // scan data cut short: no partial picture
+    EXPECT_EQ(decode(cut, PictureFormat::jpeg), PictureStatus::corrupt);
+    EXPECT_TRUE(image.isEmpty());
+
+    Bytes damaged = png;
+    damaged[damaged.size() - 20] ^= 0x55; // inside the last IDAT: its checksum no longer matches
+    EXPECT_EQ(decode(damaged, PictureFormat::png), PictureStatus::corrupt);
+    EXPECT_TRUE(image.isEmpty());
+    Bytes shortPng(png.begin(), png.begin() + 40);
+    EXPECT_EQ(decode(shortPng, PictureFormat::png), PictureStatus::corrupt);
+}
+
+TEST(PictureStatusName, NamesEveryStatus)
+{
+    EXPECT_STREQ(pictureStatusName(PictureStatus::ok), "ok");
+    EXPECT_STREQ(pictureStatusName(PictureStatus::tooLarge), "too large");
+    EXPECT_STREQ(pictureStatusName(static_cast<PictureStatus>(99)), "unknown");
+}
+
+} // namespace

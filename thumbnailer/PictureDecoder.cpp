@@ -1,0 +1,288 @@
+#include "thumbnailer/PictureDecoder.h"
+
+#include <spng.h>
+#include <turbojpeg.h>
+
+#include <climits>
+#include <new>
+
+namespace qm {
+
+char const* pictureStatusName(PictureStatus status)
+{
+    switch (status) {
+    case PictureStatus::ok: return "ok";
+    case PictureStatus::corrupt: return "corrupt";
+    case PictureStatus::tooLarge: return "too large";
+    case PictureStatus::noMemory: return "out of memory";
+    case PictureStatus::unsupported: return "unsupported";
+    }
+    return "unknown";
+}
+
+bool pictureFormatForType(short pictureType, PictureFormat* format)
+{
+    switch (pictureType) {
+    case 2: *format = PictureFormat::jpeg; return true;
+    case 3:
+    case 5: *format = PictureFormat::png; return true;
+    default: return false;
+    }
+}
+
+void RGBAImage::clear()
+{
+    pixels.reset();
+    w = h = 0;
+}
+
+bool RGBAImage::allocate(std::uint32_t width, std::uint32_t height)
+{
+    clear();
+    std::size_t bytes;
+    if (width == 0 || height == 0 || __builtin_mul_overflow(std::size_t(width), std::size_t(height), &bytes) ||
+        __builtin_mul_overflow(bytes, std::size_t(4), &bytes))
+        return false;
+    pixels.reset(new (std::nothrow) std::uint8_t[bytes]);
+    if (!pixels)
+        return false;
+    w = width;
+    h = height;
+    return true;
+}
+
+namespace {
+
+bool withinLimits(std::uint32_t width, std::uint32_t height, PictureLimits const& limits)
+{
+    // Both sides are below 2^32, so the product fits in 64 bits.
+    return width <= limits.maxWidth && height <= limits.maxHeight &&
+           std::uint64_t(width) * height <= limits.maxPixels;
+}
+
+// ---- JPEG ----
+
+struct JpegHandle {
+    tjhandle handle = tjInitDecompress();
+    JpegHandle() = default;
+    JpegHandle(JpegHandle const&) = delete;
+    JpegHandle& operator=(JpegHandle const&) = delete;
+    ~JpegHandle()
+    {
+        if (handle)
+            tjDestroy(handle);
+    }
+};
+
+struct JpegHeader {
+    int width = 0;
+    int height = 0;
+    int colorspace = 0;
+};
+
+PictureStatus readJpegHeader(tjhandle handle, std::uint8_t const* bytes, std::size_t count, JpegHeader* header)
+{
+    int subsampling = 0;
+    // TurboJPEG takes the size as unsigned long; a picture that does not fit is no JPEG we read.
+    if (count == 0 || count > ULONG_MAX)
+        return PictureStatus::corrupt;
+    if (tjDecompressHeader3(handle, bytes, static_cast<unsigned long>(count), &header->width, &header->height,
+                            &subsampling, &header->colorspace) != 0 ||
+        header->width <= 0 || header->height <= 0)
+        return PictureStatus::corrupt;
+    return PictureStatus::ok;
+}
+
+// CMYK JPEGs come from Adobe applications, which store every channel inverted (255 = no ink);
+// TurboJPEG hands the stored values over unchanged. Converts such pixels to RGBA in place.
+void convertInvertedCMYKToRGBA(RGBAImage* image)
+{
+    std::uint8_t* p = image->data();
+    std::uint8_t* end = p + image->byteCount();
+    for (; p != end; p += 4) {
+        unsigned k = p[3];
+        p[0] = static_cast<std::uint8_t>((p[0] * k + 127) / 255);
+        p[1] = static_cast<std::uint8_t>((p[1] * k + 127) / 255);
+        p[2] = static_cast<std::uint8_t>((p[2] * k + 127) / 255);
+        p[3] = 255;
+    }
+}
+
+PictureStatus decodeJpeg(std::uint8_t const* bytes, std::size_t count, unsigned denominator,
+                         PictureLimits const& limits, RGBAImage* image)
+{
+    image->clear();
+    if (denominator != 1 && denominator != 2 && denominator != 4 && denominator != 8)
+        return PictureStatus::unsupported;
+    JpegHandle jpeg;
+    if (!jpeg.handle)
+        return PictureStatus::noMemory;
+    JpegHeader header;
+    if (PictureStatus st = readJpegHeader(jpeg.handle, bytes, count, &header); st != PictureStatus::ok)
+        return st;
+    auto storedWidth = static_cast<std::uint32_t>(header.width);
+    auto storedHeight = static_cast<std::uint32_t>(header.height);
+    if (!withinLimits(storedWidth, storedHeight, limits))
+        return PictureStatus::tooLarge;
+
+    int pixelFormat;
+    switch (header.colorspace) {
+    case TJCS_RGB:
+    case TJCS_YCbCr:
+    case TJCS_GRAY: pixelFormat = TJPF_RGBA; break;
+    case TJCS_CMYK:
+    case TJCS_YCCK: pixelFormat = TJPF_CMYK; break;
+    default: return PictureStatus::unsupported;
+    }
+
+    std::uint32_t width = jpegScaledSide(storedWidth, denominator);
+    std::uint32_t height = jpegScaledSide(storedHeight, denominator);
+    if (!image->allocate(width, height))
+        return PictureStatus::noMemory;
+    int flags = TJFLAG_ACCURATEDCT;
+    if (limits.limitJpegScans)
+        flags |= TJFLAG_LIMITSCANS;
+    // Asking for the scaled size makes TurboJPEG pick exactly that DCT scaling factor. Any
+    // failure, warnings included (a truncated picture is only a warning to libjpeg), refuses the
+    // whole picture rather than show a partly grey one.
+    if (tjDecompress2(jpeg.handle, bytes, static_cast<unsigned long>(count), image->data(), static_cast<int>(width),
+                      static_cast<int>(image->stride()), static_cast<int>(height), pixelFormat, flags) != 0) {
+        image->clear();
+        return PictureStatus::corrupt;
+    }
+    if (pixelFormat == TJPF_CMYK)
+        convertInvertedCMYKToRGBA(image);
+    return PictureStatus::ok;
+}
+
+// ---- PNG ----
+
+struct PngContext {
+    spng_ctx* ctx = spng_ctx_new(0);
+    PngContext() = default;
+    PngContext(PngContext const&) = delete;
+    PngContext& operator=(PngContext const&) = delete;
+    ~PngContext() { spng_ctx_free(ctx); }
+};
+
+PictureStatus pngStatus(int error)
+{
+    switch (error) {
+    case SPNG_OK: return PictureStatus::ok;
+    case SPNG_EMEM: return PictureStatus::noMemory;
+    case SPNG_EUSER_WIDTH:
+    case SPNG_EUSER_HEIGHT:
+    case SPNG_ECHUNK_LIMITS: return PictureStatus::tooLarge;
+    default: return PictureStatus::corrupt;
+    }
+}
+
+// Opens a PNG context over the bytes with the limits set and its header read and checked.
+PictureStatus openPng(PngContext* png, std::uint8_t const* bytes, std::size_t count, PictureLimits const& limits,
+                      spng_ihdr* ihdr)
+{
+    if (!png->ctx)
+        return PictureStatus::noMemory;
+    // libspng refuses limits above 2^31 - 1, the largest side PNG allows anyway.
+    constexpr std::uint32_t pngMaxSide = 0x7FFFFFFF;
+    int error = spng_set_image_limits(png->ctx, limits.maxWidth < pngMaxSide ? limits.maxWidth : pngMaxSide,
+                                      limits.maxHeight < pngMaxSide ? limits.maxHeight : pngMaxSide);
+    // libspng refuses a chunk limit above the cache limit: a single chunk has to fit the cache.
+    std::size_t chunk = limits.maxPngChunkBytes < limits.maxPngChunkCacheBytes ? limits.maxPngChunkBytes
+                                                                               : limits.maxPngChunkCacheBytes;
+    if (!error)
+        error = spng_set_chunk_limits(png->ctx, chunk, limits.maxPngChunkCacheBytes);
+    if (!error)
+        error = spng_set_png_buffer(png->ctx, bytes, count);
+    if (!error)
+        error = spng_get_ihdr(png->ctx, ihdr);
+    if (error)
+        return pngStatus(error);
+    if (!withinLimits(ihdr->width, ihdr->height, limits))
+        return PictureStatus::tooLarge;
+    return PictureStatus::ok;
+}
+
+PictureStatus decodePng(std::uint8_t const* bytes, std::size_t count, PictureLimits const& limits, RGBAImage* image)
+{
+    image->clear();
+    PngContext png;
+    spng_ihdr ihdr{};
+    if (PictureStatus st = openPng(&png, bytes, count, limits, &ihdr); st != PictureStatus::ok)
+        return st;
+    size_t size = 0;
+    if (int error = spng_decoded_image_size(png.ctx, SPNG_FMT_RGBA8, &size))
+        return pngStatus(error);
+    if (!image->allocate(ihdr.width, ihdr.height))
+        return PictureStatus::noMemory;
+    if (size != image->byteCount()) {
+        image->clear();
+        return PictureStatus::corrupt;
+    }
+    if (int error = spng_decode_image(png.ctx, image->data(), size, SPNG_FMT_RGBA8, SPNG_DECODE_TRNS)) {
+        image->clear();
+        return pngStatus(error);
+    }
+    return PictureStatus::ok;
+}
+
+} // namespace
+
+std::uint32_t jpegScaledSide(std::uint32_t stored, unsigned scaleDenominator)
+{
+    if (scaleDenominator == 0)
+        return stored;
+    // Rounded up, as the decoder does it; 64-bit so that the sum cannot wrap.
+    return static_cast<std::uint32_t>((std::uint64_t(stored) + scaleDenominator - 1) / scaleDenominator);
+}
+
+unsigned jpegScaleDenominatorFor(std::uint32_t width, std::uint32_t height, std::uint32_t minWidth,
+                                 std::uint32_t minHeight)
+{
+    for (unsigned d = 8; d > 1; d /= 2) {
+        if (jpegScaledSide(width, d) >= minWidth && jpegScaledSide(height, d) >= minHeight)
+            return d;
+    }
+    return 1;
+}
+
+PictureStatus readPictureInfo(std::uint8_t const* bytes, std::size_t count, PictureFormat format,
+                              PictureLimits const& limits, PictureInfo* info)
+{
+    info->format = format;
+    if (format == PictureFormat::jpeg) {
+        JpegHandle jpeg;
+        if (!jpeg.handle)
+            return PictureStatus::noMemory;
+        JpegHeader header;
+        if (PictureStatus st = readJpegHeader(jpeg.handle, bytes, count, &header); st != PictureStatus::ok)
+            return st;
+        info->width = static_cast<std::uint32_t>(header.width);
+        info->height = static_cast<std::uint32_t>(header.height);
+        return withinLimits(info->width, info->height, limits) ? PictureStatus::ok : PictureStatus::tooLarge;
+    }
+    PngContext png;
+    spng_ihdr ihdr{};
+    PictureStatus st = openPng(&png, bytes, count, limits, &ihdr);
+    if (st == PictureStatus::ok || st == PictureStatus::tooLarge) {
+        info->width = ihdr.width;
+        info->height = ihdr.height;
+    }
+    return st;
+}
+
+PictureStatus decodePicture(std::uint8_t const* bytes, std::size_t count, PictureFormat format,
+                            PictureLimits const& limits, RGBAImage* image)
+{
+    if (format == PictureFormat::jpeg)
+        return decodeJpeg(bytes, count, 1, limits, image);
+    return decodePng(bytes, count, limits, image);
+}
+
+PictureStatus decodeJpegScaled(std::uint8_t const* bytes, std::size_t count, unsigned scaleDenominator,
+                               PictureLimits const& limits, RGBAImage* image)
+{
+    return decodeJpeg(bytes, count, scaleDenominator, limits, image);
+}
+
+} // namespace qm
