@@ -1,0 +1,23 @@
+// The operating system's clock, processors, version and process identity, as the system helpers
+// of gs/util/ need them. Declarations only: one implementation per platform family.
+#pragma once
+
+// A monotonic tick counter that never goes back and keeps counting while the machine runs.
+// Nanoseconds = ticks * numerator / denominator, with the timebase from GSPlatformGetTimebase.
+unsigned long GSPlatformGetTicks();
+void GSPlatformGetTimebase(unsigned int* numerator, unsigned int* denominator);
+
+// Suspends the calling thread for at least `microseconds` (nothing for 0 or less), resuming the
+// wait when a signal interrupts it.
+void GSPlatformSleep(long microseconds);
+
+// The number of processors this process may run on (its CPU affinity where the system has one,
+// else the processors online); at least 1.
+int GSPlatformGetProcessorCount();
+
+// The running system's version: major << 16 | minor << 8 | patch, each of minor and patch limited
+// to 255; 0 when the version cannot be found. On Linux it is the kernel's release number.
+unsigned int GSNSGetOSVersion();
+
+// The calling process's identifier.
+int GSPlatformGetProcessID();

@@ -1,0 +1,164 @@
+#include "gs/util/GSMemory.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+namespace {
+
+// Every start offset within a vector's width, and lengths around the 16- and 32-byte block sizes,
+// so that the head, the block loop and the tail are each hit with and without the others.
+struct Shape {
+    long offset;
+    long count;
+};
+
+std::vector<Shape> shapes()
+{
+    std::vector<Shape> out;
+    for (long offset = 0; offset < 9; ++offset)
+        for (long count : {0L, 1L, 2L, 3L, 4L, 7L, 8L, 9L, 15L, 16L, 17L, 31L, 32L, 33L, 100L})
+            out.push_back({offset, count});
+    return out;
+}
+
+constexpr long kGuard = 40;
+
+// Fills `count` elements at `offset` inside a guarded buffer and checks the fill and both guards.
+template <class T, class Fill>
+void checkFill(T value, T guard, Fill fill)
+{
+    for (Shape s : shapes()) {
+        std::vector<T> buffer(static_cast<size_t>(kGuard + s.offset + s.count + kGuard), guard);
+        fill(buffer.data() + kGuard + s.offset, value, s.count);
+        for (long i = 0; i < static_cast<long>(buffer.size()); ++i) {
+            bool inside = i >= kGuard + s.offset && i < kGuard + s.offset + s.count;
+            T expected = inside ? value : guard;
+            ASSERT_EQ(std::memcmp(&buffer[static_cast<size_t>(i)], &expected, sizeof(T)), 0)
+                << "offset " << s.offset << " count " << s.count << " index " << i;
+        }
+    }
+}
+
+} // namespace
+
+TEST(GSMemFill, EveryWidthFillsExactlyTheCountAtAnyAlignment)
+{
+    checkFill<unsigned char>(0xA5, 0x11, [](unsigned char* p, unsigned char v, long n) { GSMemSet(p, v, n); });
+    checkFill<unsigned short>(0xBEEF, 0x1111, [](unsigned short* p, unsigned short v, long n) { GSMemSetUShort(p, v, n); });
+    checkFill<unsigned short>(0x0102, 0x1111, [](unsigned short* p, unsigned short v, long n) { memsetUSHORT(p, v, n); });
+    checkFill<int>(-123456789, 7, [](int* p, int v, long n) { GSMemSetLong(p, v, n); });
+    checkFill<float>(-2.5f, 1.0f, [](float* p, float v, long n) { GSMemSetFloat(p, v, n); });
+    checkFill<float>(0.125f, 1.0f, [](float* p, float v, long n) { memsetFloat(p, v, n); });
+    checkFill<double>(3.0e100, 1.0, [](double* p, double v, long n) { GSMemSetDouble(p, v, n); });
+    checkFill<double>(-0.0, 1.0, [](double* p, double v, long n) { memsetDouble(p, v, n); });
+}
+
+TEST(GSMemFill, ShortFillUsesTheLow16BitsOfTheValue)
+{
+    unsigned short v[3] = {0, 0, 0};
+    GSMemSetUShort(v, 0x12345678, 3);
+    EXPECT_EQ(v[0], 0x5678);
+    EXPECT_EQ(v[2], 0x5678);
+}
+
+TEST(GSMemFill, CountsBelowOneTouchNothing)
+{
+    int v[4] = {1, 2, 3, 4};
+    GSMemSetLong(v, 9, -5);
+    GSMemInvertLONG(v, -1);
+    GSMemSet(v, 0, -1);
+    EXPECT_EQ(v[0], 1);
+    EXPECT_EQ(v[3], 4);
+}
+
+TEST(GSMemInvert, ComplementsExactlyTheCountAtAnyAlignment)
+{
+    for (Shape s : shapes()) {
+        std::vector<unsigned char> bytes(static_cast<size_t>(kGuard + s.offset + s.count + kGuard));
+        for (size_t i = 0; i < bytes.size(); ++i)
+            bytes[i] = static_cast<unsigned char>(i * 37 + 5);
+        std::vector<unsigned char> original = bytes;
+        GSMemInvert(bytes.data() + kGuard + s.offset, s.count);
+        for (long i = 0; i < static_cast<long>(bytes.size()); ++i) {
+            bool inside = i >= kGuard + s.offset && i < kGuard + s.offset + s.count;
+            auto o = original[static_cast<size_t>(i)];
+            ASSERT_EQ(bytes[static_cast<size_t>(i)], inside ? static_cast<unsigned char>(~o) : o)
+                << "offset " << s.offset << " count " << s.count << " index " << i;
+        }
+    }
+}
+
+TEST(GSMemInvert, WiderValuesAreComplementedWhole)
+{
+    std::vector<unsigned short> s(37);
+    std::vector<int> l(37);
+    for (size_t i = 0; i < s.size(); ++i) {
+        s[i] = static_cast<unsigned short>(i * 1000 + 1);
+        l[i] = static_cast<int>(i * 100000 - 7);
+    }
+    GSMemInvertUSHORT(s.data() + 1, 35);
+    meminvertUSHORT(s.data() + 36, 1);
+    GSMemInvertLONG(l.data() + 1, 36);
+    EXPECT_EQ(s[0], 1);
+    for (size_t i = 1; i < s.size(); ++i) {
+        EXPECT_EQ(s[i], static_cast<unsigned short>(~(i * 1000 + 1)));
+        EXPECT_EQ(l[i], ~static_cast<int>(i * 100000 - 7));
+    }
+    EXPECT_EQ(l[0], -7);
+}
+
+TEST(GSMemInvert, FloatsBecomeOneMinusTheirValue)
+{
+    std::vector<float> f(19);
+    for (size_t i = 0; i < f.size(); ++i)
+        f[i] = static_cast<float>(i) / 16.0f;
+    meminvertFloat(f.data(), 18);
+    EXPECT_EQ(f[4], 0.75f); // 0.25 -> 0.75
+    EXPECT_EQ(f[0], 1.0f);
+    EXPECT_EQ(f[17], 1.0f - 17.0f / 16.0f);
+    EXPECT_EQ(f[18], 18.0f / 16.0f); // beyond the count
+    GSMemInvertFloat(f.data(), 18);
+    EXPECT_EQ(f[4], 0.25f);
+}
+
+TEST(GSMemCopy, CopiesTheElementCount)
+{
+    unsigned short s[5] = {1, 2, 3, 4, 5}, sd[5] = {};
+    int l[3] = {-1, 2, -3}, ld[3] = {};
+    float f[2] = {0.5f, -0.0f}, fd[2] = {9, 9};
+    GSMemCopyUShort(sd, s, 4);
+    GSMemCopyLong(ld, l, 3);
+    GSMemCopyFloat(fd, f, 1);
+    EXPECT_EQ(sd[3], 4);
+    EXPECT_EQ(sd[4], 0);
+    EXPECT_EQ(ld[2], -3);
+    EXPECT_EQ(fd[0], 0.5f);
+    EXPECT_EQ(fd[1], 9.0f);
+}
+
+TEST(GSMemCompareFloat, ComparesBitsNotValues)
+{
+    float nan = std::numeric_limits<float>::quiet_NaN();
+    float a[3] = {1.0f, 0.0f, nan};
+    float b[3] = {1.0f, -0.0f, nan};
+    EXPECT_EQ(GSMemCompareFloat(a, a, 3), 0); // the same NaN bits are equal
+    EXPECT_NE(GSMemCompareFloat(a, b, 2), 0); // 0.0 and -0.0 differ
+    EXPECT_EQ(GSMemCompareFloat(a, b, 1), 0);
+    EXPECT_EQ(GSMemCompareFloat(a, b, 0), 0);
+    // memcmp's sign: the first differing byte decides, as unsigned bytes.
+    EXPECT_EQ(GSMemCompareFloat(a, b, 2) < 0, std::memcmp(a, b, 8) < 0);
+}
+
+TEST(GSMemCheckFloat, OneWhenAllWithinBounds)
+{
+    float v[4] = {0.0f, 0.5f, 1.0f, std::numeric_limits<float>::quiet_NaN()};
+    EXPECT_EQ(GSMemCheckFloat(v, 0.0f, 1.0f, 4), 1); // bounds inclusive, NaN passes
+    EXPECT_EQ(GSMemCheckFloat(v, 0.1f, 1.0f, 4), 0);
+    EXPECT_EQ(GSMemCheckFloat(v, 0.0f, 0.9f, 4), 0);
+    EXPECT_EQ(GSMemCheckFloat(v, 0.0f, 0.9f, 2), 1); // only the first two are checked
+    EXPECT_EQ(GSMemCheckFloat(v, 5.0f, 6.0f, 0), 1);
+}
