@@ -3,9 +3,14 @@
 // GSFileWorkerMemory on a byte array.
 //
 // Access flags, computed from the mode string by setAccessMode:
-//   1  the mode starts with "r"            2  it starts with anything else, or has "+"
-//   4  the second character is "b"          8  it starts with "w" (create or truncate)
+//   1  the mode starts with "r", or has "+"   2  it starts with anything else, or has "+"
+//   4  the second character is "b"            8  it starts with "w" (create or truncate)
+// So r, rb, r+, rb+, w, wb, w+, wb+, a, ab give 1, 5, 3, 7, 10, 14, 11, 15, 2, 6.
 // The stored mode always has "b" second ("rt" is stored as "rb" without flag 4), then "+" if given.
+//
+// Read-ahead window: a worker that buffers input exposes its fetched bytes as [readNext, readEnd),
+// so that GSFile can take small values from it without a virtual call per read (readBytes). The
+// bytes in the window are the next bytes of the stream; a worker without a buffer leaves it empty.
 #pragma once
 
 #include "gs/filespec/GSFileSpec.h"
@@ -14,6 +19,7 @@
 #include "gs/text/GSString.h"
 
 #include <cstdio>
+#include <cstring>
 
 class GSFileWorker : public GSObject {
 public:
@@ -54,6 +60,16 @@ public:
     // 1 when not open; ends compression, then _close(abort), clearing the opened flag on success.
     short close(short abort);
     long writeData(void const* buffer, long length) { return _write(buffer, length); }
+    // readData with the read-ahead window tried first; bytes actually read.
+    long readBytes(void* buffer, long length)
+    {
+        if (length > 0 && readEnd - readNext >= length) {
+            std::memcpy(buffer, readNext, static_cast<size_t>(length));
+            readNext += length;
+            return length;
+        }
+        return readData(buffer, length);
+    }
     void setFileSpec(GSFileSpec const& spec) { fileSpec = spec; }
     void setAccessMode(char const* mode);
     char const* getAccessMode() const { return accessMode; }
@@ -66,19 +82,30 @@ public:
     static GSRuntimeClass gsClassGSFileWorker;
 
 protected:
+    // Empties the read-ahead window (a buffering worker calls it whenever the window goes stale).
+    void dropReadWindow() { readNext = readEnd = nullptr; }
+
     GSFileSpec fileSpec;
     char accessMode[4] = {'r', 'b', 0, 0};
     unsigned accessFlags = kRead | kBinary;
     int safetyMode = 1;
     short opened = 0;
     short compressionActive = 0;
+    unsigned char const* readNext = nullptr;
+    unsigned char const* readEnd = nullptr;
 };
 
+// Reads go through a 64 KiB buffer of the worker's own, exposed as the read-ahead window, so that
+// small reads cost no stdio call; large reads go to fread directly. Seeks inside the buffered bytes
+// move in the window only. Switching between reading and writing repositions the stream as stdio
+// requires. tell() is the logical position (the stream's position minus the unread window).
 class GSFileWorkerStream : public GSFileWorker {
 public:
     GSFileWorkerStream() = default;
     // Works on an existing stream, which counts as open; the worker closes it.
     explicit GSFileWorkerStream(FILE* stream);
+    GSFileWorkerStream(GSFileWorkerStream const&) = delete;
+    GSFileWorkerStream& operator=(GSFileWorkerStream const&) = delete;
     ~GSFileWorkerStream() override;
 
     long readData(void* buffer, long length) override;
@@ -93,9 +120,25 @@ public:
     short _close(short abort) override;
     GSFileSpec const& getWorkingFileSpec() const override { return workingSpec; }
 
-private:
+protected:
+    // Before output: moves the stream to the logical position and drops the window.
+    short prepareWrite();
+    // Forgets the stream's buffered input (after close or when the stream changes).
+    void resetBuffer();
+
     GSFileSpec workingSpec;
     FILE* stream = nullptr;
+
+private:
+    enum : short { kNone = 0, kLastRead = 1, kLastWrite = 2 };
+    static constexpr long kBufferSize = 65536;
+
+    long refill(unsigned char* destination, long length);
+
+    unsigned char* buffer = nullptr;
+    // Stream position of buffer[0] while the window is set.
+    long bufferStart = 0;
+    short lastOperation = kNone;
 };
 
 class GSFileWorkerMemory : public GSFileWorker {
