@@ -4,6 +4,7 @@
 #include <turbojpeg.h>
 
 #include <climits>
+#include <cstring>
 #include <new>
 
 namespace qm {
@@ -277,6 +278,62 @@ PictureStatus decodePicture(std::uint8_t const* bytes, std::size_t count, Pictur
     if (format == PictureFormat::jpeg)
         return decodeJpeg(bytes, count, 1, limits, image);
     return decodePng(bytes, count, limits, image);
+}
+
+PictureStatus decodePngRows(std::uint8_t const* bytes, std::size_t count, PictureLimits const& limits,
+                            PngRowSink* sink)
+{
+    PngContext png;
+    spng_ihdr ihdr{};
+    if (PictureStatus st = openPng(&png, bytes, count, limits, &ihdr); st != PictureStatus::ok)
+        return st;
+    spng_trns trns{};
+    bool const rgb = ihdr.color_type == SPNG_COLOR_TYPE_TRUECOLOR && ihdr.bit_depth == 8 &&
+                     spng_get_trns(png.ctx, &trns) == SPNG_ECHUNKAVAIL;
+    int const fmt = rgb ? SPNG_FMT_RGB8 : SPNG_FMT_RGBA8;
+    int const channels = rgb ? 3 : 4;
+    if (PictureStatus st = sink->begin(ihdr.width, ihdr.height, channels); st != PictureStatus::ok)
+        return st;
+
+    if (ihdr.interlace_method != 0) {
+        // Adam7 rows come pass by pass; deinterlace the whole picture, bounded by the limits above.
+        RGBAImage whole;
+        if (PictureStatus st = decodePng(bytes, count, limits, &whole); st != PictureStatus::ok)
+            return st;
+        std::unique_ptr<std::uint8_t[]> rgbRow;
+        if (rgb) {
+            rgbRow.reset(new (std::nothrow) std::uint8_t[std::size_t(ihdr.width) * 3]);
+            if (!rgbRow)
+                return PictureStatus::noMemory;
+        }
+        for (std::uint32_t y = 0; y < whole.height(); ++y) {
+            std::uint8_t const* r = whole.row(y);
+            if (rgb) {
+                for (std::uint32_t x = 0; x < ihdr.width; ++x)
+                    std::memcpy(rgbRow.get() + std::size_t(x) * 3, r + std::size_t(x) * 4, 3);
+                r = rgbRow.get();
+            }
+            if (PictureStatus st = sink->row(r); st != PictureStatus::ok)
+                return st;
+        }
+        return PictureStatus::ok;
+    }
+
+    std::size_t const rowBytes = std::size_t(ihdr.width) * std::size_t(channels);
+    std::unique_ptr<std::uint8_t[]> row(new (std::nothrow) std::uint8_t[rowBytes]);
+    if (!row)
+        return PictureStatus::noMemory;
+    if (int error = spng_decode_image(png.ctx, nullptr, 0, fmt, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE))
+        return pngStatus(error);
+    for (std::uint32_t y = 0; y < ihdr.height; ++y) {
+        int error = spng_decode_row(png.ctx, row.get(), rowBytes);
+        // The last row reports the end of the image.
+        if (error && !(error == SPNG_EOI && y + 1 == ihdr.height))
+            return pngStatus(error);
+        if (PictureStatus st = sink->row(row.get()); st != PictureStatus::ok)
+            return st;
+    }
+    return PictureStatus::ok;
 }
 
 PictureStatus decodeJpegScaled(std::uint8_t const* bytes, std::size_t count, unsigned scaleDenominator,

@@ -94,6 +94,23 @@ PictureStatus readPictureInfo(std::uint8_t const* bytes, std::size_t count, Pict
 PictureStatus decodePicture(std::uint8_t const* bytes, std::size_t count, PictureFormat format,
                             PictureLimits const& limits, RGBAImage* image);
 
+// Receives a PNG row by row, top to bottom (decodePngRows). A status other than ok stops the
+// decode and is returned by it.
+class PngRowSink {
+public:
+    virtual ~PngRowSink() = default;
+    // Called once before the first row: the size, and 3 (RGB) or 4 (RGBA, straight alpha) bytes
+    // a pixel. RGB is given for 8-bit truecolour pictures without transparency, RGBA otherwise.
+    virtual PictureStatus begin(std::uint32_t width, std::uint32_t height, int channels) = 0;
+    virtual PictureStatus row(std::uint8_t const* pixels) = 0;
+};
+
+// Decodes a PNG into `sink` one row at a time, so that the whole picture is never held: only an
+// interlaced picture, whose rows arrive out of order, is decoded whole first. ok once every row
+// was delivered; any decode failure is corrupt (rows delivered before it are then worthless).
+PictureStatus decodePngRows(std::uint8_t const* bytes, std::size_t count, PictureLimits const& limits,
+                            PngRowSink* sink);
+
 // JPEG decoding at 1/scaleDenominator of the stored size (1, 2, 4 or 8), done in the DCT domain,
 // which is far cheaper than decoding in full and scaling. Each side is rounded up, so an
 // 801-pixel side gives 101 at 1/8. Any other denominator is `unsupported`.

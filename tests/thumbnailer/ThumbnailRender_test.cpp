@@ -1,0 +1,197 @@
+#include "thumbnailer/ThumbnailRender.h"
+
+#include "generator/GSThumbnailSize.h"
+#include "tests/thumbnailer/PictureSamples.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <string>
+
+using qm::PictureStatus;
+using samples::Bytes;
+using samples::Picture;
+
+namespace {
+
+// A plain float resample of the fully decoded picture: separable area average in doubles, alpha
+// premultiplied. Returns premultiplied RGBA in doubles.
+std::vector<double> floatResample(qm::RGBAImage const& img, int dw, int dh)
+{
+    int sw = int(img.width()), sh = int(img.height());
+    auto weights = [](int src, int dst, int o, std::vector<std::pair<int, double>>* w) {
+        double r = double(src) / dst, lo = o * r, hi = (o + 1) * r;
+        w->clear();
+        for (int s = int(std::floor(lo)); s < int(std::ceil(hi)) && s < src; ++s) {
+            double c = std::min(s + 1.0, hi) - std::max(double(s), lo);
+            if (c > 0)
+                w->push_back({s, c / r});
+        }
+    };
+    std::vector<double> tmp(size_t(dw) * size_t(sh) * 4), out(size_t(dw) * size_t(dh) * 4);
+    std::vector<std::pair<int, double>> w;
+    for (int x = 0; x < dw; ++x) {
+        weights(sw, dw, x, &w);
+        for (int y = 0; y < sh; ++y)
+            for (auto [s, c] : w) {
+                uint8_t const* p = img.row(uint32_t(y)) + size_t(s) * 4;
+                double a = p[3] / 255.0;
+                for (int k = 0; k < 3; ++k)
+                    tmp[(size_t(y) * size_t(dw) + size_t(x)) * 4 + size_t(k)] += c * p[k] * a;
+                tmp[(size_t(y) * size_t(dw) + size_t(x)) * 4 + 3] += c * p[3];
+            }
+    }
+    for (int y = 0; y < dh; ++y) {
+        weights(sh, dh, y, &w);
+        for (int x = 0; x < dw; ++x)
+            for (auto [s, c] : w)
+                for (int k = 0; k < 4; ++k)
+                    out[(size_t(y) * size_t(dw) + size_t(x)) * 4 + size_t(k)] +=
+                        c * tmp[(size_t(s) * size_t(dw) + size_t(x)) * 4 + size_t(k)];
+    }
+    return out;
+}
+
+double psnr(RenderedThumbnail const& t, std::vector<double> const& ref)
+{
+    double se = 0;
+    size_t n = size_t(t.pixels.width()) * size_t(t.pixels.height());
+    uint8_t const* p = t.pixels.pixels();
+    for (size_t i = 0; i < n; ++i) {
+        double a = p[i * 4 + 3] / 255.0;
+        for (int k = 0; k < 3; ++k) {
+            double d = p[i * 4 + size_t(k)] * a - ref[i * 4 + size_t(k)];
+            se += d * d;
+        }
+        double d = p[i * 4 + 3] - ref[i * 4 + 3];
+        se += d * d;
+    }
+    double mse = se / double(n * 4);
+    return mse == 0 ? 99.0 : 10 * std::log10(255.0 * 255.0 / mse);
+}
+
+struct RenderCase {
+    char const* name;
+    short type;       // 2 JPEG, 3 PNG
+    bool alpha;
+    bool interlace;
+    int width, height, box;
+};
+
+class ThumbnailQuality : public ::testing::TestWithParam<RenderCase> {};
+
+TEST_P(ThumbnailQuality, KeepsOrientationColoursAndDetail)
+{
+    RenderCase c = GetParam();
+    Picture pic = samples::testPattern(c.width, c.height, c.alpha);
+    Bytes bytes = c.type == 2 ? samples::encodeJpeg(pic, 95, TJSAMP_444) : samples::encodePng(pic, c.alpha, 6, c.interlace);
+    ASSERT_FALSE(bytes.empty());
+
+    RenderedThumbnail t;
+    ASSERT_EQ(renderThumbnail(bytes.data(), bytes.size(), c.type, c.box, qm::PictureLimits{}, &t), PictureStatus::ok);
+    EXPECT_EQ(t.pictureWidth, uint32_t(c.width));
+    EXPECT_EQ(t.pictureHeight, uint32_t(c.height));
+
+    // The size rule of the generator core, with the box SIZE x SIZE.
+    GSDrawingSize want = GSThumbnailDrawingSize(c.width, c.height, c.box, c.box);
+    EXPECT_EQ(t.pixels.width(), std::max(1, int(want.width)));
+    EXPECT_EQ(t.pixels.height(), std::max(1, int(want.height)));
+
+    // Corners keep their colours and places (no flip, no channel swap).
+    int w = t.pixels.width(), h = t.pixels.height();
+    int const xs[4] = {1, w - 2, 1, w - 2}, ys[4] = {1, 1, h - 2, h - 2};
+    for (int k = 0; k < 4; ++k) {
+        uint8_t const* p = t.pixels.pixels() + (size_t(ys[k]) * size_t(w) + size_t(xs[k])) * 4;
+        for (int ch = 0; ch < 3; ++ch)
+            EXPECT_NEAR(p[ch], samples::kCorner[k][ch], 6) << "corner " << k << " channel " << ch;
+        EXPECT_EQ(p[3], 255);
+    }
+
+    // Within 35 dB of a float resample of the fully decoded picture.
+    qm::RGBAImage full;
+    ASSERT_EQ(qm::decodePicture(bytes.data(), bytes.size(), c.type == 2 ? qm::PictureFormat::jpeg : qm::PictureFormat::png,
+                                qm::PictureLimits{}, &full),
+              PictureStatus::ok);
+    double db = psnr(t, floatResample(full, w, h));
+    EXPECT_GE(db, 35.0) << c.name;
+    EXPECT_EQ(t.pixels.opaque(), !c.alpha);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Pictures, ThumbnailQuality,
+    ::testing::Values(RenderCase{"jpeg_square", 2, false, false, 512, 512, 256},
+                      RenderCase{"jpeg_wide_eighth", 2, false, false, 2100, 1100, 256},
+                      RenderCase{"jpeg_tall_odd", 2, false, false, 301, 1203, 128},
+                      RenderCase{"jpeg_just_over", 2, false, false, 257, 256, 256},
+                      RenderCase{"png_rgb", 3, false, false, 1024, 768, 256},
+                      RenderCase{"png_rgba", 3, true, false, 700, 900, 128},
+                      RenderCase{"png_interlaced", 3, true, true, 640, 480, 256},
+                      RenderCase{"png_small_kept", 3, false, false, 200, 100, 256},
+                      RenderCase{"png_xx_large", 3, false, false, 1500, 1400, 1024}),
+    [](auto const& p) { return std::string(p.param.name); });
+
+TEST(ThumbnailSize, FollowsTheCoreRuleAndNeverGivesAnEmptySide)
+{
+    int w = 0, h = 0;
+    thumbnailSizeFor(4096, 4096, 256, &w, &h);
+    EXPECT_EQ(w, 256);
+    EXPECT_EQ(h, 256);
+    // As tall as the box: drawn at its own size.
+    thumbnailSizeFor(100, 256, 256, &w, &h);
+    EXPECT_EQ(w, 100);
+    EXPECT_EQ(h, 256);
+    // The rule truncates a very thin side to 0; a PNG needs one pixel.
+    thumbnailSizeFor(10000, 3, 256, &w, &h);
+    EXPECT_EQ(w, 256);
+    EXPECT_EQ(h, 1);
+}
+
+TEST(ThumbnailRenderHostile, RefusesDamagedAndOversizedPictures)
+{
+    Picture pic = samples::photoLike(300, 200);
+    Bytes jpeg = samples::encodeJpeg(pic);
+    Bytes png = samples::encodePng(pic, false);
+    RenderedThumbnail t;
+    qm::PictureLimits limits;
+
+    // Truncated.
+    EXPECT_NE(renderThumbnail(jpeg.data(), jpeg.size() / 2, 2, 256, limits, &t), PictureStatus::ok);
+    EXPECT_EQ(t.pixels.pixels(), nullptr);
+    EXPECT_NE(renderThumbnail(png.data(), png.size() / 2, 3, 256, limits, &t), PictureStatus::ok);
+    EXPECT_EQ(t.pixels.pixels(), nullptr);
+
+    // A flipped bit in the picture data: PNG's checksum catches it.
+    Bytes flipped = png;
+    flipped[flipped.size() / 2] ^= 0x10;
+    EXPECT_NE(renderThumbnail(flipped.data(), flipped.size(), 3, 256, limits, &t), PictureStatus::ok);
+
+    // A header claiming 60000 x 60000 pixels is refused before anything is allocated.
+    Bytes huge = png;
+    // IHDR data starts at byte 16: width, height (big-endian); fix the chunk's CRC is not needed
+    // for the size check to refuse it, but keep the picture otherwise intact.
+    uint8_t const side[4] = {0x00, 0x00, 0xEA, 0x60};
+    std::copy(side, side + 4, huge.begin() + 16);
+    std::copy(side, side + 4, huge.begin() + 20);
+    EXPECT_NE(renderThumbnail(huge.data(), huge.size(), 3, 256, limits, &t), PictureStatus::ok);
+
+    Bytes hugeJpeg = jpeg;
+    // The SOF0 marker (FF C0): length (2), precision (1), height (2), width (2).
+    for (size_t i = 0; i + 8 < hugeJpeg.size(); ++i)
+        if (hugeJpeg[i] == 0xFF && hugeJpeg[i + 1] == 0xC0) {
+            hugeJpeg[i + 5] = 0xEA;
+            hugeJpeg[i + 6] = 0x60;
+            hugeJpeg[i + 7] = 0xEA;
+            hugeJpeg[i + 8] = 0x60;
+            break;
+        }
+    EXPECT_EQ(renderThumbnail(hugeJpeg.data(), hugeJpeg.size(), 2, 256, limits, &t), PictureStatus::tooLarge);
+
+    // Unknown picture types and a type that does not match the bytes.
+    EXPECT_EQ(renderThumbnail(png.data(), png.size(), 4, 256, limits, &t), PictureStatus::unsupported);
+    EXPECT_NE(renderThumbnail(png.data(), png.size(), 2, 256, limits, &t), PictureStatus::ok);
+    EXPECT_NE(renderThumbnail(jpeg.data(), jpeg.size(), 3, 256, limits, &t), PictureStatus::ok);
+    EXPECT_EQ(t.pixels.pixels(), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,28 @@
+// From a document's stored picture to thumbnail pixels: decode, fit, downscale.
+//
+// The size is the generator core's rule (GSThumbnailDrawingSize) with a SIZE x SIZE box, so a
+// document gets the same thumbnail size here as in the QuickLook plug-in; a side the rule makes 0
+// becomes 1. JPEGs are decoded directly at the smallest DCT scale (1/8, 1/4, 1/2) still at least
+// that size; PNG rows stream from the decoder into the area filter, so a large PNG is never held
+// whole. Any decode failure, a truncated or damaged picture included, fails the whole thumbnail.
+#pragma once
+
+#include "thumbnailer/AreaScaler.h"
+#include "thumbnailer/PictureDecoder.h"
+
+#include <cstddef>
+#include <cstdint>
+
+struct RenderedThumbnail {
+    AreaScaler pixels;           // the RGBA result: pixels.width() x pixels.height()
+    uint32_t pictureWidth = 0;   // the stored picture's size
+    uint32_t pictureHeight = 0;
+};
+
+// The thumbnail size of a width x height picture in a box x box square, each side at least 1.
+void thumbnailSizeFor(uint32_t width, uint32_t height, int box, int* outWidth, int* outHeight);
+
+// Renders the stored picture (`pictureType` as the document gives it: 2 JPEG, 3 or 5 PNG) into
+// *out. ok, or why not; on failure *out holds no pixels.
+qm::PictureStatus renderThumbnail(uint8_t const* bytes, size_t count, short pictureType, int box,
+                                  qm::PictureLimits const& limits, RenderedThumbnail* out);
