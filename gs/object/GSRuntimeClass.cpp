@@ -1,15 +1,19 @@
 #include "gs/object/GSRuntimeClass.h"
 
+#include "gs/object/GSFixArray.h"
+
 #include <algorithm>
 #include <cstring>
-#include <vector>
 
 namespace {
 
-// Created on first use, so that registration from any static initialiser finds it.
-std::vector<GSRuntimeClass*>& registry()
+// Created on first use, so that registration from any static initialiser finds it. The classes of
+// the library fit in the 64 inline slots; more move the array to the heap.
+using Registry = GSFixArray<GSRuntimeClass*, 64>;
+
+Registry& registry()
 {
-    static std::vector<GSRuntimeClass*> classes;
+    static Registry classes;
     return classes;
 }
 
@@ -30,7 +34,9 @@ void GSRuntimeClass::insertIntoChain(GSRuntimeClass* c)
 {
     auto& classes = registry();
     auto at = std::lower_bound(classes.begin(), classes.end(), c->getName().c_str(), nameLess);
-    classes.insert(at, c);
+    // Registration runs from static initialisers: a class that cannot be stored (out of memory)
+    // is simply not found by name later.
+    (void)classes.insertAt(at - classes.begin(), &c, 1);
 }
 
 GSObject* GSRuntimeClass::createObject() const
@@ -63,5 +69,5 @@ GSObject* GSRuntimeClass::createObjectForName(GSString const& n)
 
 long GSRuntimeClass::getRegisteredCount()
 {
-    return static_cast<long>(registry().size());
+    return registry().getCount();
 }

@@ -1,0 +1,173 @@
+#include "gs/object/GSFixArray.h"
+
+#include "ArrayAllocationFailures.h"
+#include "gs/object/GSObject.h"
+#include "gs/object/GSRuntimeClass.h"
+#include "gs/text/GSString.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace {
+
+template <class T, long N>
+std::vector<T> contents(GSFixArray<T, N> const& a)
+{
+    return std::vector<T>(a.begin(), a.end());
+}
+
+template <long N>
+void fill(GSFixArray<long, N>& a, long n)
+{
+    for (long i = 0; i < n; ++i)
+        ASSERT_EQ(a.add(i), 0);
+}
+
+} // namespace
+
+TEST(GSFixArrayConstruction, InitialSizePicksInlineOrHeap)
+{
+    GSFixArray<int, 8> none;
+    EXPECT_EQ(none.getCapacity(), 0);
+    EXPECT_TRUE(none.isInline());
+    GSFixArray<int, 8> small(3);
+    EXPECT_EQ(small.getCapacity(), 3);
+    EXPECT_TRUE(small.isInline());
+    GSFixArray<int, 8> large(20);
+    EXPECT_EQ(large.getCapacity(), 20);
+    EXPECT_FALSE(large.isInline());
+    EXPECT_EQ(large.getCount(), 0);
+    EXPECT_EQ(small.init(-1), 1);
+    EXPECT_EQ(small.getCapacity(), 0);
+    EXPECT_EQ(large.init(0), 0);
+    EXPECT_TRUE(large.isInline());
+}
+
+TEST(GSFixArrayGrowth, RegistryShapeFillsItsSlotsThenDoublesOnTheHeap)
+{
+    GSFixArray<long, 64> a;
+    ASSERT_EQ(a.add(0), 0);
+    EXPECT_EQ(a.getCapacity(), 64); // 2 * (0 + 1), raised to 64
+    EXPECT_TRUE(a.isInline());
+    fill(a, 63);
+    EXPECT_EQ(a.getCount(), 64);
+    EXPECT_TRUE(a.isInline());
+    ASSERT_EQ(a.add(64), 0);
+    EXPECT_EQ(a.getCapacity(), 130); // 2 * (64 + 1)
+    EXPECT_FALSE(a.isInline());
+    EXPECT_EQ(a[64], 64);
+    EXPECT_EQ(a[63], 62);
+}
+
+TEST(GSFixArrayGrowth, SmallInlineCapacityGrowsInlineUpToN)
+{
+    GSFixArray<long, 16> a(2);
+    fill(a, 3);
+    EXPECT_EQ(a.getCapacity(), 16); // 2 * (2 + 1) = 6, raised to 16, still inline
+    EXPECT_TRUE(a.isInline());
+    GSFixArray<long, 4> b(4);
+    fill(b, 5);
+    EXPECT_EQ(b.getCapacity(), 10); // twice the capacity plus 2 for single insertions
+    EXPECT_FALSE(b.isInline());
+    EXPECT_EQ(contents(b), (std::vector<long>{0, 1, 2, 3, 4}));
+}
+
+TEST(GSFixArrayInsert, NegativeIndexAppendsAndAnIndexPastTheCountFails)
+{
+    GSFixArray<int, 4> a;
+    int v[3] = {1, 2, 3};
+    ASSERT_EQ(a.insertAt(-1, v, 2), 0);
+    ASSERT_EQ(a.insertAt(1, v + 2, 1), 0);
+    EXPECT_EQ(contents(a), (std::vector<int>{1, 3, 2}));
+    EXPECT_EQ(a.insertAt(4, v, 1), 1);
+    EXPECT_EQ(a.insertAt(0, v, -1), 1);
+    EXPECT_EQ(a.getCount(), 3);
+    a.removeAt(0, 2);
+    EXPECT_EQ(contents(a), (std::vector<int>{2}));
+}
+
+TEST(GSFixArrayInsert, OwnElementOfAFullRegistryArrayIsSafe)
+{
+    GSFixArray<GSRuntimeClass*, 64> a;
+    std::vector<GSRuntimeClass*> expected;
+    for (long i = 0; i < 64; ++i) {
+        // Distinct pointer values; they are never followed.
+        auto* p = reinterpret_cast<GSRuntimeClass*>(static_cast<std::uintptr_t>(0x1000 + 16 * i));
+        ASSERT_EQ(a.add(p), 0);
+        expected.push_back(p);
+    }
+    ASSERT_EQ(a.insertAt(0, &a[63], 1), 0); // moves to the heap while reading the source inline
+    expected.insert(expected.begin(), expected[63]);
+    EXPECT_EQ(contents(a), expected);
+    ASSERT_FALSE(a.isInline());
+    // Full on the heap, several own elements at once: the old block outlives the copy.
+    long n = a.getCapacity() - a.getCount();
+    for (long i = 0; i < n; ++i)
+        ASSERT_EQ(a.add(a[i]), 0);
+    expected.insert(expected.end(), expected.begin(), expected.begin() + n);
+    ASSERT_EQ(a.insertAt(10, &a[5], 30), 0);
+    expected.insert(expected.begin() + 10, expected.begin() + 5, expected.begin() + 35);
+    EXPECT_EQ(contents(a), expected);
+}
+
+TEST(GSFixArrayInsert, StringsSurviveTheMoveToTheHeap)
+{
+    GSFixArray<GSString, 4> a(4);
+    std::vector<std::string> expected;
+    for (int i = 0; i < 6; ++i) {
+        std::string text = "string number " + std::to_string(i) + " long enough to live on the heap";
+        ASSERT_EQ(a.add(GSString(text.c_str())), 0);
+        expected.push_back(text);
+    }
+    ASSERT_EQ(a.insertAt(1, &a[4], 2), 0);
+    expected.insert(expected.begin() + 1, {expected[4], expected[5]});
+    std::vector<std::string> got;
+    for (GSString const& s : a)
+        got.push_back(s.c_str());
+    EXPECT_EQ(got, expected);
+}
+
+TEST(GSFixArrayAllocation, FailedMoveToTheHeapKeepsTheElementsInline)
+{
+    GSFixArray<long, 4> a;
+    fill(a, 4);
+    ArrayAllocationFailures failures;
+    EXPECT_EQ(a.add(4), 1);
+    EXPECT_TRUE(a.isInline());
+    EXPECT_EQ(contents(a), (std::vector<long>{0, 1, 2, 3}));
+    EXPECT_EQ(a.init(100), 1);
+    EXPECT_EQ(a.getCount(), 0);
+    EXPECT_EQ(a.getCapacity(), 0);
+}
+
+TEST(GSFixArrayPointerOwnership, CreatesOnDemand)
+{
+    GSFixArrayPointer<unsigned short, 256> p;
+    EXPECT_FALSE(p);
+    ASSERT_EQ(p.create(300), 0);
+    EXPECT_EQ(p->getCapacity(), 300);
+    {
+        ArrayAllocationFailures failures;
+        EXPECT_EQ(p.create(300), 1);
+        EXPECT_FALSE(p);
+    }
+}
+
+TEST(GSRuntimeClassRegistry, HoldsMoreThanItsInlineSlots)
+{
+    long before = GSRuntimeClass::getRegisteredCount();
+    static std::vector<std::unique_ptr<GSRuntimeClass>> classes;
+    for (int i = 0; i < 70; ++i) {
+        std::string name = "RegistryTestClass" + std::to_string(100 + i);
+        classes.push_back(std::make_unique<GSRuntimeClass>(GSString(name.c_str()), nullptr, nullptr));
+    }
+    EXPECT_EQ(GSRuntimeClass::getRegisteredCount(), before + 70);
+    for (int i = 0; i < 70; ++i) {
+        std::string name = "RegistryTestClass" + std::to_string(100 + i);
+        EXPECT_EQ(GSRuntimeClass::getRuntimeClassForName(GSString(name.c_str())), classes[i].get()) << name;
+    }
+    EXPECT_EQ(GSRuntimeClass::getRuntimeClassForName(GSString("GSObject")), &GSObject::gsClassGSObject);
+}
