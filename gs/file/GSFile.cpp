@@ -1,5 +1,7 @@
 #include "gs/file/GSFile.h"
 
+#include "gs/object/GSFileObjectTable.h"
+
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
@@ -88,6 +90,9 @@ GSFile::GSFile(GSDynaArray<unsigned char> const& bytes)
 
 GSFile::~GSFile()
 {
+    // A table still attached (an exception passed a merging read or write) goes with the file.
+    delete objectTable;
+    objectTable = nullptr;
     if (worker) {
         flags &= ~static_cast<unsigned>(kDeleteOnClose);
         if (worker->isOpened())

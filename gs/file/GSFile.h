@@ -188,6 +188,8 @@ public:
     GSFileObjectTable* getObjectTable() const { return objectTable; }
     // True in compact mode: an object table of the newer kind is attached.
     short getUse64Bit() const;
+    // True for the names of classes that no longer exist (their objects are skipped on reading).
+    static bool isRetiredClassName(GSString const& name);
 
 private:
     unsigned flags = 6;

@@ -77,6 +77,7 @@ public:
     void setSafetyMode(int mode) { safetyMode = mode; }
     int getSafetyMode() const { return safetyMode; }
     bool isOpened() const { return opened != 0; }
+    bool isCompressionActive() const { return compressionActive != 0; }
     void setOpened(short value) { opened = value; }
 
     static GSRuntimeClass gsClassGSFileWorker;

@@ -33,6 +33,8 @@ public:
     static void retainArray(long count, GSObject* const* objects) noexcept;
     static void releaseArray(long count, GSObject* const* objects) noexcept;
 
+    // Copies this object's content into `target`, which must be of exactly the same class:
+    // copyContentWithFile(target, 4096, nullptr). 0 on success.
     virtual short copyContentTo(GSObject* target) const;
     virtual GSRuntimeClass const& getRuntimeClass() const;
     // Fill the object from a file / write its content; the base reads and writes nothing (status 0).
@@ -47,6 +49,16 @@ public:
     // Kind: exactly this class. Member: this class or one of its ancestors.
     bool isKindOfRuntimeClass(GSRuntimeClass const& c) const;
     bool isMemberOfRuntimeClass(GSRuntimeClass const& c) const;
+
+    // A new object of the same class (count 0) with this object's content, or null when the class
+    // cannot create objects or copying failed.
+    GSObject* copyObject() const;
+    // Copies the content by writing this object through an object table and reading `target` back:
+    // into `file` when given, else into a scratch memory file of `bufferSize` bytes. 1 when the
+    // classes differ or any step fails.
+    short copyContentWithFile(GSObject* target, int bufferSize, GSFile* file) const;
+    // A deep copy made the same way (writeObject / readObject), with the count 0; null on failure.
+    GSObject* copyWithFile(int bufferSize, GSFile* file) const;
 
     static GSRuntimeClass gsClassGSObject;
 

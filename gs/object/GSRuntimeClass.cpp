@@ -30,13 +30,34 @@ GSRuntimeClass::GSRuntimeClass(GSString const& n, GSRuntimeClass* p, CreateFunct
     insertIntoChain(this);
 }
 
+// Insertion position: at 0 when the registry is empty or the name sorts at or before the first;
+// otherwise a binary search that lands on an equal name (inserting before it) or between
+// neighbours. A second class of an existing name goes in front of the first.
 void GSRuntimeClass::insertIntoChain(GSRuntimeClass* c)
 {
     auto& classes = registry();
-    auto at = std::lower_bound(classes.begin(), classes.end(), c->getName().c_str(), nameLess);
+    long count = classes.getCount();
+    long at = 0;
+    if (count > 0 && c->getName().compare(classes[0]->getName()) > 0) {
+        long low = 0;
+        long high = count - 1;
+        long mid = 0;
+        int last = 0;
+        while (low <= high) {
+            mid = (low + high) / 2;
+            last = c->getName().compare(classes[mid]->getName());
+            if (last == 0)
+                break;
+            if (last > 0)
+                low = mid + 1;
+            else
+                high = mid - 1;
+        }
+        at = last <= 0 ? mid : mid + 1;
+    }
     // Registration runs from static initialisers: a class that cannot be stored (out of memory)
     // is simply not found by name later.
-    (void)classes.insertAt(at - classes.begin(), &c, 1);
+    (void)classes.insertAt(at, &c, 1);
 }
 
 GSObject* GSRuntimeClass::createObject() const

@@ -4,11 +4,18 @@
 // Encoding tags: 0 Windows code page, 1 Mac code page, 2 code page without tables,
 // 3 PostScript code page, 100 UTF-8 (the default of a new string).
 //
-// This is the core of the type: storage, comparison and the UTF-8 check. Conversion between
-// encodings, formatting and the file forms build on it.
+// This is the core of the type: storage, comparison, the UTF-8 check and the binary file form.
+// Conversion between encodings and formatting build on it.
+//
+// Binary file form (count = data bytes including the terminating zero; an empty string has count 0):
+//   compact mode   tag (1 byte), count (compact signed), the count bytes
+//   classic        empty: int16 0. Otherwise int16 ~tag, count (int32), the count bytes.
+//                  A positive int16 n is the older form: n is the count, the tag is 0 (Windows).
 #pragma once
 
 #include <string>
+
+class GSFile;
 
 class GSString {
 public:
@@ -37,6 +44,12 @@ public:
     // True when the bytes form valid UTF-8 (no overlong forms, no surrogates, at most U+10FFFF).
     bool isValidUTF8() const { return isValidUTF8(bytes.data(), static_cast<long>(bytes.size())); }
     static bool isValidUTF8(char const* data, long length);
+
+    // The binary file form above. read() checks the count against the bytes left in the file
+    // before taking them; a failed read returns its status and leaves the string empty. Data whose
+    // last byte is not zero reads as an empty string with status 0.
+    short read(GSFile* file);
+    short write(GSFile* file) const;
 
 private:
     std::string bytes;

@@ -1,0 +1,375 @@
+#include "gs/object/GSFileObjectTable.h"
+
+#include "gs/file/GSFile.h"
+
+#include <algorithm>
+#include <climits>
+
+namespace {
+
+// Below this many entries a linear search by position is as fast as keeping an index.
+constexpr long kIndexThreshold = 32;
+
+// Returns the file to a noted position when it leaves scope, also when an exception passes.
+class PositionRestorer {
+public:
+    PositionRestorer(GSFile* f, long p) : file(f), position(p) {}
+    ~PositionRestorer()
+    {
+        if (position >= 0)
+            file->seek(position, 0);
+    }
+    PositionRestorer(PositionRestorer const&) = delete;
+    PositionRestorer& operator=(PositionRestorer const&) = delete;
+
+private:
+    GSFile* file;
+    long position;
+};
+
+} // namespace
+
+GSFileObjectTable::GSFileObjectTable(long initialSize, long growth)
+    : entries(initialSize, growth), readObjects(0, -100), positionIndex(0, -100)
+{
+}
+
+GSFileObjectTable::~GSFileObjectTable()
+{
+    releaseReadObjects();
+}
+
+void GSFileObjectTable::releaseReadObjects()
+{
+    long n = readObjects.getCount();
+    if (n == 0)
+        return;
+    // Release from a private copy of the pointers: an object's destructor must not see a
+    // half-emptied array.
+    GSDynaArray<GSObject*> held(readObjects);
+    readObjects.empty();
+    GSObject::releaseArray(n, held.getPointer());
+}
+
+short GSFileObjectTable::appendEntry(GSObject* object, long position)
+{
+    Entry e;
+    e.object = object;
+    e.position = position;
+    return entries.add(e);
+}
+
+short GSFileObjectTable::handOut(GSObject* object)
+{
+    if (!object)
+        return 0;
+    if (readObjects.add(object) != 0)
+        return 1;
+    object->retain();
+    return 0;
+}
+
+// --- Writing ---------------------------------------------------------------------------------------
+
+short GSFileObjectTable::startWriteObjectTable(GSFile* f, short lp)
+{
+    file = f;
+    state = kWriting;
+    longPositions = lp ? 1 : 0;
+    if (!file)
+        return 1;
+    if (short st = file->writeShort(longPositions ? 512 : 256))
+        return st;
+    tablePosition = file->tell();
+    if (tablePosition < 0)
+        return 1;
+    return writeFilePosition(0, 0);
+}
+
+short GSFileObjectTable::writeFilePosition(long position, short compact)
+{
+    if (compact)
+        return file->writeCompactLongLong(position);
+    if (longPositions)
+        return file->writeLongLong(position);
+    if (position < INT_MIN || position > INT_MAX)
+        return 1;
+    return file->writeLong(static_cast<int>(position));
+}
+
+short GSFileObjectTable::endWriteObjectTable()
+{
+    state = kIdle;
+    if (!file)
+        return 1;
+    long n = entries.getCount();
+    long end = file->tell();
+    if (end < 0 || tablePosition < 0 || n > INT_MAX)
+        return 1;
+    long width = longPositions ? 8 : 4;
+    if (short st = file->seek(tablePosition, 0))
+        return st;
+    if (short st = writeFilePosition(end - (tablePosition + width), 0))
+        return st;
+    if (short st = file->seek(end, 0))
+        return st;
+    if (short st = file->writeLong(static_cast<int>(n)))
+        return st;
+    for (long i = 0; i < n; ++i)
+        if (short st = writeFilePosition(entries[i].position, longPositions))
+            return st;
+    return 0;
+}
+
+long GSFileObjectTable::findObject(GSObject const* object) const
+{
+    for (long i = entries.getCount() - 1; i >= 0; --i)
+        if (entries[i].object == object)
+            return i;
+    return -1;
+}
+
+short GSFileObjectTable::writeObject(GSObject const* object, short asReference)
+{
+    if (!file)
+        return 1;
+    if (!object)
+        return file->_writeObject(nullptr);
+    long index = findObject(object);
+    if (index >= 0) {
+        if (entries[index].position == -1 && !asReference) {
+            // The first full write of an object that was only referred to so far.
+            long here = file->tell();
+            if (here < 0)
+                return 1;
+            entries.getWritablePointer()[index].position = here;
+            return file->_writeObject(object->objectToWrite(file));
+        }
+    } else {
+        long here = -1;
+        if (!asReference && (here = file->tell()) < 0)
+            return 1;
+        if (entries.getCount() >= INT_MAX)
+            return 1;
+        if (appendEntry(const_cast<GSObject*>(object), here) != 0)
+            return 1;
+        if (!asReference)
+            return file->_writeObject(object->objectToWrite(file));
+        index = entries.getCount() - 1;
+    }
+    if (short st = file->writeChar(2))
+        return st;
+    return file->writeLong(static_cast<int>(index));
+}
+
+// --- Reading ---------------------------------------------------------------------------------------
+
+short GSFileObjectTable::readFilePosition(long* position, short compact)
+{
+    if (compact)
+        return file->readCompactLongLong(position);
+    if (longPositions)
+        return file->readLongLong(position);
+    int p;
+    if (short st = file->readLong(&p))
+        return st;
+    *position = p;
+    return 0;
+}
+
+short GSFileObjectTable::startReadObjectTable(GSFile* f)
+{
+    file = f;
+    state = kReading;
+    if (!file)
+        return 1;
+    short version;
+    if (short st = file->readShort(&version))
+        return st;
+    if (version < 256 || version > 4096)
+        return 1;
+    longPositions = version >= 512 ? 1 : 0;
+    long offset;
+    if (short st = readFilePosition(&offset, 0))
+        return st;
+    if (registerUnknownPositions && offset < 1)
+        return 0;
+
+    // Everything below comes from the file: check it against the file before seeking or reserving.
+    long length = file->getLength();
+    long objectsStart = file->tell();
+    if (length < 0 || objectsStart < 0 || objectsStart > length)
+        return 1;
+    if (offset < 0 || offset > length - objectsStart)
+        return 1;
+    if (short st = file->seek(offset, 1))
+        return st;
+    int count;
+    if (short st = file->readLong(&count))
+        return st;
+    long here = file->tell();
+    if (here < 0 || here > length)
+        return 1;
+    // Each position takes at least 4 bytes, or 1 in the compact form. A negative count is no
+    // table at all.
+    long smallest = longPositions ? 1 : 4;
+    if (count < 0 || count > (length - here) / smallest)
+        return 1;
+    if (count > 0) {
+        if (entries.makeRoom(count) != 0 || readObjects.makeRoom(count) != 0)
+            return 1;
+    }
+    for (long i = 0; i < count; ++i) {
+        long position;
+        if (short st = readFilePosition(&position, longPositions))
+            return st;
+        if (appendEntry(nullptr, position) != 0)
+            return 1;
+        if (position >= length || position < -1)
+            return 1;
+    }
+    tablePosition = file->tell();
+    if (tablePosition < 0)
+        return 1;
+    if (short st = file->seek(objectsStart, 0))
+        return st;
+    return buildPositionIndex();
+}
+
+short GSFileObjectTable::buildPositionIndex()
+{
+    long n = entries.getCount();
+    positionIndex.empty();
+    if (n < kIndexThreshold)
+        return 0;
+    // Without the index, lookups fall back to the linear search: not a failure.
+    if (positionIndex.setCount(n) != 0) {
+        positionIndex.empty();
+        return 0;
+    }
+    long* index = positionIndex.getWritablePointer();
+    for (long i = 0; i < n; ++i)
+        index[i] = i;
+    Entry const* e = entries.getPointer();
+    std::sort(index, index + n, [e](long a, long b) {
+        return e[a].position != e[b].position ? e[a].position < e[b].position : a < b;
+    });
+    return 0;
+}
+
+long GSFileObjectTable::findObjectWithPosition(long position)
+{
+    long n = entries.getCount();
+    if (n >= kIndexThreshold && positionIndex.getCount() == n) {
+        Entry const* e = entries.getPointer();
+        long const* index = positionIndex.getPointer();
+        // The last entry (highest index) among those with this position.
+        long const* past = std::upper_bound(index, index + n, position,
+                                            [e](long p, long i) { return p < e[i].position; });
+        if (past != index && e[*(past - 1)].position == position)
+            return *(past - 1);
+        return -1;
+    }
+    for (long i = n - 1; i >= 0; --i)
+        if (entries[i].position == position)
+            return i;
+    return -1;
+}
+
+short GSFileObjectTable::endReadObjectTable()
+{
+    short status = 0;
+    if (file && tablePosition >= 0)
+        status = file->seek(tablePosition, 0);
+    releaseReadObjects();
+    state = kIdle;
+    return status;
+}
+
+// Reads the object of entry `index` at the file's position; the entry remembers the outcome, so
+// that an object is read once however often it is referred to.
+short GSFileObjectTable::readEntry(long index, GSObject** object)
+{
+    entries.getWritablePointer()[index].readState = 1;
+    GSObject* read = nullptr;
+    short st = file->_readObject(&read);
+    // The entries may have moved while nested objects were read: index again.
+    Entry& e = entries.getWritablePointer()[index];
+    e.object = read;
+    e.readState = 2;
+    e.readStatus = st;
+    *object = read;
+    if (short h = handOut(read))
+        return h;
+    return st;
+}
+
+short GSFileObjectTable::readObject(GSObject** object, short)
+{
+    *object = nullptr;
+    if (!file)
+        return 1;
+    char marker;
+    if (short st = file->readChar(&marker))
+        return st;
+    switch (marker) {
+    case 0: {
+        long p = file->tell() - 1;
+        if (p < 0)
+            return 1;
+        long index = findObjectWithPosition(p);
+        if (index < 0 && registerUnknownPositions) {
+            if (appendEntry(nullptr, p) != 0)
+                return 1;
+            index = entries.getCount() - 1;
+        }
+        if (index < 0)
+            return 1;
+        if (short st = file->seek(-1, 1))
+            return st;
+        Entry const& e = entries[index];
+        if (e.readState == 1)
+            return 1; // the object contains itself
+        if (e.readState == 2) {
+            *object = e.object;
+            short readStatus = e.readStatus;
+            if (short h = handOut(e.object))
+                return h;
+            short st = file->_skipObject();
+            return readStatus ? readStatus : st;
+        }
+        return readEntry(index, object);
+    }
+    case 1:
+        return 0;
+    case 2: {
+        int index;
+        if (short st = file->readLong(&index))
+            return st;
+        if (index == -1)
+            return 0;
+        if (index < 0 || index >= entries.getCount())
+            return 1;
+        Entry const& e = entries[index];
+        if (e.readState == 1)
+            return 1; // a reference to an object from inside that object
+        if (e.readState == 2) {
+            *object = e.object;
+            if (short h = handOut(e.object))
+                return h;
+            return e.readStatus;
+        }
+        if (e.position < 0)
+            return 0;
+        long here = file->tell();
+        if (here < 0)
+            return 1;
+        PositionRestorer restore(file, here);
+        if (short st = file->seek(e.position, 0))
+            return st;
+        return readEntry(index, object);
+    }
+    default:
+        return 1;
+    }
+}

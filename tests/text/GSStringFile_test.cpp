@@ -1,0 +1,133 @@
+#include "gs/text/GSString.h"
+
+#include "gs/file/GSFile.h"
+#include "tests/object/TestObjects.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using qmtest::fileBytes;
+using qmtest::hexArray;
+using qmtest::toHex;
+
+namespace {
+
+std::string written(GSString const& s, short compact)
+{
+    GSFile f(-100, 64);
+    qmtest::openForWriting(f);
+    if (compact)
+        f.startObjectMergingWrite(1);
+    long start = f.tell();
+    EXPECT_EQ(s.write(&f), 0);
+    std::vector<unsigned char> b = fileBytes(f);
+    if (compact)
+        f.stopObjectMergingWrite();
+    return toHex(std::vector<unsigned char>(b.begin() + start, b.end()));
+}
+
+// Reads a string from `hex`; in compact mode the bytes follow an empty table of the newer kind.
+short readBack(std::string const& hex, short compact, GSString* s, long* consumed = nullptr)
+{
+    std::string all = compact ? "02 00 00 00 00 00 00 00 00 00 00 00 00 00 " + hex : hex;
+    GSFile f(hexArray(all));
+    f.open();
+    if (compact) {
+        // The directory (an empty one) is in front of the string here: read it, then step back.
+        EXPECT_EQ(f.startObjectMergingRead(), 0);
+        f.seek(14, 0);
+    }
+    long start = f.tell();
+    short st = s->read(&f);
+    if (consumed)
+        *consumed = f.tell() - start;
+    if (compact)
+        f.stopObjectMergingRead();
+    return st;
+}
+
+} // namespace
+
+TEST(GSStringFile, GoldenBytesInBothFramings)
+{
+    EXPECT_EQ(written(GSString("GSObject"), 0), "FF 9B 00 00 00 09 47 53 4F 62 6A 65 63 74 00");
+    EXPECT_EQ(written(GSString("GSObject"), 1), "64 09 47 53 4F 62 6A 65 63 74 00");
+    EXPECT_EQ(written(GSString(), 0), "00 00");
+    EXPECT_EQ(written(GSString(), 1), "64 00");
+    EXPECT_EQ(written(GSString("Ab", GSString::kMac), 0), "FF FE 00 00 00 03 41 62 00");
+    EXPECT_EQ(written(GSString("Ab", GSString::kWindows), 1), "00 03 41 62 00");
+}
+
+TEST(GSStringFile, ReadsEveryForm)
+{
+    struct Case {
+        char const* what;
+        std::string hex;
+        short compact;
+        char const* text;
+        unsigned char encoding;
+        long consumed;
+    } const cases[] = {
+        {"classic UTF-8", "FF 9B 00 00 00 03 C3 A9 00", 0, "\xC3\xA9", 100, 9},
+        {"older form: positive count, Windows", "00 03 41 42 00", 0, "AB", GSString::kMac, 5},
+        {"Windows ASCII becomes Mac", "FF FF 00 00 00 02 5A 00", 0, "Z", GSString::kMac, 8},
+        {"empty", "00 00", 0, "", 100, 2},
+        {"compact", "64 04 61 62 63 00", 1, "abc", 100, 6},
+        {"compact empty", "64 00", 1, "", 100, 2},
+        {"not zero-terminated reads empty", "FF 9B 00 00 00 02 41 42", 0, "", 100, 8},
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.what);
+        GSString s("old");
+        long consumed = 0;
+        EXPECT_EQ(readBack(c.hex, c.compact, &s, &consumed), 0);
+        EXPECT_STREQ(s.c_str(), c.text);
+        if (*c.text) {
+            EXPECT_EQ(s.getEncoding(), c.encoding);
+        }
+        EXPECT_EQ(consumed, c.consumed);
+    }
+}
+
+TEST(GSStringFile, CountsBeyondTheFileAreRefusedBeforeAllocating)
+{
+    for (std::string const& hex : {std::string("FF 9B 7F FF FF FF 41 00"), std::string("FF 9B 00 00 00 04 41 00"),
+                                   std::string("FF 9B FF FF FF FF 41 00"), std::string("00 09 41 00")}) {
+        SCOPED_TRACE(hex);
+        GSString s("old");
+        EXPECT_NE(readBack(hex, 0, &s), 0);
+        EXPECT_TRUE(s.isEmpty());
+    }
+    GSString s;
+    // Compact count 2^62 in a ten-byte file.
+    EXPECT_NE(readBack("64 80 80 80 80 80 80 80 80 40 00", 1, &s), 0);
+    EXPECT_NE(readBack("FF 9B 00 00", 0, &s), 0);
+}
+
+TEST(GSStringFile, RoundTripsLongAndBinaryText)
+{
+    std::string text(1000, 'x');
+    text[500] = '\x01';
+    for (short compact : {short(0), short(1)}) {
+        GSFile f(-100, 64);
+        qmtest::openForWriting(f);
+        if (compact)
+            f.startObjectMergingWrite(1);
+        ASSERT_EQ(GSString(text.c_str()).write(&f), 0);
+        if (compact) {
+            ASSERT_EQ(f.stopObjectMergingWrite(), 0);
+        }
+        GSFile r(qmtest::toArray(fileBytes(f)));
+        ASSERT_EQ(r.open(), 0);
+        if (compact) {
+            ASSERT_EQ(r.startObjectMergingRead(), 0);
+        }
+        GSString s;
+        ASSERT_EQ(s.read(&r), 0);
+        EXPECT_EQ(std::string(s.c_str()), text);
+        if (compact) {
+            ASSERT_EQ(r.stopObjectMergingRead(), 0);
+        }
+    }
+}
