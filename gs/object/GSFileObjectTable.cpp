@@ -29,8 +29,8 @@ private:
 
 } // namespace
 
-GSFileObjectTable::GSFileObjectTable(long initialSize, long growth)
-    : entries(initialSize, growth), readObjects(0, -100), positionIndex(0, -100)
+GSFileObjectTable::GSFileObjectTable(long initialSize, long growthValue)
+    : GSArray(sizeof(Entry), initialSize, growthValue), readObjects(0, -100), positionIndex(0, -100)
 {
 }
 
@@ -41,14 +41,7 @@ GSFileObjectTable::~GSFileObjectTable()
 
 void GSFileObjectTable::releaseReadObjects()
 {
-    long n = readObjects.getCount();
-    if (n == 0)
-        return;
-    // Release from a private copy of the pointers: an object's destructor must not see a
-    // half-emptied array.
-    GSDynaArray<GSObject*> held(readObjects);
     readObjects.empty();
-    GSObject::releaseArray(n, held.getPointer());
 }
 
 short GSFileObjectTable::appendEntry(GSObject* object, long position)
@@ -56,16 +49,22 @@ short GSFileObjectTable::appendEntry(GSObject* object, long position)
     Entry e;
     e.object = object;
     e.position = position;
-    return entries.add(e);
+    if (add(&e) != 0) {
+        // A failed insertion leaves a counted slot without storage: take it back.
+        removeAt(getCount() - 1);
+        return 1;
+    }
+    return 0;
 }
 
 short GSFileObjectTable::handOut(GSObject* object)
 {
     if (!object)
         return 0;
-    if (readObjects.add(object) != 0)
+    if (readObjects.add(object) != 0) {
+        readObjects.removeAt(readObjects.getCount() - 1);
         return 1;
-    object->retain();
+    }
     return 0;
 }
 
@@ -102,7 +101,7 @@ short GSFileObjectTable::endWriteObjectTable()
     state = kIdle;
     if (!file)
         return 1;
-    long n = entries.getCount();
+    long n = getCount();
     long end = file->tell();
     if (end < 0 || tablePosition < 0 || n > INT_MAX)
         return 1;
@@ -116,15 +115,15 @@ short GSFileObjectTable::endWriteObjectTable()
     if (short st = file->writeLong(static_cast<int>(n)))
         return st;
     for (long i = 0; i < n; ++i)
-        if (short st = writeFilePosition(entries[i].position, longPositions))
+        if (short st = writeFilePosition(entryAt(i)->position, longPositions))
             return st;
     return 0;
 }
 
 long GSFileObjectTable::findObject(GSObject const* object) const
 {
-    for (long i = entries.getCount() - 1; i >= 0; --i)
-        if (entries[i].object == object)
+    for (long i = getCount() - 1; i >= 0; --i)
+        if (entryAt(i)->object == object)
             return i;
     return -1;
 }
@@ -137,25 +136,25 @@ short GSFileObjectTable::writeObject(GSObject const* object, short asReference)
         return file->_writeObject(nullptr);
     long index = findObject(object);
     if (index >= 0) {
-        if (entries[index].position == -1 && !asReference) {
+        if (entryAt(index)->position == -1 && !asReference) {
             // The first full write of an object that was only referred to so far.
             long here = file->tell();
             if (here < 0)
                 return 1;
-            entries.getWritablePointer()[index].position = here;
+            entryAt(index)->position = here;
             return file->_writeObject(object->objectToWrite(file));
         }
     } else {
         long here = -1;
         if (!asReference && (here = file->tell()) < 0)
             return 1;
-        if (entries.getCount() >= INT_MAX)
+        if (getCount() >= INT_MAX)
             return 1;
         if (appendEntry(const_cast<GSObject*>(object), here) != 0)
             return 1;
         if (!asReference)
             return file->_writeObject(object->objectToWrite(file));
-        index = entries.getCount() - 1;
+        index = getCount() - 1;
     }
     if (short st = file->writeChar(2))
         return st;
@@ -204,8 +203,8 @@ short GSFileObjectTable::startReadObjectTable(GSFile* f)
         return 1;
     if (short st = file->seek(offset, 1))
         return st;
-    int count;
-    if (short st = file->readLong(&count))
+    int entryCount;
+    if (short st = file->readLong(&entryCount))
         return st;
     long here = file->tell();
     if (here < 0 || here > length)
@@ -213,13 +212,15 @@ short GSFileObjectTable::startReadObjectTable(GSFile* f)
     // Each position takes at least 4 bytes, or 1 in the compact form. A negative count is no
     // table at all.
     long smallest = longPositions ? 1 : 4;
-    if (count < 0 || count > (length - here) / smallest)
+    if (entryCount < 0 || entryCount > (length - here) / smallest)
         return 1;
-    if (count > 0) {
-        if (entries.makeRoom(count) != 0 || readObjects.makeRoom(count) != 0)
+    if (entryCount > 0) {
+        if (entryCount > getCapacity() && setSize(entryCount) != 0)
+            return 1;
+        if (entryCount > readObjects.getCapacity() && readObjects.setSize(entryCount) != 0)
             return 1;
     }
-    for (long i = 0; i < count; ++i) {
+    for (long i = 0; i < entryCount; ++i) {
         long position;
         if (short st = readFilePosition(&position, longPositions))
             return st;
@@ -238,7 +239,7 @@ short GSFileObjectTable::startReadObjectTable(GSFile* f)
 
 short GSFileObjectTable::buildPositionIndex()
 {
-    long n = entries.getCount();
+    long n = getCount();
     positionIndex.empty();
     if (n < kIndexThreshold)
         return 0;
@@ -250,7 +251,7 @@ short GSFileObjectTable::buildPositionIndex()
     long* index = positionIndex.getWritablePointer();
     for (long i = 0; i < n; ++i)
         index[i] = i;
-    Entry const* e = entries.getPointer();
+    Entry const* e = entryAt(0);
     std::sort(index, index + n, [e](long a, long b) {
         return e[a].position != e[b].position ? e[a].position < e[b].position : a < b;
     });
@@ -259,9 +260,9 @@ short GSFileObjectTable::buildPositionIndex()
 
 long GSFileObjectTable::findObjectWithPosition(long position)
 {
-    long n = entries.getCount();
+    long n = getCount();
     if (n >= kIndexThreshold && positionIndex.getCount() == n) {
-        Entry const* e = entries.getPointer();
+        Entry const* e = entryAt(0);
         long const* index = positionIndex.getPointer();
         // The last entry (highest index) among those with this position.
         long const* past = std::upper_bound(index, index + n, position,
@@ -271,7 +272,7 @@ long GSFileObjectTable::findObjectWithPosition(long position)
         return -1;
     }
     for (long i = n - 1; i >= 0; --i)
-        if (entries[i].position == position)
+        if (entryAt(i)->position == position)
             return i;
     return -1;
 }
@@ -290,11 +291,11 @@ short GSFileObjectTable::endReadObjectTable()
 // that an object is read once however often it is referred to.
 short GSFileObjectTable::readEntry(long index, GSObject** object)
 {
-    entries.getWritablePointer()[index].readState = 1;
+    entryAt(index)->readState = 1;
     GSObject* read = nullptr;
     short st = file->_readObject(&read);
     // The entries may have moved while nested objects were read: index again.
-    Entry& e = entries.getWritablePointer()[index];
+    Entry& e = *entryAt(index);
     e.object = read;
     e.readState = 2;
     e.readStatus = st;
@@ -321,13 +322,13 @@ short GSFileObjectTable::readObject(GSObject** object, short)
         if (index < 0 && registerUnknownPositions) {
             if (appendEntry(nullptr, p) != 0)
                 return 1;
-            index = entries.getCount() - 1;
+            index = getCount() - 1;
         }
         if (index < 0)
             return 1;
         if (short st = file->seek(-1, 1))
             return st;
-        Entry const& e = entries[index];
+        Entry const& e = *entryAt(index);
         if (e.readState == 1)
             return 1; // the object contains itself
         if (e.readState == 2) {
@@ -348,9 +349,9 @@ short GSFileObjectTable::readObject(GSObject** object, short)
             return st;
         if (index == -1)
             return 0;
-        if (index < 0 || index >= entries.getCount())
+        if (index < 0 || index >= getCount())
             return 1;
-        Entry const& e = entries[index];
+        Entry const& e = *entryAt(index);
         if (e.readState == 1)
             return 1; // a reference to an object from inside that object
         if (e.readState == 2) {

@@ -22,12 +22,15 @@
 // that refers to itself while it is being read fails instead of recursing.
 #pragma once
 
+#include "gs/object/GSArray.h"
 #include "gs/object/GSDynaArray.h"
 #include "gs/object/GSObject.h"
+#include "gs/object/ObjectArray.h"
 
 class GSFile;
 
-class GSFileObjectTable {
+// The entries are the array's elements, one Entry each.
+class GSFileObjectTable : public GSArray {
 public:
     struct Entry {
         GSObject* object = nullptr;   // null until known
@@ -39,9 +42,9 @@ public:
     // Deepest nesting of objects inside objects that a read follows.
     static constexpr int kMaxObjectDepth = 64;
 
-    GSFileObjectTable(long initialSize, long growth);
+    GSFileObjectTable(long initialSize, long growthValue);
     // Releases the objects handed out while reading; never throws.
-    ~GSFileObjectTable();
+    ~GSFileObjectTable() override;
     GSFileObjectTable(GSFileObjectTable const&) = delete;
     GSFileObjectTable& operator=(GSFileObjectTable const&) = delete;
 
@@ -77,8 +80,8 @@ public:
 
     short getLongPositions() const { return longPositions; }
     short getState() const { return state; }
-    long getCount() const { return entries.getCount(); }
-    Entry const& getEntry(long index) const { return entries[index]; }
+    // The entry at an index in 0..getCount()-1.
+    Entry const& getEntry(long index) const { return *entryAt(index); }
     long getTablePosition() const { return tablePosition; }
     long getReadObjectCount() const { return readObjects.getCount(); }
     GSFile* getFile() const { return file; }
@@ -87,14 +90,14 @@ public:
     bool registerUnknownPositions = false;
 
 private:
+    Entry* entryAt(long index) const { return static_cast<Entry*>(getElementPointer(index)); }
     short appendEntry(GSObject* object, long position);
     short handOut(GSObject* object);
     short readEntry(long index, GSObject** object);
     short buildPositionIndex();
     void releaseReadObjects();
 
-    GSDynaArray<Entry> entries;
-    GSDynaArray<GSObject*> readObjects;
+    ObjectArray readObjects;
     // Entry indices sorted by (position, index), for finding objects by position in large tables.
     GSDynaArray<long> positionIndex;
     GSFile* file = nullptr;

@@ -1,10 +1,12 @@
 #include "gs/object/GSFileObjectTable.h"
 
+#include "gs/object/GSArrayMemory.h"
 #include "gs/object/GSExceptions.h"
 #include "tests/object/TestObjects.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 using qmtest::fileHex;
@@ -304,6 +306,28 @@ TEST(GSFileObjectTableRead, RefusesBadHeadersAndDirectories)
         // A failed start leaves no table attached, so a new start is allowed.
         EXPECT_EQ(r.f.getObjectTable(), nullptr);
         EXPECT_EQ(r.f.getUse64Bit(), 0);
+    }
+}
+
+namespace {
+size_t largestRequest = 0;
+bool recordRequest(size_t bytes)
+{
+    largestRequest = std::max(largestRequest, bytes);
+    return true;
+}
+} // namespace
+
+TEST(GSFileObjectTableRead, HugeCountsAllocateNothingForTheirEntries)
+{
+    for (std::string const& hex : {std::string("01 00 00 00 00 00 7F FF FF FF 00 00 00 06"),
+                                   std::string("02 00 00 00 00 00 00 00 00 00 7F FF FF FF 0A 0A")}) {
+        ReadFile r(hex);
+        largestRequest = 0;
+        GSArrayAllocationHook old = GSSetArrayAllocationHook(recordRequest);
+        EXPECT_NE(r.f.startObjectMergingRead(), 0);
+        GSSetArrayAllocationHook(old);
+        EXPECT_LT(largestRequest, 4096u);
     }
 }
 
