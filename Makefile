@@ -1,5 +1,5 @@
 # Front door. `make demo` and `make test` do all set-up on a fresh Debian 12 machine.
-.PHONY: deps build release test test-dev test-asan demo fuzz bench clean
+.PHONY: deps build release test test-dev test-asan test-tsan demo fuzz bench clean
 
 deps:
 	@scripts/install-deps.sh
@@ -22,7 +22,14 @@ test-asan: deps
 	cmake --build --preset asan
 	ctest --preset asan
 
-test: test-dev test-asan
+# ThreadSanitizer over the object tests only (the library and one test program): the shared
+# arrays and reference counts are the code that promises to work across threads.
+test-tsan: deps
+	cmake --preset tsan >/dev/null
+	cmake --build --preset tsan
+	ctest --preset tsan
+
+test: test-dev test-asan test-tsan
 
 demo: release
 	@scripts/demo.sh build/release
