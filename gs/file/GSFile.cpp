@@ -11,34 +11,9 @@
 
 namespace {
 
-inline unsigned bigU32(unsigned char const* b)
-{
-    return (unsigned(b[0]) << 24) | (unsigned(b[1]) << 16) | (unsigned(b[2]) << 8) | unsigned(b[3]);
-}
-
-inline unsigned littleU32(unsigned char const* b)
-{
-    return (unsigned(b[3]) << 24) | (unsigned(b[2]) << 16) | (unsigned(b[1]) << 8) | unsigned(b[0]);
-}
-
-inline unsigned short bigU16(unsigned char const* b)
-{
-    return static_cast<unsigned short>((b[0] << 8) | b[1]);
-}
-
-inline unsigned short littleU16(unsigned char const* b)
-{
-    return static_cast<unsigned short>((b[1] << 8) | b[0]);
-}
-
-inline std::uint64_t bigU64(unsigned char const* b)
-{
-    return (std::uint64_t(bigU32(b)) << 32) | bigU32(b + 4);
-}
-
 inline std::uint64_t littleU64(unsigned char const* b)
 {
-    return (std::uint64_t(littleU32(b + 4)) << 32) | littleU32(b);
+    return (std::uint64_t(GetLittleULong(b + 4)) << 32) | GetLittleULong(b);
 }
 
 template <class To, class From>
@@ -317,15 +292,6 @@ long GSFile::read(void* buffer, long size, long count)
     return worker->readBytes(buffer, bytes) / size;
 }
 
-short GSFile::readChar(char* value)
-{
-    unsigned char b;
-    if (!readExact(worker, &b, 1))
-        return 1;
-    *value = static_cast<char>(b);
-    return 0;
-}
-
 short GSFile::readBool(short* value)
 {
     unsigned char b;
@@ -335,21 +301,12 @@ short GSFile::readBool(short* value)
     return 0;
 }
 
-short GSFile::readShort(short* value)
-{
-    unsigned char b[2];
-    if (!readExact(worker, b, 2))
-        return 1;
-    *value = static_cast<short>(bigU16(b));
-    return 0;
-}
-
 short GSFile::readLittleShort(short* value)
 {
     unsigned char b[2];
     if (!readExact(worker, b, 2))
         return 1;
-    *value = static_cast<short>(littleU16(b));
+    *value = static_cast<short>(GetLittleUShort(b));
     return 0;
 }
 
@@ -376,30 +333,12 @@ short GSFile::readIntAsUShort(int* value)
     return 0;
 }
 
-short GSFile::readLong(int* value)
-{
-    unsigned char b[4];
-    if (!readExact(worker, b, 4))
-        return 1;
-    *value = static_cast<int>(bigU32(b));
-    return 0;
-}
-
 short GSFile::readLittleLong(int* value)
 {
     unsigned char b[4];
     if (!readExact(worker, b, 4))
         return 1;
-    *value = static_cast<int>(littleU32(b));
-    return 0;
-}
-
-short GSFile::readLongLong(long* value)
-{
-    unsigned char b[8];
-    if (!readExact(worker, b, 8))
-        return 1;
-    *value = static_cast<long>(bigU64(b));
+    *value = static_cast<int>(GetLittleULong(b));
     return 0;
 }
 
@@ -426,7 +365,7 @@ short GSFile::readStandardFloat(float* value)
     unsigned char b[4];
     if (!readExact(worker, b, 4))
         return 1;
-    *value = bitCast<float>(bigU32(b));
+    *value = bitCast<float>(GetBigULong(b));
     return 0;
 }
 
@@ -435,7 +374,7 @@ short GSFile::readLittleStandardFloat(float* value)
     unsigned char b[4];
     if (!readExact(worker, b, 4))
         return 1;
-    *value = bitCast<float>(littleU32(b));
+    *value = bitCast<float>(GetLittleULong(b));
     return 0;
 }
 
@@ -444,7 +383,7 @@ short GSFile::readStandardDouble(double* value)
     unsigned char b[8];
     if (!readExact(worker, b, 8))
         return 1;
-    *value = bitCast<double>(bigU64(b));
+    *value = bitCast<double>(static_cast<std::uint64_t>(GetBigLongLong(b)));
     return 0;
 }
 
@@ -464,8 +403,8 @@ short GSFile::readFloat(float* value)
     unsigned char b[6];
     if (!readExact(worker, b, 6))
         return 1;
-    int const mantissa = static_cast<int>(bigU32(b));
-    short const exponent = static_cast<short>(bigU16(b + 4));
+    int const mantissa = GetBigLong(b);
+    short const exponent = GetBigShort(b + 4);
     // Files depend on these clamps: a large exponent is the largest float whatever the sign.
     if (exponent >= 38)
         *value = FLT_MAX;
@@ -483,7 +422,7 @@ short GSFile::readDouble(double* value)
     unsigned char b[6];
     if (!readExact(worker, b, 6))
         return 1;
-    *value = fromMantissa(static_cast<int>(bigU32(b)), static_cast<short>(bigU16(b + 4)));
+    *value = fromMantissa(GetBigLong(b), GetBigShort(b + 4));
     return 0;
 }
 
@@ -532,42 +471,11 @@ short GSFile::readIntXVariable(long* value, int width)
     return readFileSizeVariable(value, width);
 }
 
-// The compact signed encoding; `stored` tells whether anything was assembled (the first byte came).
-static short readCompact(GSFile* file, long* value, bool* stored)
-{
-    char c;
-    *stored = false;
-    if (file->readChar(&c) != 0)
-        return 1;
-    auto byte = static_cast<unsigned char>(c);
-    bool const negative = byte & 0x40;
-    std::uint64_t x = byte & 63;
-    short status = 0;
-    // At most 10 bytes carry a 64-bit value; a longer run is damaged data, not a longer number.
-    for (int shift = 6, count = 1; byte & 0x80; shift += 7, ++count) {
-        if (count == 10 || file->readChar(&c) != 0) {
-            status = 1;
-            break;
-        }
-        byte = static_cast<unsigned char>(c);
-        x |= std::uint64_t(byte & 127) << shift;
-    }
-    *value = static_cast<long>(negative ? ~x : x);
-    *stored = true;
-    return status;
-}
-
-short GSFile::readCompactLongLong(long* value)
-{
-    bool stored;
-    return readCompact(this, value, &stored);
-}
-
 short GSFile::readCompactInt(int* value)
 {
     long v = 0;
     bool stored;
-    short status = readCompact(this, &v, &stored);
+    short status = readCompact(&v, &stored);
     if (stored)
         *value = static_cast<int>(v);
     return status;

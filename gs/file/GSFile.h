@@ -22,6 +22,7 @@
 #include "gs/filespec/GSFileSpec.h"
 #include "gs/object/GSDynaArray.h"
 #include "gs/text/GSString.h"
+#include "gs/util/GSByteOrder.h"
 
 class GSObject;
 class GSFileObjectTable;
@@ -192,6 +193,9 @@ public:
     static bool isRetiredClassName(GSString const& name);
 
 private:
+    // The compact signed encoding; `stored` tells whether a value was assembled (the first byte came).
+    short readCompact(long* value, bool* stored);
+
     unsigned flags = 6;
     int formatVersion = 0;
     int compressionDepth = 0;
@@ -200,6 +204,72 @@ private:
     long fileOffset = 0;
     long reserved = 0;
 };
+
+// The most frequent reads are inline: with a buffering worker a value costs a bounds check and a
+// load from the read-ahead window; everything else goes through the worker's readData.
+inline short GSFile::readChar(char* value)
+{
+    unsigned char b;
+    if (!worker || worker->readBytes(&b, 1) != 1)
+        return 1;
+    *value = static_cast<char>(b);
+    return 0;
+}
+
+inline short GSFile::readShort(short* value)
+{
+    unsigned char b[2];
+    if (!worker || worker->readBytes(b, 2) != 2)
+        return 1;
+    *value = GetBigShort(b);
+    return 0;
+}
+
+inline short GSFile::readLong(int* value)
+{
+    unsigned char b[4];
+    if (!worker || worker->readBytes(b, 4) != 4)
+        return 1;
+    *value = GetBigLong(b);
+    return 0;
+}
+
+inline short GSFile::readLongLong(long* value)
+{
+    unsigned char b[8];
+    if (!worker || worker->readBytes(b, 8) != 8)
+        return 1;
+    *value = GetBigLongLong(b);
+    return 0;
+}
+
+inline short GSFile::readCompact(long* value, bool* stored)
+{
+    *stored = false;
+    unsigned char b;
+    if (!worker || worker->readBytes(&b, 1) != 1)
+        return 1;
+    bool const negative = b & 0x40;
+    unsigned long x = b & 63;
+    short status = 0;
+    // At most 10 bytes carry a 64-bit value; a longer run is damaged data, not a longer number.
+    for (int shift = 6, count = 1; b & 0x80; shift += 7, ++count) {
+        if (count == 10 || worker->readBytes(&b, 1) != 1) {
+            status = 1;
+            break;
+        }
+        x |= static_cast<unsigned long>(b & 127) << shift;
+    }
+    *value = static_cast<long>(negative ? ~x : x);
+    *stored = true;
+    return status;
+}
+
+inline short GSFile::readCompactLongLong(long* value)
+{
+    bool stored;
+    return readCompact(value, &stored);
+}
 
 // Template-friendly forwarding: GSFileRead(file, &x) reads any primitive by its type.
 short GSFileRead(GSFile* file, char* value);

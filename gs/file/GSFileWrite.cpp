@@ -10,26 +10,10 @@
 
 namespace {
 
-inline void putBig32(unsigned char* b, std::uint32_t v)
-{
-    b[0] = static_cast<unsigned char>(v >> 24);
-    b[1] = static_cast<unsigned char>(v >> 16);
-    b[2] = static_cast<unsigned char>(v >> 8);
-    b[3] = static_cast<unsigned char>(v);
-}
-
-inline void putLittle32(unsigned char* b, std::uint32_t v)
-{
-    b[0] = static_cast<unsigned char>(v);
-    b[1] = static_cast<unsigned char>(v >> 8);
-    b[2] = static_cast<unsigned char>(v >> 16);
-    b[3] = static_cast<unsigned char>(v >> 24);
-}
-
 inline void putBig64(unsigned char* b, std::uint64_t v)
 {
-    putBig32(b, static_cast<std::uint32_t>(v >> 32));
-    putBig32(b + 4, static_cast<std::uint32_t>(v));
+    SetBigLong(b, static_cast<int>(static_cast<std::uint32_t>(v >> 32)));
+    SetBigLong(b + 4, static_cast<int>(static_cast<std::uint32_t>(v)));
 }
 
 template <class To, class From>
@@ -55,9 +39,8 @@ void toMantissa(double x, unsigned char* b)
         double fraction = std::frexp(x, &exponent);
         mantissa = static_cast<int>(std::ldexp(fraction, 30));
     }
-    putBig32(b, static_cast<std::uint32_t>(mantissa));
-    b[4] = static_cast<unsigned char>(exponent >> 8);
-    b[5] = static_cast<unsigned char>(exponent);
+    SetBigLong(b, mantissa);
+    SetBigShort(b + 4, static_cast<short>(exponent));
 }
 
 } // namespace
@@ -91,29 +74,29 @@ short GSFile::writeBool(short value)
 
 short GSFile::writeShort(short value)
 {
-    unsigned char b[2] = {static_cast<unsigned char>(static_cast<unsigned short>(value) >> 8),
-                          static_cast<unsigned char>(value)};
+    unsigned char b[2];
+    SetBigShort(b, value);
     return write(b, 2);
 }
 
 short GSFile::writeLittleShort(short value)
 {
-    unsigned char b[2] = {static_cast<unsigned char>(value),
-                          static_cast<unsigned char>(static_cast<unsigned short>(value) >> 8)};
+    unsigned char b[2];
+    SetLittleShort(b, value);
     return write(b, 2);
 }
 
 short GSFile::writeLong(int value)
 {
     unsigned char b[4];
-    putBig32(b, static_cast<std::uint32_t>(value));
+    SetBigLong(b, value);
     return write(b, 4);
 }
 
 short GSFile::writeLittleLong(int value)
 {
     unsigned char b[4];
-    putLittle32(b, static_cast<std::uint32_t>(value));
+    SetLittleLong(b, value);
     return write(b, 4);
 }
 
@@ -132,7 +115,7 @@ short GSFile::writePointer(void* value)
 short GSFile::writeStandardFloat(float value)
 {
     unsigned char b[4];
-    putBig32(b, bitCast<std::uint32_t>(value));
+    SetBigLong(b, bitCast<int>(value));
     return write(b, 4);
 }
 
