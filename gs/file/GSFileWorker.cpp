@@ -1,6 +1,7 @@
 #include "gs/file/GSFileWorker.h"
 
 #include "gs/object/GSRuntimeClass.h"
+#include "gs/util/GSLog.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -287,9 +288,12 @@ short GSFileWorkerStream::_open()
     if (stream)
         return 0;
     workingSpec = fileSpec;
+    // A new stream: nothing buffered from an earlier one may be served.
     resetBuffer();
     stream = std::fopen(workingSpec.getPath().c_str(), accessMode);
     if (!stream) {
+        if (accessFlags & kCreate)
+            GSLog("Couldn't create file: %s\n", workingSpec.getPath().c_str());
         workingSpec = GSFileSpec();
         return 1;
     }
@@ -303,8 +307,10 @@ short GSFileWorkerStream::_close(short)
     short error = 0;
     if ((accessFlags & kCreate) && std::ferror(stream))
         error = 1;
-    if (std::fclose(stream) != 0)
+    if (std::fclose(stream) != 0) {
+        GSLog("Couldn't close file: %s\n", workingSpec.getPath().c_str());
         error = 1;
+    }
     stream = nullptr;
     resetBuffer();
     workingSpec = GSFileSpec();
