@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <string>
+
 using qmtest::Backend;
 using qmtest::fromHex;
 using qmtest::toArray;
@@ -184,6 +187,87 @@ TEST_P(GSTagReadDamaged, SizePastTheEndEndsTheWalk)
     auto file = makeFile("00 00 00 01 7F FF FF FF  00 00 00 02 00 00 00 00  FF FF FF FF");
     EXPECT_EQ(walk(*file), 2);
     EXPECT_EQ(GSTagRead(file.get()).read(), GSTagRead::kReadFailure);
+}
+
+} // namespace
+
+namespace {
+
+// A memory file in compact mode (an object table with long positions attached) holding `hex` at the
+// current position.
+struct CompactFile {
+    explicit CompactFile(std::string const& hex) : file(-100, 0)
+    {
+        EXPECT_EQ(file.startObjectMergingWrite(1), 0);
+        EXPECT_EQ(file.getUse64Bit(), 1);
+        start = file.tell();
+        auto bytes = fromHex(hex);
+        EXPECT_EQ(file.write(bytes.data(), static_cast<long>(bytes.size())), 0);
+        EXPECT_EQ(file.seek(start, 0), 0);
+    }
+    ~CompactFile() { file.stopObjectMergingWrite(); }
+    GSFile file;
+    long start = 0;
+};
+
+TEST(GSTagReadCompactMode, VersionHeadersAndSkips)
+{
+    std::string hex = "32  05 10";
+    for (int k = 0; k < 16; ++k)
+        hex += " AA";
+    hex += "  85 00 00 00 00 00 00 01 00";
+    for (int k = 0; k < 256; ++k)
+        hex += " BB";
+    hex += "  06 00  FF";
+    CompactFile c(hex);
+    GSTagRead reader(&c.file);
+    short version = 0;
+    EXPECT_EQ(reader.readVersion(0x0302, &version), 0);
+    EXPECT_EQ(version, 0x0302);
+    EXPECT_EQ(reader.read(), 5);
+    EXPECT_EQ(reader.getSize(), 16);
+    EXPECT_EQ(reader.getDataStart(), c.start + 3);
+    EXPECT_EQ(reader.skip(), 0);
+    EXPECT_EQ(reader.read(), 5);
+    EXPECT_EQ(reader.getSize(), 256);
+    EXPECT_EQ(reader.skip(), 0);
+    EXPECT_EQ(reader.read(), 6);
+    EXPECT_EQ(reader.getSize(), 0);
+    EXPECT_EQ(reader.skip(), 0);
+    EXPECT_EQ(reader.read(), GSTagRead::kEndTag);
+}
+
+TEST(GSTagReadCompactMode, TooNewVersionSkipsTheSequence)
+{
+    CompactFile c("40  01 02 AA BB  7F  66");  // version 4.0, one record, the end tag, then 66
+    GSTagRead reader(&c.file);
+    EXPECT_EQ(reader.readVersion(0x0302, nullptr), 1);
+    char next = 0;
+    EXPECT_EQ(c.file.readChar(&next), 0);
+    EXPECT_EQ(next, 0x66);
+}
+
+TEST(GSTagReadCompactMode, HugeLongSizeCannotWrap)
+{
+    CompactFile c("81 7F FF FF FF FF FF FF FF  00");
+    GSTagRead reader(&c.file);
+    EXPECT_EQ(reader.read(), 1);
+    EXPECT_EQ(reader.getSize(), LONG_MAX);
+    EXPECT_EQ(reader.skip(), 1);  // data start + size does not fit
+    EXPECT_EQ(c.file.tell(), c.start + 9);
+}
+
+TEST(GSFileCompactMode, ArrayCountsUseTheCompactEncoding)
+{
+    CompactFile c("C0 01  80 01");
+    long v = 0;
+    EXPECT_EQ(c.file.readArrayCount(&v), 0);
+    EXPECT_EQ(v, -65);
+    EXPECT_EQ(c.file.readArrayCount(&v), 0);
+    EXPECT_EQ(v, 64);
+    long const end = c.file.tell();
+    EXPECT_EQ(c.file.writeArrayCount(8192), 0);
+    EXPECT_EQ(c.file.tell(), end + 3);
 }
 
 } // namespace
