@@ -187,7 +187,22 @@ public:
     }
     short append(T const* elements, long n) { return insertAt(getCount(), elements, n); }
     short append(GSDynaArray const& other) { return append(other.getPointer(), other.getCount()); }
-    short add(T const& element) { return insertAt(getCount(), &element, 1); }
+    short add(T const& element)
+    {
+        // The common case stays inline: a private block with room at the end. The element is
+        // copied first, as it may lie in the block.
+        if (GSArrayData<T>* block = data) {
+            long count = block->count;
+            if (count < block->capacity && block->getRefCount() == 1) {
+                T value = element;
+                T* elements = block->data;
+                block->count = count + 1;
+                elements[count] = static_cast<T&&>(value);
+                return 0;
+            }
+        }
+        return insertAt(getCount(), &element, 1);
+    }
 
     // Replaces the element at index (0..count-1); 1 for another index or when copying failed.
     short setAt(long index, T const& element)
