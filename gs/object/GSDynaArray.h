@@ -9,6 +9,13 @@
 //
 // Allocation failures are statuses (1), never exceptions: the array is left as it was. The only
 // exception is bad_index, thrown by insertAt for an index outside 0..count.
+//
+// Array block (read and write, for unsigned char, float and int elements):
+//   version   256, or 512 when the block carries its own object table: the table starts right
+//             after the version and stops after the elements (GSFile::startObjectMergingWrite)
+//   count     GSFile::writeArrayCount (compact encoding in compact mode, else 4 bytes)
+//   elements  bytes as they are; floats with GSFile::writeFloat, ints with GSFile::writeLong
+// The version takes the framing of the file (2 bytes classic, 1 byte compact).
 #pragma once
 
 #include "gs/object/GSArrayMemory.h"
@@ -17,6 +24,8 @@
 
 #include <algorithm>
 #include <new>
+
+class GSFile;
 
 // The shared block: capacity, count and the elements. Created with the count 0 and the reference
 // count 0; its holder retains it at once. Blocks and their elements come from the array allocator.
@@ -276,6 +285,16 @@ public:
 
     GSArrayData<T>* getData() const { return data; }
 
+    // Writes the array block; with `withObjectTable` the block carries an object table with
+    // 32-bit positions, or with 64-bit positions when `longPositions` is set (which puts the file
+    // in compact mode for the count). Throws bad_file when a table is to be started while one is
+    // attached. The first failing write's status is returned.
+    short write(GSFile* file, short withObjectTable = 0, short longPositions = 0) const;
+    // Reads an array block and appends its elements. 1 for a version above 512, a negative count,
+    // a count the file cannot hold, a table that cannot start (also when the file has one attached
+    // already) or a failed allocation; a failed element read returns its status.
+    short read(GSFile* file);
+
 private:
     // Room for n elements. `requested` < 0 asks for the growth rule, otherwise for that capacity
     // (0 with a block present drops it).
@@ -333,3 +352,16 @@ private:
     long growth;
     GSArrayData<T>* data = nullptr;
 };
+
+template <>
+short GSDynaArray<unsigned char>::write(GSFile* file, short withObjectTable, short longPositions) const;
+template <>
+short GSDynaArray<float>::write(GSFile* file, short withObjectTable, short longPositions) const;
+template <>
+short GSDynaArray<int>::write(GSFile* file, short withObjectTable, short longPositions) const;
+template <>
+short GSDynaArray<unsigned char>::read(GSFile* file);
+template <>
+short GSDynaArray<float>::read(GSFile* file);
+template <>
+short GSDynaArray<int>::read(GSFile* file);

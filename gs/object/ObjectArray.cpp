@@ -1,5 +1,6 @@
 #include "gs/object/ObjectArray.h"
 
+#include "gs/file/GSFile.h"
 #include "gs/object/GSObject.h"
 
 ObjectArray::ObjectArray(long initialSize, long growthValue) noexcept : PointerArray(initialSize, growthValue) {}
@@ -97,4 +98,67 @@ long ObjectArray::findRuntimeClass(GSRuntimeClass const& c, long start) const no
             return i;
     }
     return -1;
+}
+
+short ObjectArray::write(GSFile* file) const
+{
+    if (!file)
+        return 1;
+    if (short status = file->writeArrayCount(getCount()))
+        return status;
+    for (long i = 0, n = getCount(); i < n; ++i)
+        if (short status = file->writeObject(getElementAt(i)))
+            return status;
+    return 0;
+}
+
+short ObjectArray::read(GSFile* file)
+{
+    empty();
+    if (!file)
+        return 1;
+    long n = 0;
+    if (short status = file->readArrayCount(&n))
+        return status;
+    if (n < 1)
+        return n < 0 ? 1 : 0;
+    // Every object takes at least its marker byte: a count the rest of the file cannot hold is
+    // refused before anything is allocated.
+    long const length = file->getLength();
+    long const position = file->tell();
+    if (length < 0 || position < 0 || position > length || n > length - position)
+        return 1;
+    if (setSize(n) != 0)
+        return 1;
+    for (long i = 0; i < n; ++i) {
+        GSObject* object = nullptr;
+        if (file->readObject(&object) != 0 || !object)
+            return 1;
+        if (insertAt(i, object) != 0) {
+            // Not stored: an object read without a table belongs to nobody else.
+            if (object->getRefCount() == 0 && !file->getObjectTable())
+                delete object;
+            return 1;
+        }
+    }
+    return 0;
+}
+
+short ObjectArray::copyTo(ObjectArray* target) const
+{
+    if (!target || target == this)
+        return 1;
+    target->empty();
+    (void)target->GSArray::init(sizeof(GSObject*), getCount(), getGrowth());
+    for (long i = 0, n = getCount(); i < n; ++i) {
+        GSObject* element = getElementAt(i);
+        GSObject* copy = element ? element->copyObject() : nullptr;
+        if (element && !copy)
+            return 1;
+        if (target->add(copy) != 0) {
+            delete copy;
+            return 1;
+        }
+    }
+    return 0;
 }
