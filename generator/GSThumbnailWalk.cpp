@@ -92,8 +92,10 @@ private:
         }
         if (status != 0) {
             result.reason = detail.failure;
-            if (result.reason == Reason::kNotADocument || result.reason == Reason::kTruncated)
-                result.reason = endOfDataReason();
+            // The ID or the version could not be read: a read error rather than other bytes?
+            if ((result.reason == Reason::kNotADocument || result.reason == Reason::kTruncated) &&
+                file->getError() != 0)
+                result.reason = Reason::kReadError;
             return;
         }
         if (isSelection) {

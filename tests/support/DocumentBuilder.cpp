@@ -155,9 +155,9 @@ ThumbnailRecord& ThumbnailRecord::description(int variant, int width, int height
     });
 }
 
-ThumbnailRecord& ThumbnailRecord::inlinePicture(int type, Bytes const& picture, int64_t storedCount)
+ThumbnailRecord& ThumbnailRecord::inlinePicture(int type, Bytes const& picture, std::optional<int64_t> storedCount)
 {
-    int64_t count = storedCount >= 0 ? storedCount : static_cast<int64_t>(picture.size());
+    int64_t count = storedCount.value_or(static_cast<int64_t>(picture.size()));
     return custom([=](RecordWriter& w) {
         w.record(6, [&](RecordWriter& body) {
             body.out().i16(type);
@@ -245,12 +245,12 @@ DocumentBuilder& DocumentBuilder::header(int tag, int64_t size, bool forceLong)
 DocumentBuilder& DocumentBuilder::standardFloats() { return record(14, {}); }
 DocumentBuilder& DocumentBuilder::standardDoubles() { return record(15, {}); }
 
-DocumentBuilder& DocumentBuilder::thumbnail(ThumbnailRecord const& thumbnail, int64_t recordSize)
+DocumentBuilder& DocumentBuilder::thumbnail(ThumbnailRecord const& thumbnail, std::optional<int64_t> recordSize)
 {
     ByteWriter data;
     RecordWriter inner(data, writer.framing());
     thumbnail.writeTo(inner);
-    writer.header(13, recordSize >= 0 ? recordSize : static_cast<int64_t>(data.size()));
+    writer.header(13, recordSize.value_or(static_cast<int64_t>(data.size())));
     out.raw(data.bytes());
     return *this;
 }

@@ -16,6 +16,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -85,9 +86,9 @@ public:
     ThumbnailRecord& versionTwoShort(int major, int minor);
     // Inner record 0: variant, width, height and the ignored value, 14 bytes.
     ThumbnailRecord& description(int variant, int width, int height, int ignored = 0);
-    // Inner record 6: picture type, byte count, the bytes. `storedCount` (when >= 0) is written in
+    // Inner record 6: picture type, byte count, the bytes. `storedCount`, when given, is written in
     // place of the true count; the record's size is always that of what is written.
-    ThumbnailRecord& inlinePicture(int type, Bytes const& picture, int64_t storedCount = -1);
+    ThumbnailRecord& inlinePicture(int type, Bytes const& picture, std::optional<int64_t> storedCount = {});
     // Inner record 6 header, type and count only: the picture bytes are not written (a file cut
     // right after the count, or a count that lies about the file).
     ThumbnailRecord& inlinePictureHeaderOnly(int type, int64_t storedCount, int64_t recordSize);
@@ -124,8 +125,8 @@ public:
     DocumentBuilder& header(int tag, int64_t size, bool forceLong = false);
     DocumentBuilder& standardFloats();  // record 14, no data
     DocumentBuilder& standardDoubles(); // record 15, no data
-    // Record 13 with the thumbnail's data; `recordSize` (when >= 0) replaces the true size.
-    DocumentBuilder& thumbnail(ThumbnailRecord const& thumbnail, int64_t recordSize = -1);
+    // Record 13 with the thumbnail's data; `recordSize`, when given, replaces the true size.
+    DocumentBuilder& thumbnail(ThumbnailRecord const& thumbnail, std::optional<int64_t> recordSize = {});
     DocumentBuilder& endTag();
     DocumentBuilder& raw(Bytes const& bytes);
     // The framing of everything written after this call.
