@@ -92,10 +92,16 @@ private:
         }
         if (status != 0) {
             result.reason = detail.failure;
-            // The ID or the version could not be read: a read error rather than other bytes?
-            if ((result.reason == Reason::kNotADocument || result.reason == Reason::kTruncated) &&
-                file->getError() != 0)
-                result.reason = Reason::kReadError;
+            // The ID or the version could not be read: other bytes, or a file that cannot be read
+            // at all (a folder, an I/O error)? The header reader seeks back, which forgets the
+            // error, so read the first byte again to find out.
+            if (result.reason == Reason::kNotADocument || result.reason == Reason::kTruncated) {
+                long start = file->tell();
+                char first = 0;
+                if (file->readChar(&first) != 0 && file->getError() != 0)
+                    result.reason = Reason::kReadError;
+                file->seek(start);
+            }
             return;
         }
         if (isSelection) {

@@ -1,0 +1,222 @@
+// The info and extract commands, run in-process through runCli.
+#include "thumbnailer/Cli.h"
+
+#include "tests/support/DocumentBuilder.h"
+#include "tests/support/TempFile.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+#include <sstream>
+
+using namespace qmtest;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct CliRun {
+    int code;
+    std::string out;
+    std::string err;
+};
+
+CliRun cli(std::vector<std::string> args)
+{
+    args.insert(args.begin(), "quillmoor-thumbnailer");
+    std::vector<char const*> argv;
+    for (auto const& a : args)
+        argv.push_back(a.c_str());
+    std::ostringstream out, err;
+    int code = qm::runCli(static_cast<int>(argv.size()), argv.data(), out, err);
+    return {code, out.str(), err.str()};
+}
+
+std::vector<std::string> lines(std::string const& text)
+{
+    std::vector<std::string> result;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);)
+        result.push_back(line);
+    return result;
+}
+
+// Documents of every kind the commands tell apart, in one folder.
+class CliFiles : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        jpegPath = folder.write("photo.qmd", simpleDocument(kPictureJPEG, jpeg, 64, 48));
+        pngPath = folder.write("drawing.qmd", simpleDocument(kPicturePNGAlternative, png, 32, 16));
+        DocumentBuilder selection;
+        selection.selectionID().version(0x0201).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, jpeg)).endTag();
+        selectionPath = folder.write("part.qmd", selection.bytes());
+        DocumentBuilder none;
+        none.documentID().version(0x0200).record(20, Bytes(10, 0)).endTag();
+        nonePath = folder.write("plain.qmd", none.bytes());
+        textPath = folder.write("notes.txt", Bytes{'h', 'e', 'l', 'l', 'o'});
+        DocumentBuilder tooNew;
+        tooNew.documentID().version(0x0400).endTag();
+        tooNewPath = folder.write("future.qmd", tooNew.bytes());
+        // A stored count of 2^31 - 1 in a file of well under 1 KiB.
+        DocumentBuilder huge;
+        huge.documentID().version(0x0200);
+        huge.thumbnail(ThumbnailRecord().description(0, 8, 8).inlinePicture(kPictureJPEG, fakeJPEG(100), 0x7FFFFFFF)).endTag();
+        hugePath = folder.write("huge-count.qmd", huge.bytes());
+        cutPath = folder.write("cut.qmd", cut(simpleDocument(kPictureJPEG, jpeg), 120));
+    }
+
+    // Everything in the folder: extract must leave no temporary file behind.
+    std::vector<std::string> folderContent() const
+    {
+        std::vector<std::string> names;
+        for (auto const& e : fs::directory_iterator(folder.path()))
+            names.push_back(e.path().filename().string());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    TempFolder folder;
+    Bytes jpeg = fakeJPEG(200);
+    Bytes png = fakePNG(90);
+    std::string jpegPath, pngPath, selectionPath, nonePath, textPath, tooNewPath, hugePath, cutPath;
+};
+
+TEST_F(CliFiles, InfoDescribesEveryKind)
+{
+    CliRun r = cli({"info", jpegPath, pngPath, selectionPath, nonePath, textPath, tooNewPath, hugePath});
+    EXPECT_EQ(r.code, 0);
+    EXPECT_EQ(r.err, "");
+    EXPECT_EQ(lines(r.out), (std::vector<std::string>{
+                                jpegPath + ": document, version 2.0, jpeg thumbnail, 200 bytes, 64 x 48",
+                                pngPath + ": document, version 2.0, png thumbnail, 90 bytes, 32 x 16",
+                                selectionPath + ": selection, version 2.1, no thumbnail",
+                                nonePath + ": document, version 2.0, no thumbnail",
+                                textPath + ": unrecognised",
+                                tooNewPath + ": document, version 4.0, no thumbnail (a document version this "
+                                             "program does not read)",
+                                hugePath + ": document, version 2.0, no thumbnail (damaged: the document is cut short)",
+                            }));
+}
+
+TEST_F(CliFiles, InfoJsonGivesOneObjectPerLine)
+{
+    CliRun r = cli({"info", "--json", jpegPath, selectionPath, textPath});
+    EXPECT_EQ(r.code, 0);
+    std::vector<std::string> out = lines(r.out);
+    ASSERT_EQ(out.size(), 3u);
+    EXPECT_EQ(out[0], "{\"file\":\"" + jpegPath +
+                          "\",\"kind\":\"document\",\"version\":512,\"thumbnail\":{\"type\":\"jpeg\",\"bytes\":200,"
+                          "\"width\":64,\"height\":48}}");
+    auto selection = nlohmann::json::parse(out[1]);
+    EXPECT_EQ(selection["kind"], "selection");
+    EXPECT_EQ(selection["version"], 0x0201);
+    EXPECT_TRUE(selection["thumbnail"].is_null());
+    auto text = nlohmann::json::parse(out[2]);
+    EXPECT_EQ(text["kind"], "unrecognised");
+    EXPECT_TRUE(text["version"].is_null());
+    EXPECT_TRUE(text["thumbnail"].is_null());
+}
+
+TEST_F(CliFiles, InfoReportsFilesItCannotOpenAndGoesOn)
+{
+    std::string missing = folder.path() + "/missing.qmd";
+    CliRun r = cli({"info", missing, jpegPath, folder.path()});
+    EXPECT_EQ(r.code, 3);
+    EXPECT_EQ(lines(r.out).size(), 1u);
+    std::vector<std::string> err = lines(r.err);
+    ASSERT_EQ(err.size(), 2u);
+    EXPECT_EQ(err[0], "quillmoor-thumbnailer: " + missing + ": cannot open: No such file or directory");
+    EXPECT_EQ(err[1].rfind("quillmoor-thumbnailer: " + folder.path() + ": ", 0), 0u) << err[1];
+}
+
+TEST_F(CliFiles, ExtractWritesTheBytesUnchangedBesideTheDocument)
+{
+    CliRun r = cli({"extract", jpegPath});
+    EXPECT_EQ(r.code, 0) << r.err;
+    std::string expected = folder.path() + "/photo.jpg";
+    EXPECT_EQ(r.out, jpegPath + ": jpeg thumbnail, 200 bytes, written to " + expected + "\n");
+    EXPECT_EQ(readFile(expected), jpeg);
+
+    r = cli({"extract", pngPath});
+    EXPECT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(readFile(folder.path() + "/drawing.png"), png);
+
+    std::string chosen = folder.path() + "/chosen.bin";
+    r = cli({"extract", jpegPath, "-o", chosen});
+    EXPECT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(readFile(chosen), jpeg);
+    // Overwrites an existing output whole.
+    r = cli({"extract", pngPath, "--output", chosen});
+    EXPECT_EQ(readFile(chosen), png);
+    for (auto const& name : folderContent())
+        EXPECT_NE(name[0], '.') << name;
+}
+
+TEST_F(CliFiles, ExtractFailuresWriteNothingAndExitByReason)
+{
+    struct Case {
+        std::string file;
+        int code;
+        std::string reason;
+    };
+    std::vector<std::string> before = folderContent();
+    for (Case const& c : {Case{textPath, 4, "not a Quillmoor document"},
+                          Case{tooNewPath, 4, "a document version this program does not read"},
+                          Case{selectionPath, 5, "a selection file stores no picture"},
+                          Case{nonePath, 5, "the document stores no picture"},
+                          Case{hugePath, 6, "damaged: the document is cut short"},
+                          Case{cutPath, 6, "damaged: the document is cut short"},
+                          Case{folder.path() + "/missing.qmd", 3, "cannot open: No such file or directory"}}) {
+        CliRun r = cli({"extract", c.file});
+        EXPECT_EQ(r.code, c.code) << c.file;
+        EXPECT_EQ(r.out, "");
+        EXPECT_EQ(r.err, "quillmoor-thumbnailer: " + c.file + ": " + c.reason + "\n");
+    }
+    EXPECT_EQ(folderContent(), before);
+}
+
+TEST_F(CliFiles, ExtractRefusesToOverwriteTheDocument)
+{
+    CliRun r = cli({"extract", jpegPath, "-o", jpegPath});
+    EXPECT_EQ(r.code, 2);
+    EXPECT_EQ(readFile(jpegPath), simpleDocument(kPictureJPEG, jpeg, 64, 48));
+}
+
+TEST_F(CliFiles, ExtractReportsAnOutputItCannotWrite)
+{
+    std::string output = folder.path() + "/no-such-folder/x.jpg";
+    CliRun r = cli({"extract", jpegPath, "-o", output});
+    EXPECT_EQ(r.code, 3);
+    EXPECT_EQ(r.err, "quillmoor-thumbnailer: " + output + ": cannot write: No such file or directory\n");
+}
+
+TEST(CliUsage, WrongUsageExitsTwoAndHelpExitsZero)
+{
+    for (std::vector<std::string> args : {std::vector<std::string>{}, {"frobnicate"}, {"info"}, {"extract"},
+                                          {"extract", "a", "b"}, {"info", "--jsn", "a"}, {"extract", "a", "-o"}}) {
+        CliRun r = cli(args);
+        EXPECT_EQ(r.code, 2) << testing::PrintToString(args);
+        EXPECT_NE(r.err, "") << testing::PrintToString(args);
+    }
+    for (std::vector<std::string> args : {std::vector<std::string>{"--help"}, {"info", "--help"}, {"extract", "--help"}}) {
+        CliRun r = cli(args);
+        EXPECT_EQ(r.code, 0) << testing::PrintToString(args);
+        EXPECT_NE(r.out.find("Usage"), std::string::npos) << r.out;
+    }
+}
+
+TEST(CliExitCodes, EveryReasonHasItsCode)
+{
+    using R = GSThumbnailReason;
+    std::vector<std::pair<R, int>> table = {
+        {R::kOk, 0},           {R::kCannotOpen, 3},        {R::kReadError, 3},
+        {R::kNotADocument, 4}, {R::kUnsupportedVersion, 4}, {R::kSelection, 5},
+        {R::kNoPicture, 5},    {R::kUnsupportedPictureType, 5}, {R::kUnsupportedThumbnailVersion, 4},
+        {R::kTruncated, 6},    {R::kInconsistent, 6},      {R::kDuplicateObjectTable, 6},
+        {R::kLimitExceeded, 6}, {R::kOutOfMemory, 3},      {R::kObjectTableUnreadable, 6}};
+    for (auto [reason, code] : table)
+        EXPECT_EQ(qm::exitCodeFor(reason), code) << static_cast<int>(reason);
+}
+
+} // namespace
