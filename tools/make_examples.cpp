@@ -1,0 +1,168 @@
+// Writes the sample documents of examples/ and the thumbnail fuzz target's seed corpus
+// (fuzz/corpus/thumbnail/) with the test document builder. The pictures it embeds come from
+// tests/data/pictures/ (drawn by tools/make_pictures.py).
+//
+//   make_examples ROOT          writes the files under the repository root ROOT
+//   make_examples --check ROOT  exits 1 when a committed file differs from what would be written
+#include "tests/support/DocumentBuilder.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <string>
+
+using namespace qmtest;
+namespace fs = std::filesystem;
+
+namespace {
+
+Bytes load(fs::path const& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        std::fprintf(stderr, "make_examples: cannot read %s\n", path.c_str());
+        std::exit(1);
+    }
+    return Bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+// Document content stand-ins: records a thumbnail reader skips by size.
+Bytes content(size_t size, unsigned seed)
+{
+    Bytes bytes(size);
+    for (size_t i = 0; i < size; ++i)
+        bytes[i] = static_cast<unsigned char>((i * 31 + seed * 17) >> 2);
+    return bytes;
+}
+
+Bytes document(int version, int type, Bytes const& picture, int width, int height, bool selection = false)
+{
+    DocumentBuilder b;
+    if (selection)
+        b.selectionID();
+    else
+        b.documentID();
+    b.version(version).standardFloats().standardDoubles();
+    b.record(30, content(400, 1)).record(12, content(64, 2));
+    b.thumbnail(ThumbnailRecord().description(0, width, height).inlinePicture(type, picture));
+    b.record(31, content(2000, 3)).endTag();
+    return b.bytes();
+}
+
+std::map<std::string, Bytes> examples(fs::path const& root)
+{
+    Bytes jpeg = load(root / "tests/data/pictures/landscape.jpg");
+    Bytes png = load(root / "tests/data/pictures/drawing.png");
+    std::map<std::string, Bytes> files;
+    files["examples/landscape.qmd"] = document(0x0200, kPictureJPEG, jpeg, 256, 192);
+    files["examples/drawing.qmd"] = document(0x0201, kPicturePNG, png, 96, 64);
+    files["examples/selection.qmd"] = document(0x0200, kPicturePNG, png, 96, 64, true);
+    DocumentBuilder plain;
+    plain.documentID().version(0x0200).standardFloats().record(30, content(300, 4)).endTag();
+    files["examples/no-thumbnail.qmd"] = plain.bytes();
+    // Cut in the middle of its picture, as an interrupted copy leaves it.
+    Bytes whole = files["examples/landscape.qmd"];
+    files["examples/damaged.qmd"] = cut(whole, whole.size() / 2);
+    return files;
+}
+
+std::map<std::string, Bytes> corpus()
+{
+    std::string const dir = "fuzz/corpus/thumbnail/";
+    std::map<std::string, Bytes> files;
+    auto add = [&](std::string const& name, Bytes const& bytes) { files[dir + name] = bytes; };
+    add("jpeg", simpleDocument(kPictureJPEG, fakeJPEG(24)));
+    add("png-type5", simpleDocument(kPicturePNGAlternative, fakePNG(24)));
+    add("type4", simpleDocument(4, fakeJPEG(8)));
+    {
+        DocumentBuilder b;
+        b.selectionID().version(0x0200).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(8))).endTag();
+        add("selection", b.bytes());
+    }
+    {
+        DocumentBuilder b;
+        b.documentID().versionTwoShort(2, 3).record(12, {1, 2, 3}).record(40, {});
+        b.thumbnail(ThumbnailRecord().versionTwoShort(1, 0).record(9, {7, 7}).description(1, 5, 6).inlinePicture(
+            kPicturePNG, fakePNG(16)));
+        b.endTag();
+        add("two-short-versions", b.bytes());
+    }
+    {
+        DocumentBuilder b;
+        b.documentID().version(0x0200).thumbnail(ThumbnailRecord().version(0x0200).inlinePicture(kPictureJPEG, fakeJPEG(8))).endTag();
+        add("thumbnail-too-new", b.bytes());
+    }
+    {
+        DocumentBuilder b;
+        b.documentID().version(0x0400).record(13, {}).endTag();
+        add("document-too-new", b.bytes());
+    }
+    {
+        DocumentBuilder b;
+        b.documentID().version(0x0200).thumbnail(ThumbnailRecord().description(0, 1, 1).inlinePicture(kPictureJPEG, {})).endTag();
+        add("zero-count", b.bytes());
+    }
+    {
+        DocumentBuilder b;
+        b.documentID().version(0x0200).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(8), 0x7FFFFFFF)).endTag();
+        add("huge-count", b.bytes());
+    }
+    {
+        DocumentBuilder b;
+        b.documentID().version(0x0200).header(20, -8).header(21, 1 << 30).endTag();
+        add("bad-sizes", b.bytes());
+    }
+    {
+        DocumentBuilder second;
+        second.thumbnail(ThumbnailRecord().inlinePicture(kPicturePNG, fakePNG(10)));
+        DocumentBuilder b;
+        b.documentID().version(0x0200).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(10)).custom(
+            [&](RecordWriter& w) { w.out().raw(second.bytes()); }));
+        b.endTag();
+        add("second-thumbnail", b.bytes());
+    }
+    add("cut", cut(simpleDocument(kPictureJPEG, fakeJPEG(40)), 80));
+    {
+        DocumentBuilder b;
+        b.documentID().raw({0xFF, 0xFF, 0x00, 0x0D, 0x00, 0x00});
+        add("garbage-after-id", b.bytes());
+    }
+    return files;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    bool check = argc == 3 && std::string(argv[1]) == "--check";
+    if (argc != 2 && !check) {
+        std::fprintf(stderr, "usage: make_examples [--check] ROOT\n");
+        return 2;
+    }
+    fs::path root = argv[argc - 1];
+    std::map<std::string, Bytes> files = examples(root);
+    files.merge(corpus());
+    int differences = 0;
+    for (auto const& [name, bytes] : files) {
+        fs::path path = root / name;
+        if (check) {
+            std::error_code ec;
+            if (!fs::exists(path, ec) || load(path) != bytes) {
+                std::fprintf(stderr, "make_examples: %s differs from what the builder writes\n", name.c_str());
+                ++differences;
+            }
+            continue;
+        }
+        fs::create_directories(path.parent_path());
+        std::ofstream out(path, std::ios::binary | std::ios::trunc);
+        out.write(reinterpret_cast<char const*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        if (!out) {
+            std::fprintf(stderr, "make_examples: cannot write %s\n", path.c_str());
+            return 1;
+        }
+        std::printf("%s (%zu bytes)\n", name.c_str(), bytes.size());
+    }
+    return differences ? 1 : 0;
+}
