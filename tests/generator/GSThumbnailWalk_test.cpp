@@ -43,6 +43,32 @@ TEST_P(ThumbnailWalk, ReadsInlineJPEGWithItsDescription)
     EXPECT_EQ(run.picture(), jpeg);
 }
 
+TEST_P(ThumbnailWalk, ReadsThePictureObjectWithoutATable)
+{
+    for (std::string name : {"GSMemPicData", "GSSystemPicData"}) {
+        Bytes png = fakePNG(70);
+        WalkRun run = walk(documentWith(ThumbnailRecord().description(3, 1, 1).objectPicture(name, kPicturePNGAlternative, png, 80, 60, 9)));
+        EXPECT_EQ(run.result.reason, Reason::kOk) << name;
+        EXPECT_EQ(run.result.pictureType, 3) << name;
+        // Size from the object; the variant stays the description record's.
+        EXPECT_EQ(run.result.size, (GSTSize<int>{80, 60})) << name;
+        EXPECT_EQ(run.result.variant, 3) << name;
+        EXPECT_EQ(run.picture(), png) << name;
+    }
+}
+
+TEST_P(ThumbnailWalk, PictureObjectOfAnotherClassGivesNoPicture)
+{
+    for (std::string name : {"GSNoSuchClass", "GSObject", "GSFileWorkerMemory"}) {
+        WalkRun run = walk(documentWith(ThumbnailRecord().objectPicture(name, kPictureJPEG, fakeJPEG(30), 8, 8)));
+        EXPECT_EQ(run.result.reason, Reason::kInconsistent) << name;
+        EXPECT_EQ(run.buffer.getCount(), 0) << name;
+    }
+    WalkRun run = walk(documentWith(ThumbnailRecord().objectPicture("GSMemPicData", 4, fakeJPEG(30), 8, 8)));
+    EXPECT_NE(run.result.reason, Reason::kOk);
+    EXPECT_EQ(run.buffer.getCount(), 0);
+}
+
 TEST_P(ThumbnailWalk, PictureTypeFiveIsReadAsPNG)
 {
     for (int type : {kPicturePNG, kPicturePNGAlternative}) {

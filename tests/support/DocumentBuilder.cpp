@@ -176,6 +176,27 @@ ThumbnailRecord& ThumbnailRecord::inlinePictureHeaderOnly(int type, int64_t stor
     });
 }
 
+ThumbnailRecord& ThumbnailRecord::objectPicture(std::string const& className, int type, Bytes const& picture,
+                                                int width, int height, int variant)
+{
+    return custom([=](RecordWriter& w) {
+        w.record(4, [&](RecordWriter& object) {
+            // An inline object: 0, the class name (int16 ~tag with tag 100 = UTF-8, int32 count
+            // including the terminating 0, the bytes), then the object's own tagged sequence.
+            object.out().u8(0).i16(~100).i32(static_cast<int32_t>(className.size() + 1)).raw(className).u8(0);
+            object.version(0x0100);
+            object.header(0, 14);
+            object.out().i16(variant).i32(width).i32(height).i32(0);
+            object.record(3, [&](RecordWriter& data) {
+                data.out().i16(type);
+                data.arrayCount(static_cast<int64_t>(picture.size()));
+                data.out().raw(picture);
+            });
+            object.endTag();
+        });
+    });
+}
+
 ThumbnailRecord& ThumbnailRecord::record(int tag, Bytes const& data)
 {
     return custom([=](RecordWriter& w) { w.record(tag, data); });

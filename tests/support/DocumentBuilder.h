@@ -92,6 +92,11 @@ public:
     // Inner record 6 header, type and count only: the picture bytes are not written (a file cut
     // right after the count, or a count that lies about the file).
     ThumbnailRecord& inlinePictureHeaderOnly(int type, int64_t storedCount, int64_t recordSize);
+    // Inner record 4 without an object table (classic framing): a serialised picture description
+    // of class `className` (version 1.0, record 0 with variant and size, record 3 with type and
+    // count), the picture bytes right after the count, then the object's end tag.
+    ThumbnailRecord& objectPicture(std::string const& className, int type, Bytes const& picture, int width,
+                                   int height, int variant = 0);
     // Any other inner record (the reader skips it by size).
     ThumbnailRecord& record(int tag, Bytes const& data);
     // Anything else, written in the framing in force (object-form pictures and the like).
