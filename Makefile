@@ -1,5 +1,5 @@
 # Front door. `make demo` and `make test` do all set-up on a fresh Debian 12 machine.
-.PHONY: deps build release test test-dev test-asan test-tsan demo fuzz bench clean
+.PHONY: deps build release test test-dev test-asan test-tsan demo fuzz bench clean deb
 
 deps:
 	@scripts/install-deps.sh
@@ -43,3 +43,9 @@ bench: release
 
 clean:
 	rm -rf build
+
+# The Debian package (CPack), installing under /usr.
+deb: deps
+	cmake --preset release -DCMAKE_INSTALL_PREFIX=/usr >/dev/null
+	cmake --build --preset release
+	cd build/release && cpack -G DEB

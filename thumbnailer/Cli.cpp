@@ -67,12 +67,15 @@ int runCli(int argc, char const* const* argv, std::ostream& out, std::ostream& e
 {
     CliContext context{out, err};
     try {
-        CLI::App app("Shows and extracts the pictures that Quillmoor stores in its documents.",
+        CLI::App app("Shows and extracts the pictures that Quillmoor stores in its documents, and makes desktop "
+                     "thumbnails of them.",
                      "quillmoor-thumbnailer");
         app.require_subcommand(1);
         app.fallthrough(false);
         addInfoCommand(app, context);
         addExtractCommand(app, context);
+        addThumbnailCommand(app, context);
+        addCacheCommand(app, context);
         try {
             app.parse(argc, argv);
         } catch (CLI::ParseError const& e) {

@@ -56,6 +56,9 @@ char const* pictureTypeName(short pictureType);
 // The commands, each adding its subcommand to the app.
 void addInfoCommand(CLI::App& app, CliContext& context);
 void addExtractCommand(CLI::App& app, CliContext& context);
+// thumbnailer/DesktopCommands.cpp: `thumbnail` (one PNG, as desktops call it) and `cache`.
+void addThumbnailCommand(CLI::App& app, CliContext& context);
+void addCacheCommand(CLI::App& app, CliContext& context);
 
 // Parses the arguments, runs the command and returns the exit code. Never throws.
 int runCli(int argc, char const* const* argv, std::ostream& out, std::ostream& err);

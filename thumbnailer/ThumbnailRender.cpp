@@ -3,6 +3,7 @@
 #include "generator/GSThumbnailSize.h"
 
 #include <algorithm>
+#include <cstring>
 
 using qm::PictureStatus;
 
@@ -43,6 +44,29 @@ private:
     int box_;
     RenderedThumbnail* out_;
 };
+
+uint32_t bigEndian32(uint8_t const* p)
+{
+    return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | uint32_t(p[3]);
+}
+
+// A PNG whose ancillary chunks (text, profiles, ...) exceed the chunk limit is refused whole rather
+// than shown without them: such a chunk has no business in a stored thumbnail. Chunk layout after
+// the 8-byte signature: length (4, big-endian), type (4), data, CRC (4).
+bool pngHasOversizedChunk(uint8_t const* bytes, size_t count, size_t limit)
+{
+    size_t pos = 8;
+    while (pos <= count && count - pos >= 12) {
+        size_t const length = bigEndian32(bytes + pos);
+        bool const isImageData = std::memcmp(bytes + pos + 4, "IDAT", 4) == 0;
+        if (!isImageData && length > limit)
+            return true;
+        if (length > count - pos - 12)
+            return false;  // cut short: the decoder reports it
+        pos += 12 + length;
+    }
+    return false;
+}
 
 PictureStatus renderJpeg(uint8_t const* bytes, size_t count, int box, qm::PictureLimits const& limits,
                          RenderedThumbnail* out)
@@ -87,7 +111,10 @@ PictureStatus renderThumbnail(uint8_t const* bytes, size_t count, short pictureT
         st = renderJpeg(bytes, count, box, limits, out);
     } else {
         ScalerSink sink(box, out);
-        st = qm::decodePngRows(bytes, count, limits, &sink);
+        if (count >= 8 && pngHasOversizedChunk(bytes, count, limits.maxPngChunkBytes))
+            st = PictureStatus::tooLarge;
+        else
+            st = qm::decodePngRows(bytes, count, limits, &sink);
         if (st == PictureStatus::ok && !out->pixels.finished())
             st = PictureStatus::corrupt;
     }
