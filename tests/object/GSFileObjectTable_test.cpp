@@ -436,3 +436,15 @@ TEST(GSFileObjectTableRead, NestingDepthIsBounded)
         ASSERT_EQ(r.stopObjectMergingRead(), 0);
     }
 }
+
+TEST(GSFileObjectTableRead, AFileDestroyedDuringAMergingReadReleasesItsObjects)
+{
+    int before = QMPoint::live;
+    {
+        ReadFile r("01 00 00 00 00 26 " + kObjectClassic + " 02 00 00 00 00 00 00 00 01 00 00 00 06");
+        ASSERT_EQ(r.f.startObjectMergingRead(), 0);
+        ASSERT_NE(r.f.readObject(), nullptr);
+        EXPECT_EQ(QMPoint::live, before + 1);
+    }
+    EXPECT_EQ(QMPoint::live, before);
+}
