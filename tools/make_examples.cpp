@@ -1,10 +1,11 @@
-// Writes the sample documents of examples/ and the thumbnail fuzz target's seed corpus
-// (fuzz/corpus/thumbnail/) with the test document builder. The pictures it embeds come from
+// Writes the sample documents of examples/ and the seed corpora of the thumbnail and object-table
+// fuzz targets (fuzz/corpus/thumbnail/, fuzz/corpus/objecttable/) with the test document builder. The pictures it embeds come from
 // tests/data/pictures/ (drawn by tools/make_pictures.py).
 //
 //   make_examples ROOT          writes the files under the repository root ROOT
 //   make_examples --check ROOT  exits 1 when a committed file differs from what would be written
 #include "tests/support/DocumentBuilder.h"
+#include "tests/support/ObjectDocuments.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -65,6 +66,22 @@ std::map<std::string, Bytes> examples(fs::path const& root)
     // Cut in the middle of its picture, as an interrupted copy leaves it.
     Bytes whole = files["examples/landscape.qmd"];
     files["examples/damaged.qmd"] = cut(whole, whole.size() / 2);
+    // Version 3.2: an object table of the newer kind right after the version, compact records, the
+    // thumbnail as a serialised picture description.
+    ObjectDocument compact;
+    compact.picture = jpeg;
+    compact.width = 256;
+    compact.height = 192;
+    files["examples/compact-objects.qmd"] = compact.build();
+    // Version 2.0 with records 14, 15 and 11; the thumbnail refers to a description stored earlier.
+    ObjectDocument referenced;
+    referenced.version = 0x0200;
+    referenced.shape = ObjectShape::kByReference;
+    referenced.pictureType = kPicturePNG;
+    referenced.picture = png;
+    referenced.width = 96;
+    referenced.height = 64;
+    files["examples/object-reference.qmd"] = referenced.build();
     return files;
 }
 
@@ -124,6 +141,24 @@ std::map<std::string, Bytes> corpus()
         add("second-thumbnail", b.bytes());
     }
     add("cut", cut(simpleDocument(kPictureJPEG, fakeJPEG(40)), 80));
+    auto object = [](int version, bool longPositions, ObjectShape shape, bool secondTable = false) {
+        ObjectDocument d;
+        d.version = version;
+        d.longPositions = longPositions;
+        d.shape = shape;
+        d.picture = fakeJPEG(24);
+        d.secondTable = secondTable;
+        return d.build();
+    };
+    add("objects-compact", object(0x0302, true, ObjectShape::kFull));
+    add("objects-classic-table", object(0x0302, false, ObjectShape::kSystemPicData));
+    add("objects-record11", object(0x0200, true, ObjectShape::kFull));
+    add("objects-by-reference", object(0x0200, false, ObjectShape::kByReference));
+    add("objects-not-listed", object(0x0302, true, ObjectShape::kNotListed));
+    add("objects-unknown-class", object(0x0302, true, ObjectShape::kUnknownClass));
+    add("objects-second-table", object(0x0200, true, ObjectShape::kFull, true));
+    for (auto const& [name, bytes] : objectTableSeeds())
+        files["fuzz/corpus/objecttable/" + name] = bytes;
     {
         DocumentBuilder b;
         b.documentID().raw({0xFF, 0xFF, 0x00, 0x0D, 0x00, 0x00});
