@@ -422,3 +422,55 @@ TEST(ThumbnailReasonText, EveryReasonHasItsOwnText)
 }
 
 } // namespace
+
+namespace {
+
+// A document whose object table is of the older kind (version 1.0, 32-bit positions, no objects):
+// the table header, then the top-level records in classic framing, then the table's directory,
+// which the header's offset points at. `tableInRecord11` puts the header in a record 11 (documents
+// below 3.0), otherwise it follows the version at once (3.0 and later).
+Bytes documentWithTable(int version, bool tableInRecord11, int tableRecords, ThumbnailRecord const& thumbnail)
+{
+    DocumentBuilder records;
+    for (int i = 1; i < tableRecords; ++i)
+        records.header(11, 6).raw(fromHex("01 00 00 00 00 00"));
+    records.record(20, Bytes(12, 3)).thumbnail(thumbnail).endTag();
+    DocumentBuilder b;
+    b.documentID().version(version);
+    // Size 0: the walk must read the table header from the record's data rather than skip it.
+    if (tableInRecord11)
+        b.header(11, 0);
+    ByteWriter table;
+    table.i16(0x0100).i32(static_cast<int32_t>(records.size()));
+    b.raw(table.bytes()).raw(records.bytes()).raw(fromHex("00 00 00 00"));
+    return b.bytes();
+}
+
+// Shapes with objects in the table are in GSThumbnailObjects_test.cpp; these are the table's
+// edges as the walk meets them.
+TEST(ThumbnailWalkObjectTable, RecordElevenIsReadNotSkipped)
+{
+    // The record announces no data: skipping it would land on the table header and find nothing.
+    Bytes jpeg = fakeJPEG(40);
+    WalkRun run = runWalk(documentWithTable(0x0200, true, 1, ThumbnailRecord().inlinePicture(kPictureJPEG, jpeg)),
+                          Backend::kMemory);
+    EXPECT_EQ(run.result.reason, Reason::kOk);
+    EXPECT_EQ(run.picture(), jpeg);
+}
+
+TEST(ThumbnailWalkObjectTable, AVersionThreeDocumentWithoutItsTableIsDamaged)
+{
+    DocumentBuilder bare;
+    bare.documentID().version(0x0300).raw(fromHex("FF"));
+    WalkRun run = runWalk(bare.bytes(), Backend::kMemory);
+    EXPECT_EQ(run.result.reason, Reason::kObjectTableUnreadable);
+    EXPECT_EQ(run.result.version, 0x0300);
+}
+
+TEST(ThumbnailWalkObjectTable, AnyRecordElevenInAVersionThreeDocumentIsASecondTable)
+{
+    Bytes three = documentWithTable(0x0300, false, 2, ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(8)));
+    EXPECT_EQ(runWalk(three, Backend::kMemory).result.reason, Reason::kDuplicateObjectTable);
+}
+
+} // namespace
