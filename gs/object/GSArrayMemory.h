@@ -129,6 +129,11 @@ struct GSArrayElements {
     // at or behind `index` is read from the place it was moved to, so the hole is never read.
     static void insert(T* block, long count, long index, T const* source, long n) noexcept(kRaw)
     {
+        if (index == count) {
+            // Appending: nothing moves, so a source inside the block is still where it was.
+            copy(block + index, source, n);
+            return;
+        }
         bool inside = contains(block, count, source) || contains(block, count, source + n - 1);
         if constexpr (kRaw)
             std::memmove(static_cast<void*>(block + index + n), block + index,

@@ -194,7 +194,19 @@ public:
             hold->release();
         return status;
     }
-    short append(T const* elements, long n) { return insertAt(getCount(), elements, n); }
+    short append(T const* elements, long n)
+    {
+        // Room at the end of a private block: a plain copy (a source inside the block stays put).
+        if (GSArrayData<T>* block = data) {
+            long count = block->count;
+            if (n > 0 && elements && n <= block->capacity - count && block->getRefCount() == 1) {
+                GSArrayElements<T>::copy(block->data + count, elements, n);
+                block->count = count + n;
+                return 0;
+            }
+        }
+        return insertAt(getCount(), elements, n);
+    }
     short append(GSDynaArray const& other) { return append(other.getPointer(), other.getCount()); }
     short add(T const& element)
     {

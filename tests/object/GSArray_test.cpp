@@ -309,7 +309,8 @@ TEST(ObjectArrayOwnership, CopiesRetainEveryElement)
     EXPECT_EQ(b.getGrowth(), -100);
     ObjectArray c(4, 16);
     c = b;
-    c = c;
+    ObjectArray& same = c;
+    c = same; // self-assignment keeps the elements and their counts
     EXPECT_EQ(keep.getRefCount(), 4);
     EXPECT_EQ(c.getCount(), 2);
     EXPECT_EQ(c.getElementAt(1), nullptr);
