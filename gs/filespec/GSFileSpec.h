@@ -1,10 +1,17 @@
 // GSFileSpec: a copyable value naming one file entry. Two specs are equal when they name the same
 // absolute path.
 //
-// This is the core of the type (a path and its parts); folders, states, temporary names and
-// messages build on it.
+// The core of the type is a path and its parts. On it stand the operations that the file layer's
+// safe saving needs: the item's state, temporary and backup names, removing, renaming, exchanging
+// with another file, and the numbered error messages.
+//
+// Numbered messages: user-visible failures of the file layer are string-table numbers (49703 a
+// file could not be removed, 49705 a file could not be renamed, 49713 a file is locked), sent with
+// sendErrorMessage. The library prints nothing itself; a host that shows messages installs a
+// handler with setErrorMessageHandler and looks the number up in its string tables.
 #pragma once
 
+#include "gs/filespec/GSFileState.h"
 #include "gs/text/GSString.h"
 
 class GSFileSpec {
@@ -22,6 +29,56 @@ public:
     // The folder part of the path, without a trailing slash (except for the root).
     GSString getFolderPath() const;
     bool isMemoryFileSpec() const { return false; }
+    // Replaces the last component of the path (nothing for an invalid spec).
+    void setFilename(GSString const& name);
+
+    // --- The item on disk ---------------------------------------------------------------------
+    // Clears state->valid, then fills the state; 0 on success, 1 when the spec is invalid or the
+    // item does not exist or cannot be reached.
+    short fillState(GSFileState* state) const;
+    bool exists() const;
+    bool isDirectory() const;
+    // Removes the file (or empty folder). The system's error text goes to `error` when given.
+    short remove(GSString* error);
+    // Moves the item to `newName` in the same folder, never over an existing item; on success the
+    // spec names it there.
+    short rename(GSString const& newName, GSString* error);
+    // Carries over to this file what a save must keep of the file it replaces: on POSIX the
+    // permission bits of `source`. Nothing for a null source. 0 on success.
+    short writeAdditionalInfo(GSFileSpec const* source) const;
+
+    // --- Temporary and backup names -----------------------------------------------------------
+    // "tmp" and 10 characters from 0-9 and a-z, each from one GSRandom32() value (modulo 36).
+    static GSString getTemporaryFilename();
+    // Gives this spec a fresh temporary name in its own folder (with `extension` after a dot when it
+    // is not empty) and creates that file, empty and exclusively, so that no other process or thread
+    // can take the name. 0 on success; 1 when the folder does not allow it (read-only, missing).
+    short createTemporaryFilename(GSString const& extension);
+    // For this spec as a target: the first usable backup name, name.extbak, then name.extbak1 up to
+    // name.extbak999 ("ext" the target's extension; name.bak... without one). A name is usable
+    // when it is free or the old backup under it could be removed (removeBackupSpec). True when
+    // one was found; `backup` then names it.
+    bool createStandardBackupSpec(GSFileSpec* backup) const;
+    // The standard search; when it finds nothing, names with "~" added to the target's name (the
+    // extension kept), one more in each of up to 999 rounds, with the same rule. False when none
+    // is usable; `backup` then holds the last name tried.
+    bool createBackupSpec(GSFileSpec* backup) const;
+    // True when no item has this spec's name or it could be removed; on a failed removal message
+    // 49703 is sent for this spec.
+    bool removeBackupSpec() const;
+    // This spec names a newly written file, `target` the file it replaces: the new file takes the
+    // target's name in one atomic step (the target is never half-written). With noBackup 0 the
+    // target's old content takes this spec's name (the files exchange places); with noBackup 1 it
+    // is dropped. 0 on success; on failure both files are as they were and `error` gets the
+    // system's text.
+    short exchangeWith(GSFileSpec const& target, short noBackup, GSString* error) const;
+
+    // --- Numbered messages ---------------------------------------------------------------------
+    using ErrorMessageHandler = void (*)(int messageID, GSFileSpec const& spec, void* context);
+    // Installs the process-wide handler (null: messages are dropped, the default). Thread-safe.
+    static void setErrorMessageHandler(ErrorMessageHandler handler, void* context);
+    // Passes the message number and this spec to the handler, if one is installed.
+    void sendErrorMessage(int messageID) const;
 
     bool operator==(GSFileSpec const& other) const { return path == other.path; }
     bool operator!=(GSFileSpec const& other) const { return !(*this == other); }

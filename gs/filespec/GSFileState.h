@@ -1,0 +1,21 @@
+// GSFileState: what the file system says about one item, filled by GSFileSpec::fillState.
+//
+// Flags: 1 locked (the item may not be changed; see GSPlatformFileInfo for what that means on each
+// system), 2 hidden, 4 always clear, 8 folder (also set for a package), 16 package.
+// The file type is cleared by a fill: this system keeps no file types beside extensions.
+#pragma once
+
+class GSFileState {
+public:
+    enum : unsigned char { kLocked = 1, kHidden = 2, kFolder = 8, kPackage = 16 };
+
+    bool isValid() const { return valid != 0; }
+    bool isLocked() const { return (flags & kLocked) != 0; }
+    bool isHidden() const { return (flags & kHidden) != 0; }
+    bool isFolder() const { return (flags & kFolder) != 0; }
+
+    // 0 before a fill, 1 after a successful one.
+    unsigned short valid = 0;
+    unsigned char flags = 0;
+    unsigned int fileType = 0;
+};

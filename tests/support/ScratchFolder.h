@@ -1,0 +1,79 @@
+// A fresh folder for tests that work on real files, removed with its content afterwards (made
+// writable again first, so that tests may leave read-only or attribute-locked items behind).
+#pragma once
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace qmtest {
+
+class ScratchFolder {
+public:
+    // In the system's temporary folder, or below `base` when given (for example a memory-backed
+    // /dev/shm for tests that create thousands of entries).
+    explicit ScratchFolder(std::string const& base = std::string())
+    {
+        std::filesystem::path parent = base.empty() ? std::filesystem::temp_directory_path() : std::filesystem::path(base);
+        std::string pattern = (parent / "qm-scratch-XXXXXX").string();
+        if (char* made = mkdtemp(pattern.data()))
+            folder = made;
+    }
+    ~ScratchFolder()
+    {
+        if (folder.empty())
+            return;
+        std::error_code ec;
+        for (auto const& entry : std::filesystem::recursive_directory_iterator(folder, ec))
+            std::filesystem::permissions(entry.path(), std::filesystem::perms::owner_all,
+                                         std::filesystem::perm_options::add, ec);
+        std::filesystem::permissions(folder, std::filesystem::perms::owner_all, std::filesystem::perm_options::add, ec);
+        std::filesystem::remove_all(folder, ec);
+    }
+    ScratchFolder(ScratchFolder const&) = delete;
+    ScratchFolder& operator=(ScratchFolder const&) = delete;
+
+    std::string const& path() const { return folder; }
+    std::string operator/(std::string const& name) const { return folder + "/" + name; }
+
+    // Writes `content` to path()/name and returns the full path.
+    std::string write(std::string const& name, std::string const& content) const
+    {
+        std::string full = *this / name;
+        std::ofstream(full, std::ios::binary) << content;
+        return full;
+    }
+
+    // The names in the folder, sorted.
+    std::string listing() const
+    {
+        std::string out;
+        std::vector<std::string> names;
+        for (auto const& entry : std::filesystem::directory_iterator(folder))
+            names.push_back(entry.path().filename().string());
+        std::sort(names.begin(), names.end());
+        for (auto const& n : names)
+            out += (out.empty() ? "" : " ") + n;
+        return out;
+    }
+
+private:
+    std::string folder;
+};
+
+// The whole content of a file; "<missing>" when it cannot be opened.
+inline std::string readText(std::string const& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return "<missing>";
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+} // namespace qmtest
