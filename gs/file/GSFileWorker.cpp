@@ -148,7 +148,7 @@ GSFileWorkerStream::GSFileWorkerStream(FILE* existing) : stream(existing)
 GSFileWorkerStream::~GSFileWorkerStream()
 {
     if (stream)
-        std::fclose(stream);
+        abandon();
     delete[] buffer;
 }
 
@@ -281,41 +281,7 @@ long GSFileWorkerStream::_write(void const* source, long length)
     return static_cast<long>(std::fwrite(source, 1, static_cast<size_t>(length), stream));
 }
 
-short GSFileWorkerStream::_open()
-{
-    if (!fileSpec.isValid())
-        return stream ? 0 : 1;
-    if (stream)
-        return 0;
-    workingSpec = fileSpec;
-    // A new stream: nothing buffered from an earlier one may be served.
-    resetBuffer();
-    stream = std::fopen(workingSpec.getPath().c_str(), accessMode);
-    if (!stream) {
-        if (accessFlags & kCreate)
-            GSLog("Couldn't create file: %s\n", workingSpec.getPath().c_str());
-        workingSpec = GSFileSpec();
-        return 1;
-    }
-    return 0;
-}
-
-short GSFileWorkerStream::_close(short)
-{
-    if (!stream)
-        return 0;
-    short error = 0;
-    if ((accessFlags & kCreate) && std::ferror(stream))
-        error = 1;
-    if (std::fclose(stream) != 0) {
-        GSLog("Couldn't close file: %s\n", workingSpec.getPath().c_str());
-        error = 1;
-    }
-    stream = nullptr;
-    resetBuffer();
-    workingSpec = GSFileSpec();
-    return error;
-}
+// _open and _close, with safe saving, are in GSFileWorkerStreamSave.cpp.
 
 // --- GSFileWorkerMemory --------------------------------------------------------------------------------
 

@@ -100,6 +100,17 @@ protected:
 // small reads cost no stdio call; large reads go to fread directly. Seeks inside the buffered bytes
 // move in the window only. Switching between reading and writing repositions the stream as stdio
 // requires. tell() is the logical position (the stream's position minus the unread window).
+// Safe saving. Opening with the create bit ("w...") over an existing file while bit 0 of the
+// safety mode is set writes into a new temporary file beside the target (same extension); close()
+// then puts it in the target's place in one atomic step, so the target holds either its complete
+// old or its complete new content at every moment, also when the process dies. With bit 1 of the
+// safety mode the old content is kept under the first usable backup name (name.extbak,
+// name.extbak1, ...; see GSFileSpec::createBackupSpec), else it is dropped. A failed write, a failed
+// close or close(1) (abort) removes the temporary file and leaves the target exactly as it was;
+// so does destroying the worker without closing it.
+// Opening for writing fails at once for a locked target (message 49713 through
+// GSFileSpec::sendErrorMessage) and for a folder. A failed backup rename or removal after a
+// successful save is reported as message 49705 or 49703; the save itself stands.
 class GSFileWorkerStream : public GSFileWorker {
 public:
     GSFileWorkerStream() = default;
@@ -135,6 +146,8 @@ private:
     static constexpr long kBufferSize = 65536;
 
     long refill(unsigned char* destination, long length);
+    // Closes the stream without finishing a save: a temporary file is removed, the target kept.
+    void abandon();
 
     unsigned char* buffer = nullptr;
     // Stream position of buffer[0] while the window is set.

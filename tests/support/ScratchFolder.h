@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -50,12 +49,13 @@ public:
         return full;
     }
 
-    // The names in the folder, sorted.
-    std::string listing() const
+    // The names in the folder, sorted, separated by blanks.
+    std::string listing() const { return listingOf(folder); }
+    static std::string listingOf(std::string const& path)
     {
         std::string out;
         std::vector<std::string> names;
-        for (auto const& entry : std::filesystem::directory_iterator(folder))
+        for (auto const& entry : std::filesystem::directory_iterator(path))
             names.push_back(entry.path().filename().string());
         std::sort(names.begin(), names.end());
         for (auto const& n : names)
@@ -70,10 +70,13 @@ private:
 // The whole content of a file; "<missing>" when it cannot be opened.
 inline std::string readText(std::string const& path)
 {
-    std::ifstream in(path, std::ios::binary);
+    std::ifstream in(path, std::ios::binary | std::ios::ate);
     if (!in)
         return "<missing>";
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    std::string text(static_cast<size_t>(in.tellg()), '\0');
+    in.seekg(0);
+    in.read(text.data(), static_cast<std::streamsize>(text.size()));
+    return text;
 }
 
 } // namespace qmtest

@@ -1,0 +1,449 @@
+// Safe saving as a user depends on it: whatever happens during a save, the target holds either its
+// complete old or its complete new content, and a failed or abandoned save leaves nothing behind.
+#include "gs/file/GSFile.h"
+#include "gs/file/GSFileWorker.h"
+
+#include "tests/support/ScratchFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <filesystem>
+#include <linux/fs.h>
+#include <random>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+using qmtest::readText;
+using qmtest::ScratchFolder;
+
+namespace {
+
+class MessageLog {
+public:
+    MessageLog() { GSFileSpec::setErrorMessageHandler(&record, this); }
+    ~MessageLog() { GSFileSpec::setErrorMessageHandler(nullptr, nullptr); }
+    std::vector<std::pair<int, std::string>> messages;
+
+private:
+    static void record(int id, GSFileSpec const& spec, void* context)
+    {
+        static_cast<MessageLog*>(context)->messages.emplace_back(id, spec.getFilename().c_str());
+    }
+};
+
+GSFileSpec specFor(std::string const& path) { return GSFileSpec(GSString(path.c_str())); }
+
+// Content that tells its own length and cannot be confused with a prefix of another: a header
+// with the size and a byte pattern seeded by `tag`.
+std::string content(char tag, size_t size)
+{
+    std::string s = std::string("QMTEST ") + tag + " " + std::to_string(size) + "\n";
+    s.reserve(size);
+    unsigned v = static_cast<unsigned char>(tag);
+    while (s.size() < size) {
+        v = v * 1103515245u + 12345u;
+        s.push_back(static_cast<char>('a' + (v >> 16) % 26));
+    }
+    s.resize(size);
+    return s;
+}
+
+struct SaveOutcome {
+    short open = 0;
+    short write = 0;
+    short close = 0;
+};
+
+// Writes `text` to `path` through GSFile with mode "wb" and the given safety mode, in chunks of
+// 64 KiB; a failed write is remembered and the rest still attempted. The file is closed with
+// `abort`, or abandoned (destroyed without closing) when abort is -1.
+SaveOutcome save(std::string const& path, std::string const& text, int safety, short abort = 0)
+{
+    SaveOutcome out;
+    auto* worker = new GSFileWorkerStream();
+    worker->retain();
+    worker->setFileSpec(specFor(path));
+    worker->setAccessMode("wb");
+    worker->setSafetyMode(safety);
+    out.open = worker->open();
+    if (out.open == 0) {
+        for (size_t at = 0; at < text.size(); at += 65536) {
+            long n = static_cast<long>(std::min<size_t>(65536, text.size() - at));
+            if (worker->writeData(text.data() + at, n) != n)
+                out.write = 1;
+        }
+        if (abort >= 0)
+            out.close = worker->close(abort);
+    }
+    worker->release();
+    return out;
+}
+
+int waitFor(pid_t child)
+{
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return status;
+}
+
+} // namespace
+
+TEST(GSSafeSave, WritesBesideTheTargetAndExchangesAtClose)
+{
+    ScratchFolder dir;
+    std::string target = dir.write("doc.qmd", "old");
+    chmod(target.c_str(), 0640);
+
+    GSFile file(specFor(target), 0);
+    file.setSafetyMode(1);
+    ASSERT_EQ(file.setAccessMode("wb"), 0);
+    ASSERT_EQ(file.open(), 0);
+    GSFileSpec working = file.getWorkingFileSpec();
+    EXPECT_NE(working, specFor(target));
+    EXPECT_EQ(working.getFolderPath(), GSString(dir.path().c_str()));
+    EXPECT_EQ(working.getExtension(), GSString("qmd"));
+    ASSERT_EQ(file.write("new content", 11), 0);
+    ASSERT_EQ(file.flush(), 0);
+    EXPECT_EQ(readText(target), "old"); // untouched until close
+    EXPECT_EQ(readText(working.getPath().c_str()), "new content");
+
+    ASSERT_EQ(file.close(), 0);
+    EXPECT_EQ(readText(target), "new content");
+    EXPECT_EQ(dir.listing(), "doc.qmd");
+    struct stat st;
+    ASSERT_EQ(stat(target.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0640u); // the replaced file's permissions carry over
+}
+
+TEST(GSSafeSave, NewFilesAndSafetyModeZeroAreWrittenInPlace)
+{
+    ScratchFolder dir;
+    GSFile fresh(specFor(dir / "new.qmd"), 0);
+    fresh.setSafetyMode(1);
+    fresh.setAccessMode("wb");
+    ASSERT_EQ(fresh.open(), 0);
+    EXPECT_EQ(fresh.getWorkingFileSpec(), specFor(dir / "new.qmd"));
+    ASSERT_EQ(fresh.close(), 0);
+
+    std::string target = dir.write("doc.qmd", "old");
+    GSFile direct(specFor(target), 0);
+    direct.setSafetyMode(0);
+    direct.setAccessMode("wb");
+    ASSERT_EQ(direct.open(), 0);
+    EXPECT_EQ(direct.getWorkingFileSpec(), specFor(target));
+    EXPECT_EQ(readText(target), ""); // truncated at once: no safety
+    ASSERT_EQ(direct.write("x", 1), 0);
+    ASSERT_EQ(direct.close(), 0);
+    EXPECT_EQ(readText(target), "x");
+    EXPECT_EQ(dir.listing(), "doc.qmd new.qmd");
+}
+
+TEST(GSSafeSave, SafetyModeThreeKeepsTheOldContentAsBackup)
+{
+    ScratchFolder dir;
+    MessageLog log;
+    std::string target = dir.write("doc.qmd", "first");
+
+    ASSERT_EQ(save(target, "second", 3).close, 0);
+    EXPECT_EQ(readText(target), "second");
+    EXPECT_EQ(readText(dir / "doc.qmdbak"), "first");
+    EXPECT_EQ(dir.listing(), "doc.qmd doc.qmdbak");
+
+    // The next save replaces the old backup.
+    ASSERT_EQ(save(target, "third", 3).close, 0);
+    EXPECT_EQ(readText(target), "third");
+    EXPECT_EQ(readText(dir / "doc.qmdbak"), "second");
+    EXPECT_TRUE(log.messages.empty());
+
+    // A backup name that cannot be freed is passed over (message 49703), the next one used.
+    std::filesystem::remove(dir / "doc.qmdbak");
+    std::filesystem::create_directories(dir / "doc.qmdbak/keep");
+    ASSERT_EQ(save(target, "fourth", 3).close, 0);
+    EXPECT_EQ(readText(target), "fourth");
+    EXPECT_EQ(readText(dir / "doc.qmdbak1"), "third");
+    ASSERT_EQ(log.messages.size(), 1u);
+    EXPECT_EQ(log.messages[0], std::make_pair(49703, std::string("doc.qmdbak")));
+
+    // Safety mode 1 drops the old content.
+    ASSERT_EQ(save(target, "fifth", 1).close, 0);
+    EXPECT_EQ(dir.listing(), "doc.qmd doc.qmdbak doc.qmdbak1");
+    EXPECT_EQ(readText(dir / "doc.qmdbak1"), "third");
+}
+
+TEST(GSSafeSave, AbortOrAbandonRemovesTheTemporaryFile)
+{
+    ScratchFolder dir;
+    std::string target = dir.write("doc.qmd", "old");
+    for (short abort : {short(1), short(-1)}) {
+        SaveOutcome r = save(target, content('N', 200000), 3, abort);
+        EXPECT_EQ(r.open, 0);
+        EXPECT_EQ(r.close, 0);
+        EXPECT_EQ(readText(target), "old") << "abort " << abort;
+        EXPECT_EQ(dir.listing(), "doc.qmd") << "abort " << abort;
+    }
+    // An aborted new file is removed: the folder is as it was.
+    EXPECT_EQ(save(dir / "new.qmd", "partial", 1, 1).close, 0);
+    EXPECT_EQ(dir.listing(), "doc.qmd");
+
+    // Aborting a file opened for reading or updating never deletes it.
+    for (char const* mode : {"rb", "rb+"}) {
+        GSFile reader(specFor(target), 0);
+        reader.setAccessMode(mode);
+        ASSERT_EQ(reader.open(), 0) << mode;
+        EXPECT_EQ(reader.close(1), 0) << mode;
+        EXPECT_EQ(readText(target), "old") << mode;
+    }
+}
+
+TEST(GSSafeSave, LockedTargetIsRefusedWithMessage49713)
+{
+    ScratchFolder dir;
+    MessageLog log;
+    std::string target = dir.write("doc.qmd", "old");
+    chmod(target.c_str(), 0444);
+    for (char const* mode : {"wb", "rb+", "ab"}) {
+        GSFile file(specFor(target), 0);
+        file.setAccessMode(mode);
+        EXPECT_EQ(file.open(), 1) << mode;
+    }
+    ASSERT_EQ(log.messages.size(), 3u);
+    EXPECT_EQ(log.messages[0], std::make_pair(49713, std::string("doc.qmd")));
+    EXPECT_EQ(readText(target), "old");
+    EXPECT_EQ(dir.listing(), "doc.qmd");
+
+    // Reading a locked file is fine.
+    GSFile reader(specFor(target), 0);
+    EXPECT_EQ(reader.open(), 0);
+    EXPECT_EQ(log.messages.size(), 3u);
+}
+
+TEST(GSSafeSave, ImmutableTargetIsRefused)
+{
+    ScratchFolder dir;
+    MessageLog log;
+    std::string target = dir.write("doc.qmd", "old");
+    int fd = open(target.c_str(), O_RDONLY);
+    ASSERT_GE(fd, 0);
+    int flags = 0;
+    if (ioctl(fd, FS_IOC_GETFLAGS, &flags) != 0 || (flags |= FS_IMMUTABLE_FL, ioctl(fd, FS_IOC_SETFLAGS, &flags) != 0)) {
+        close(fd);
+        GTEST_SKIP() << "cannot set the immutable attribute here";
+    }
+    SaveOutcome r = save(target, "new", 1);
+    flags &= ~FS_IMMUTABLE_FL;
+    ioctl(fd, FS_IOC_SETFLAGS, &flags);
+    close(fd);
+    EXPECT_EQ(r.open, 1);
+    ASSERT_EQ(log.messages.size(), 1u);
+    EXPECT_EQ(log.messages[0].first, 49713);
+    EXPECT_EQ(readText(target), "old");
+}
+
+TEST(GSSafeSave, FolderTargetIsRefused)
+{
+    ScratchFolder dir;
+    std::filesystem::create_directories(dir / "doc.qmd");
+    for (int safety : {0, 1}) {
+        EXPECT_EQ(save(dir / "doc.qmd", "new", safety).open, 1);
+        EXPECT_TRUE(std::filesystem::is_directory(dir / "doc.qmd"));
+    }
+    EXPECT_EQ(dir.listing(), "doc.qmd");
+}
+
+TEST(GSSafeSave, ReadOnlyFolderFailsWithTheTargetUntouched)
+{
+    // The superuser writes into read-only folders, so the save runs in a child that gives up its
+    // privileges first (as the unprivileged user owning the folder and the target).
+    ScratchFolder dir;
+    chmod(dir.path().c_str(), 0755);
+    std::filesystem::create_directories(dir / "ro");
+    std::string target = dir.write("ro/doc.qmd", "old");
+    uid_t const nobody = 65534;
+    bool const root = geteuid() == 0;
+    if (root) {
+        ASSERT_EQ(chown((dir / "ro").c_str(), nobody, nobody), 0);
+        ASSERT_EQ(chown(target.c_str(), nobody, nobody), 0);
+    }
+    chmod((dir / "ro").c_str(), 0555);
+
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        if (root && (setgid(nobody) != 0 || setuid(nobody) != 0))
+            _exit(90);
+        SaveOutcome r = save(target, "new", 1);
+        _exit(r.open == 1 ? 0 : 10 + r.open + r.close);
+    }
+    int status = waitFor(child);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_EQ(readText(target), "old");
+    chmod((dir / "ro").c_str(), 0755);
+    EXPECT_EQ(qmtest::ScratchFolder::listingOf(dir / "ro"), "doc.qmd");
+}
+
+// A full disk, met as a file-size limit: writes beyond 64 KiB fail with EFBIG (SIGXFSZ ignored).
+// The writer either notices and aborts, or carries on and closes normally; both must fail the save.
+class DiskFull : public testing::TestWithParam<short> {};
+
+TEST_P(DiskFull, FileSizeLimitFailsTheSaveWithTheTargetUntouched)
+{
+    ScratchFolder dir;
+    std::string old = content('O', 10000);
+    std::string target = dir.write("doc.qmd", old);
+    short const abortOnError = GetParam();
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit{65536, 65536};
+        if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
+            _exit(90);
+        auto* worker = new GSFileWorkerStream();
+        worker->retain();
+        worker->setFileSpec(specFor(target));
+        worker->setAccessMode("wb");
+        worker->setSafetyMode(1);
+        if (worker->open() != 0)
+            _exit(91);
+        std::string big = content('N', 1 << 20);
+        bool failed = false;
+        for (size_t at = 0; at < big.size(); at += 4096)
+            failed |= worker->writeData(big.data() + at, 4096) != 4096;
+        short closed = worker->close(abortOnError && failed ? 1 : 0);
+        _exit(abortOnError ? (failed ? 0 : 92) : (closed == 1 ? 0 : 93));
+    }
+    int status = waitFor(child);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_EQ(readText(target), old);
+    EXPECT_EQ(dir.listing(), "doc.qmd");
+}
+
+INSTANTIATE_TEST_SUITE_P(Writer, DiskFull, testing::Values(short(0), short(1)),
+                         [](testing::TestParamInfo<short> const& p) {
+                             return std::string(p.param ? "AbortsOnError" : "ClosesNormally");
+                         });
+
+TEST(GSSafeSave, FullSmallVolumeFailsWithTheTargetUntouched)
+{
+    // A real full volume: a 256 KiB tmpfs, where mounting is allowed (root with CAP_SYS_ADMIN).
+    ScratchFolder dir;
+    std::string mountPoint = dir / "small";
+    std::filesystem::create_directories(mountPoint);
+    if (mount("tmpfs", mountPoint.c_str(), "tmpfs", 0, "size=256k") != 0)
+        GTEST_SKIP() << "cannot mount a tmpfs here: " << std::strerror(errno);
+    struct Unmount {
+        std::string at;
+        ~Unmount() { umount2(at.c_str(), MNT_DETACH); }
+    } unmount{mountPoint};
+
+    std::string old = content('O', 100000);
+    std::string target = mountPoint + "/doc.qmd";
+    { std::ofstream(target, std::ios::binary) << old; }
+    SaveOutcome r = save(target, content('N', 1 << 20), 1);
+    EXPECT_EQ(r.open, 0);
+    EXPECT_EQ(r.write | r.close, 1);
+    EXPECT_EQ(r.close, 1); // the failed writes also fail the close
+    EXPECT_EQ(readText(target), old);
+    EXPECT_EQ(ScratchFolder::listingOf(mountPoint), "doc.qmd");
+
+    // With the space back, the same save succeeds.
+    std::string fits = content('M', 100000);
+    EXPECT_EQ(save(target, fits, 1).close, 0);
+    EXPECT_EQ(readText(target), fits);
+}
+
+TEST(GSSafeSave, AWriterKilledAtAnyMomentLeavesTheOldOrTheNewContent)
+{
+    ScratchFolder dir;
+    std::string const target = dir / "doc.qmd";
+    std::string const old = content('O', 1 << 20);
+    std::string const fresh = content('N', 3 << 20);
+
+    // The child says when it starts the save through a pipe, so that forking costs no time of the
+    // window in which kills land.
+    auto writer = [&](int safety) {
+        int ready[2];
+        if (pipe(ready) != 0)
+            return pid_t(-1);
+        pid_t child = fork();
+        if (child == 0) {
+            close(ready[0]);
+            char go = 1;
+            if (write(ready[1], &go, 1) != 1)
+                _exit(2);
+            SaveOutcome r = save(target, fresh, safety);
+            _exit(r.open || r.write || r.close ? 1 : 0);
+        }
+        close(ready[1]);
+        char go = 0;
+        if (child < 0 || read(ready[0], &go, 1) != 1)
+            child = -1;
+        close(ready[0]);
+        return child;
+    };
+    auto reset = [&] {
+        for (auto const& entry : std::filesystem::directory_iterator(dir.path()))
+            std::filesystem::remove(entry.path());
+        std::ofstream(target, std::ios::binary) << old;
+    };
+    auto now = [] {
+        timespec t{};
+        clock_gettime(CLOCK_MONOTONIC, &t);
+        return t.tv_sec * 1000000000L + t.tv_nsec;
+    };
+    auto timedSave = [&](int safety) {
+        reset();
+        pid_t child = writer(safety);
+        long started = now();
+        int status = child > 0 ? waitFor(child) : -1;
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+        EXPECT_EQ(readText(target), fresh);
+        return now() - started;
+    };
+
+    // How long the writing alone takes (a save without safety) and a whole safe save, which adds
+    // making the data durable and the exchange. Half the kills land within the writing, half
+    // anywhere up to 130% of a whole save.
+    // The shortest of three runs: a busy machine only ever makes one longer.
+    long const writing = std::min({timedSave(0), timedSave(0), timedSave(0)});
+    long const whole = std::min({timedSave(1), timedSave(1), timedSave(1)});
+    ASSERT_FALSE(HasFailure());
+
+    std::mt19937 random(20261122);
+    std::uniform_int_distribution<long> duringWriting(0, writing * 12 / 10);
+    std::uniform_int_distribution<long> anywhere(0, whole * 13 / 10);
+    int oldSeen = 0, newSeen = 0;
+    for (int run = 0; run < 30; ++run) {
+        reset();
+        long wait = run % 2 ? anywhere(random) : duringWriting(random);
+        pid_t child = writer(run % 4 < 2 ? 1 : 3);
+        ASSERT_GT(child, 0);
+        timespec pause{wait / 1000000000L, wait % 1000000000L};
+        nanosleep(&pause, nullptr);
+        kill(child, SIGKILL);
+        waitFor(child);
+        std::string found = readText(target);
+        bool isOld = found == old, isNew = found == fresh;
+        ASSERT_TRUE(isOld || isNew) << "run " << run << " killed after " << wait << " ns: target holds "
+                                    << found.size() << " bytes beginning " << found.substr(0, 12);
+        (isOld ? oldSeen : newSeen)++;
+    }
+    RecordProperty("old", oldSeen);
+    RecordProperty("new", newSeen);
+    std::printf("30 killed saves: %d left the old content, %d the new (writing takes %ld us, a whole save %ld us)\n",
+                oldSeen, newSeen, writing / 1000, whole / 1000);
+}
