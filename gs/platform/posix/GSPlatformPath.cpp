@@ -33,10 +33,14 @@ short GSPlatformMakeAbsolutePath(GSString const& path, GSString* absolute)
         i = j + 1;
     }
     std::string out;
-    for (auto const& p : parts)
-        out += "/" + p;
+    // Characters are appended, never a string literal assigned or concatenated: those trip a false
+    // -Wrestrict of g++ 12 at -O3 here.
+    for (auto const& p : parts) {
+        out += '/';
+        out += p;
+    }
     if (out.empty())
-        out = "/";
+        out += '/';
     *absolute = GSString(out.c_str(), path.getEncoding());
     return 0;
 }
