@@ -30,8 +30,9 @@ TEST_P(StoredPictureKind, FollowsTheStoredType)
     EXPECT_EQ(stored.pictureType, c.reportedType);
     EXPECT_EQ(stored.variant, 1);
     EXPECT_EQ(stored.size, (GSTSize<int>{33, 22}));
-    if (c.kind != GSStoredPictureKind::none)
+    if (c.kind != GSStoredPictureKind::none) {
         EXPECT_EQ(Bytes(bytes.getPointer(), bytes.getPointer() + bytes.getCount()), picture);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Types, StoredPictureKind, testing::Values(
