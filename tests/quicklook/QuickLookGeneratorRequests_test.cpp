@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ostream>
 
 using qmtest::Bytes;
 
@@ -92,6 +93,11 @@ struct SizeCase {
     double drawnWidth, drawnHeight;
 };
 
+void PrintTo(SizeCase const& c, std::ostream* os)
+{
+    *os << "type " << c.type << ", " << c.width << " x " << c.height << " in " << c.maxWidth << " x " << c.maxHeight;
+}
+
 class ThumbnailSize : public RequestTest, public testing::WithParamInterface<SizeCase> {};
 
 TEST_P(ThumbnailSize, ContextHasTheFittedSize)
@@ -172,6 +178,11 @@ struct TypeCase {
     double width, height; // of the context
 };
 
+void PrintTo(TypeCase const& c, std::ostream* os)
+{
+    *os << "type " << c.storedType << " holding " << (c.jpegBytes ? "JPEG" : "PNG") << " bytes";
+}
+
 class PictureType : public RequestTest, public testing::WithParamInterface<TypeCase> {};
 
 TEST_P(PictureType, DecidesTheDecoder)
@@ -207,6 +218,11 @@ struct EmptyCase {
     char const* name;
     Bytes document;
 };
+
+void PrintTo(EmptyCase const& c, std::ostream* os)
+{
+    *os << c.name;
+}
 
 class NoPicture : public RequestTest, public testing::WithParamInterface<EmptyCase> {};
 
@@ -316,6 +332,11 @@ struct ThrowCase {
     bool preview;
     bool contextCreated;
 };
+
+void PrintTo(ThrowCase const& c, std::ostream* os)
+{
+    *os << (c.preview ? "preview, " : "thumbnail, ") << c.function << " throws";
+}
 
 class ExceptionInRequest : public RequestTest, public testing::WithParamInterface<ThrowCase> {};
 
