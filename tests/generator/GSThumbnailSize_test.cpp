@@ -29,6 +29,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, ThumbnailDrawingSize, testing::Values(
     DrawingCase{300, 1000, 256, 256, 76, 256},     // tall: height decides, 0.256 * 300 truncated
     DrawingCase{0, 0, 128, 128, 0, 0},             // no picture: nothing to scale
     DrawingCase{0, 300, 128, 128, 0, 128},         // zero width: its ratio counts as 1.0
+    DrawingCase{300, 0, 128, 128, 128, 0},         // zero height: ratio 1.0 beats 128/300, width decides
     DrawingCase{99.5, 130.6, 128, 128, 96, 128}    // rounded to 99 x 131 first, then fitted
 ),
     [](testing::TestParamInfo<DrawingCase> const& p) { return "case" + std::to_string(p.index); });
