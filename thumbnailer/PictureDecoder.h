@@ -42,9 +42,11 @@ struct PictureLimits {
     // output, because a progressive JPEG keeps coefficients for every stored pixel while it
     // decodes. 64 Mi pixels is 256 MiB of RGBA.
     std::uint64_t maxPixels = std::uint64_t(1) << 26;
-    // Largest single PNG chunk, and the most ancillary chunk data libspng keeps in memory while it
-    // reads (text, ICC profile, EXIF); the chunk bound is capped at the cache bound. Picture data
-    // (IDAT) is streamed and not bound by these.
+    // libspng's two chunk bounds: the largest single chunk, and the most ancillary chunk data it
+    // keeps in memory while it reads (text, ICC profile, EXIF). The chunk bound is capped at the
+    // cache bound. The cache bound is the one that refuses a huge text chunk (libspng 0.7.3 keeps a
+    // tEXt above the chunk bound as long as it fits the cache). Picture data (IDAT) is streamed and
+    // bound by neither.
     std::size_t maxPngChunkBytes = std::size_t(8) << 20;
     std::size_t maxPngChunkCacheBytes = std::size_t(32) << 20;
     // Refuse progressive JPEGs with an unreasonable number of scans (TurboJPEG's scan limit), which
