@@ -2,7 +2,9 @@
 #include "QuickLookDouble.h"
 #include "TestPictures.h"
 #include "generator/quicklook/QuickLookGeneratorPlugin.h"
+#include "gs/object/GSExceptions.h"
 #include "tests/support/DocumentBuilder.h"
+#include "tests/support/ObjectDocuments.h"
 #include "tests/support/TempFile.h"
 
 #include <gtest/gtest.h>
@@ -323,6 +325,42 @@ TEST_F(RequestTest, FillReplacesAndReleasesThePreviousImage)
     GSDynaArray<unsigned char> third(8, -100);
     EXPECT_NE(GenerateFillCGImage(missing.get(), &third, &image), 0);
     EXPECT_FALSE(image);
+}
+
+// ---- object-shaped documents ----
+
+TEST_F(RequestTest, PictureStoredAsAnObjectIsDrawn)
+{
+    for (int version : {0x0302, 0x0200}) {
+        qmtest::ObjectDocument document;
+        document.version = version;
+        document.pictureType = qmtest::kPicturePNGAlternative;
+        document.picture = qmtest::encodedPNG(200, 100);
+        document.width = 200, document.height = 100;
+        thumbnailRequest.contexts.clear();
+        EXPECT_EQ(thumbnail(document.build(), CGSize{128, 128}), noErr) << version;
+        expectOneFlushedContext(thumbnailRequest.contexts, 128, 64);
+    }
+}
+
+TEST_F(RequestTest, BadFileFromTheDocumentIsCaughtAfterEverythingWasReleased)
+{
+    // Two object-table records: reading the document throws bad_file out of GSGetThumbnail.
+    qmtest::ObjectDocument document;
+    document.version = 0x0200;
+    document.secondTable = true;
+    document.picture = qmtest::encodedJPEG(20, 10);
+    EXPECT_EQ(thumbnail(document.build(), CGSize{128, 128}), noErr);
+    EXPECT_EQ(preview(document.build()), noErr);
+    EXPECT_TRUE(thumbnailRequest.contexts.empty());
+    EXPECT_TRUE(previewRequest.contexts.empty());
+    EXPECT_TRUE(qmdouble::providerCreations().empty());
+
+    std::string path = folder.write("twice.qmd", document.build());
+    GSCFTypeRef<CFURLRef> url(qmdouble::createFileURL(path));
+    GSDynaArray<unsigned char> bytes(8, -100);
+    GSCFTypeRef<CGImageRef> image;
+    EXPECT_THROW(GenerateFillCGImage(url.get(), &bytes, &image), bad_file);
 }
 
 // ---- exceptions ----
