@@ -33,7 +33,7 @@ public:
     void setFilename(GSString const& name);
 
     // --- The item on disk ---------------------------------------------------------------------
-    // Clears state->valid, then fills the state; 0 on success, 1 when the spec is invalid or the
+    // Clears state->valid, then fills the state; 0 on success, 1 when this file spec is invalid or the
     // item does not exist or cannot be reached.
     short fillState(GSFileState* state) const;
     bool exists() const;
