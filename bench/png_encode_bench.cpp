@@ -1,16 +1,34 @@
-// Encoding a 256 x 256 thumbnail PNG: which zlib level and row filter to use. The picture is
-// photo-like (smooth gradients with fine noise, as a downscaled photograph is); each run reports
-// the file size, because a smaller file is also less for a desktop to read back.
+// Encoding a 256 x 256 thumbnail PNG: which zlib level, strategy and row filter to use. The picture
+// is photo-like (smooth gradients with fine noise, as a downscaled photograph is) or drawing-like
+// (flat areas and hard edges); each run reports the file size, because a smaller file is also less
+// for a desktop to read back.
 #include "thumbnailer/ThumbnailPng.h"
 
 #include <benchmark/benchmark.h>
 #include <spng.h>
+#include <zlib.h>
 
 #include <cmath>
 #include <random>
 #include <vector>
 
 namespace {
+
+// Flat areas and hard edges, as a downscaled drawing or screenshot is: where string matching pays.
+std::vector<uint8_t> drawingLike(int w, int h)
+{
+    std::vector<uint8_t> px(size_t(w) * size_t(h) * 4);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            uint8_t* p = &px[(size_t(y) * size_t(w) + size_t(x)) * 4];
+            bool box = (x / 40 + y / 30) % 3 == 0;
+            p[0] = box ? 30 : 240;
+            p[1] = uint8_t(box ? 90 : 240 - (y / 64) * 20);
+            p[2] = uint8_t(x * 255 / w);
+            p[3] = 255;
+        }
+    return px;
+}
 
 std::vector<uint8_t> photoLike(int w, int h)
 {
@@ -32,7 +50,8 @@ void BM_EncodePng(benchmark::State& state)
 {
     int level = int(state.range(0));
     int filter = int(state.range(1));
-    auto px = photoLike(256, 256);
+    int strategy = int(state.range(2));
+    auto px = state.range(3) ? drawingLike(256, 256) : photoLike(256, 256);
     ThumbnailInfo info;
     info.uri = "file:///home/user/Pictures/sample.qmd";
     info.mimeType = "application/x-quillmoor-document";
@@ -41,7 +60,7 @@ void BM_EncodePng(benchmark::State& state)
     size_t bytes = 0;
     for (auto _ : state) {
         PngBytes png;
-        if (encodeThumbnailPng(px.data(), 256, 256, true, info, PngEncodeOptions{level, filter}, &png))
+        if (encodeThumbnailPng(px.data(), 256, 256, true, info, PngEncodeOptions{level, filter, strategy}, &png))
             state.SkipWithError("encode failed");
         bytes = png.size;
     }
@@ -51,8 +70,10 @@ void BM_EncodePng(benchmark::State& state)
 }  // namespace
 
 BENCHMARK(BM_EncodePng)
-    ->ArgNames({"level", "filter"})
-    ->ArgsProduct({{0, 1, 3, 6}, {SPNG_DISABLE_FILTERING, SPNG_FILTER_CHOICE_SUB, SPNG_FILTER_CHOICE_UP,
-                                   SPNG_FILTER_CHOICE_PAETH, SPNG_FILTER_CHOICE_ALL}})
+    ->ArgNames({"level", "filter", "strategy", "drawing"})
+    ->ArgsProduct({{1, 6}, {SPNG_DISABLE_FILTERING, SPNG_FILTER_CHOICE_SUB, SPNG_FILTER_CHOICE_UP,
+                            SPNG_FILTER_CHOICE_PAETH, SPNG_FILTER_CHOICE_ALL},
+                   {Z_FILTERED, Z_HUFFMAN_ONLY, Z_RLE}, {0, 1}})
+    ->ArgsProduct({{0}, {SPNG_DISABLE_FILTERING}, {Z_FILTERED}, {0, 1}})
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_MAIN();

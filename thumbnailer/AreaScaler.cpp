@@ -75,62 +75,120 @@ void AreaScaler::accumulate(uint8_t const* row, uint32_t weight, bool rowOpaque)
     }
 }
 
-void AreaScaler::emitRow()
+namespace {
+
+// Rounded division n / d for a divisor used many times: a floating-point estimate, corrected to the
+// exact integer result (the estimate is off by at most one where n exceeds 2^53).
+struct RoundedDivider {
+    uint64_t d = 1;
+    double inverse = 1;
+
+    explicit RoundedDivider(uint64_t divisor) : d(divisor), inverse(1.0 / double(divisor)) {}
+
+    uint64_t operator()(uint64_t n) const
+    {
+        uint64_t const rounded = n + d / 2;
+        uint64_t q = uint64_t(double(rounded) * inverse);
+        if (q * d > rounded)
+            --q;
+        else if ((q + 1) * d <= rounded)
+            ++q;
+        return q;
+    }
+};
+
+}  // namespace
+
+template <int C>
+void AreaScaler::emitRowOf()
 {
     uint32_t const* acc = acc_.get();
     uint8_t* out = out_.get() + size_t(outRow_) * size_t(dstW_) * 4;
-    int const c = channels_;
     uint64_t const interior = uint64_t(dstW_);
     // Each output pixel's weights sum to srcW across and srcH down.
     uint64_t const total = uint64_t(srcW_) * uint64_t(srcH_);
+    RoundedDivider const byTotal(C == 3 ? total : total * 255u);
+    bool opaque = true;
     for (int x = 0; x < dstW_; ++x) {
         Span const& s = spans_[size_t(x)];
-        uint64_t sum[4] = {0, 0, 0, 0};
-        uint32_t const* p = acc + size_t(s.first) * size_t(c);
-        for (int k = 0; k < c; ++k)
+        uint64_t sum[C];
+        uint32_t const* p = acc + size_t(s.first) * C;
+        for (int k = 0; k < C; ++k)
             sum[k] = uint64_t(s.wFirst) * p[k];
         if (s.last > s.first) {
-            uint64_t mid[4] = {0, 0, 0, 0};
+            uint64_t mid[C] = {};
             for (int sx = s.first + 1; sx < s.last; ++sx) {
-                p = acc + size_t(sx) * size_t(c);
-                for (int k = 0; k < c; ++k)
+                p = acc + size_t(sx) * C;
+                for (int k = 0; k < C; ++k)
                     mid[k] += p[k];
             }
-            p = acc + size_t(s.last) * size_t(c);
-            for (int k = 0; k < c; ++k)
+            p = acc + size_t(s.last) * C;
+            for (int k = 0; k < C; ++k)
                 sum[k] += mid[k] * interior + uint64_t(s.wLast) * p[k];
         }
         uint8_t* o = out + size_t(x) * 4;
-        if (c == 3) {
+        if constexpr (C == 3) {
             for (int k = 0; k < 3; ++k)
-                o[k] = uint8_t((sum[k] + total / 2) / total);
+                o[k] = uint8_t(byTotal(sum[k]));
             o[3] = 255;
-            continue;
-        }
-        // sum[3] is the sum of weight * alpha * 255; colours are weight * alpha * colour.
-        uint64_t const sumA = sum[3];
-        uint64_t const alphaTotal = total * 255u;
-        uint8_t const a = uint8_t((sumA + alphaTotal / 2) / alphaTotal);
-        if (a != 255)
-            opaque_ = false;
-        o[3] = a;
-        for (int k = 0; k < 3; ++k) {
+        } else {
+            // sum[3] is the sum of weight * alpha * 255; colours are weight * alpha * colour.
+            uint64_t const sumA = sum[3];
+            uint8_t const a = uint8_t(byTotal(sumA));
+            opaque = opaque && a == 255;
+            o[3] = a;
             if (sumA == 0 || a == 0) {
-                o[k] = 0;
+                o[0] = o[1] = o[2] = 0;
                 continue;
             }
-            uint64_t v = (sum[k] * 255u + sumA / 2) / sumA;
-            o[k] = uint8_t(std::min<uint64_t>(v, 255));
+            RoundedDivider const byAlpha(sumA);
+            for (int k = 0; k < 3; ++k)
+                o[k] = uint8_t(std::min<uint64_t>(byAlpha(sum[k] * 255u), 255));
         }
     }
-    std::memset(acc_.get(), 0, size_t(srcW_) * size_t(c) * sizeof(uint32_t));
+    opaque_ = opaque_ && opaque;
+    std::memset(acc_.get(), 0, size_t(srcW_) * C * sizeof(uint32_t));
     ++outRow_;
+}
+
+void AreaScaler::emitRow()
+{
+    if (channels_ == 3)
+        emitRowOf<3>();
+    else
+        emitRowOf<4>();
+}
+
+// At 1:1 every output pixel is its source pixel: copied, with the colour of a fully transparent
+// pixel cleared as averaging would.
+void AreaScaler::copyRow(uint8_t const* row)
+{
+    uint8_t* out = out_.get() + size_t(nextRow_) * size_t(dstW_) * 4;
+    if (channels_ == 3) {
+        for (int x = 0; x < srcW_; ++x, row += 3, out += 4) {
+            std::memcpy(out, row, 3);
+            out[3] = 255;
+        }
+        return;
+    }
+    std::memcpy(out, row, size_t(srcW_) * 4);
+    for (int x = 0; x < srcW_; ++x, out += 4) {
+        if (out[3] != 255)
+            opaque_ = false;
+        if (out[3] == 0)
+            out[0] = out[1] = out[2] = 0;
+    }
 }
 
 short AreaScaler::pushRow(uint8_t const* row)
 {
     if (!acc_ || nextRow_ >= srcH_)
         return 1;
+    if (srcW_ == dstW_ && srcH_ == dstH_) {
+        copyRow(row);
+        ++nextRow_;
+        return 0;
+    }
     bool rowOpaque = true;
     if (channels_ == 4) {
         size_t n = size_t(srcW_) * 4;

@@ -38,6 +38,9 @@ public:
 private:
     void accumulate(uint8_t const* row, uint32_t weight, bool rowOpaque);
     void emitRow();
+    template <int C>
+    void emitRowOf();
+    void copyRow(uint8_t const* row);
 
     struct Span {
         int first = 0;        // first source column

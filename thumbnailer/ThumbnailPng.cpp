@@ -49,6 +49,7 @@ short encodeThumbnailPng(uint8_t const* rgba, int width, int height, bool opaque
     spng_set_option(ctx.get(), SPNG_ENCODE_TO_BUFFER, 1);
     spng_set_option(ctx.get(), SPNG_IMG_COMPRESSION_LEVEL, options.zlibLevel);
     spng_set_option(ctx.get(), SPNG_FILTER_CHOICE, options.filterChoice);
+    spng_set_option(ctx.get(), SPNG_IMG_COMPRESSION_STRATEGY, options.strategy);
 
     spng_ihdr ihdr{};
     ihdr.width = uint32_t(width);

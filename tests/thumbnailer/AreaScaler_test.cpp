@@ -85,6 +85,10 @@ TEST(AreaScaler, TransparentPixelsDoNotBleedColour)
     std::vector<uint8_t> clear = {10, 20, 30, 0, 40, 50, 60, 0};
     out = scale(clear, 2, 1, 4, 1, 1);
     EXPECT_EQ(out, (std::vector<uint8_t>{0, 0, 0, 0}));
+    // Likewise at 1:1, where pixels are copied rather than averaged.
+    out = scale(clear, 2, 1, 4, 2, 1, &opaque);
+    EXPECT_EQ(out, (std::vector<uint8_t>(8, 0)));
+    EXPECT_FALSE(opaque);
 }
 
 struct ScaleCase {
