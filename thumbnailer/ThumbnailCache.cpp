@@ -77,7 +77,8 @@ bool makeFolders(std::string const& root, std::string const& relative)
         size_t slash = relative.find('/', at);
         if (slash == std::string::npos)
             slash = relative.size();
-        path += "/" + relative.substr(at, slash - at);
+        path += '/';
+        path.append(relative, at, slash - at);
         at = slash + 1;
     }
     struct stat st{};
