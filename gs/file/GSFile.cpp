@@ -37,6 +37,17 @@ inline bool readExact(GSFileWorker* worker, void* buffer, long n)
     return worker && worker->readBytes(buffer, n) == n;
 }
 
+// Reads N bytes and stores decode(bytes) in *value; 1 (value untouched) when they are not there.
+template <long N, class T, class Decode>
+inline short readDecoded(GSFileWorker* worker, T* value, Decode decode)
+{
+    unsigned char b[N];
+    if (!readExact(worker, b, N))
+        return 1;
+    *value = decode(b);
+    return 0;
+}
+
 } // namespace
 
 // --- Construction and opening --------------------------------------------------------------------
@@ -294,20 +305,12 @@ long GSFile::read(void* buffer, long size, long count)
 
 short GSFile::readBool(short* value)
 {
-    unsigned char b;
-    if (!readExact(worker, &b, 1))
-        return 1;
-    *value = b;
-    return 0;
+    return readDecoded<1>(worker, value, [](unsigned char const* b) { return short(b[0]); });
 }
 
 short GSFile::readLittleShort(short* value)
 {
-    unsigned char b[2];
-    if (!readExact(worker, b, 2))
-        return 1;
-    *value = static_cast<short>(GetLittleUShort(b));
-    return 0;
+    return readDecoded<2>(worker, value, [](unsigned char const* b) { return static_cast<short>(GetLittleUShort(b)); });
 }
 
 short GSFile::readBoolAsShort(short* value)
@@ -335,11 +338,7 @@ short GSFile::readIntAsUShort(int* value)
 
 short GSFile::readLittleLong(int* value)
 {
-    unsigned char b[4];
-    if (!readExact(worker, b, 4))
-        return 1;
-    *value = static_cast<int>(GetLittleULong(b));
-    return 0;
+    return readDecoded<4>(worker, value, [](unsigned char const* b) { return static_cast<int>(GetLittleULong(b)); });
 }
 
 short GSFile::readPointer(void** value)
@@ -353,47 +352,27 @@ short GSFile::readPointer(void** value)
 
 short GSFile::readLittleLongLong(long* value)
 {
-    unsigned char b[8];
-    if (!readExact(worker, b, 8))
-        return 1;
-    *value = static_cast<long>(littleU64(b));
-    return 0;
+    return readDecoded<8>(worker, value, [](unsigned char const* b) { return static_cast<long>(littleU64(b)); });
 }
 
 short GSFile::readStandardFloat(float* value)
 {
-    unsigned char b[4];
-    if (!readExact(worker, b, 4))
-        return 1;
-    *value = bitCast<float>(GetBigULong(b));
-    return 0;
+    return readDecoded<4>(worker, value, [](unsigned char const* b) { return bitCast<float>(GetBigULong(b)); });
 }
 
 short GSFile::readLittleStandardFloat(float* value)
 {
-    unsigned char b[4];
-    if (!readExact(worker, b, 4))
-        return 1;
-    *value = bitCast<float>(GetLittleULong(b));
-    return 0;
+    return readDecoded<4>(worker, value, [](unsigned char const* b) { return bitCast<float>(GetLittleULong(b)); });
 }
 
 short GSFile::readStandardDouble(double* value)
 {
-    unsigned char b[8];
-    if (!readExact(worker, b, 8))
-        return 1;
-    *value = bitCast<double>(static_cast<std::uint64_t>(GetBigLongLong(b)));
-    return 0;
+    return readDecoded<8>(worker, value, [](unsigned char const* b) { return bitCast<double>(static_cast<std::uint64_t>(GetBigLongLong(b))); });
 }
 
 short GSFile::readLittleStandardDouble(double* value)
 {
-    unsigned char b[8];
-    if (!readExact(worker, b, 8))
-        return 1;
-    *value = bitCast<double>(littleU64(b));
-    return 0;
+    return readDecoded<8>(worker, value, [](unsigned char const* b) { return bitCast<double>(littleU64(b)); });
 }
 
 short GSFile::readFloat(float* value)

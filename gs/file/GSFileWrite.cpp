@@ -43,6 +43,15 @@ void toMantissa(double x, unsigned char* b)
     SetBigShort(b + 4, static_cast<short>(exponent));
 }
 
+// Encodes into N bytes with encode(bytes) and writes them.
+template <long N, class Encode>
+inline short writeEncoded(GSFile* file, Encode encode)
+{
+    unsigned char b[N];
+    encode(b);
+    return file->write(b, N);
+}
+
 } // namespace
 
 short GSFile::write(void const* buffer, long length)
@@ -74,37 +83,27 @@ short GSFile::writeBool(short value)
 
 short GSFile::writeShort(short value)
 {
-    unsigned char b[2];
-    SetBigShort(b, value);
-    return write(b, 2);
+    return writeEncoded<2>(this, [&](unsigned char* b) { SetBigShort(b, value); });
 }
 
 short GSFile::writeLittleShort(short value)
 {
-    unsigned char b[2];
-    SetLittleShort(b, value);
-    return write(b, 2);
+    return writeEncoded<2>(this, [&](unsigned char* b) { SetLittleShort(b, value); });
 }
 
 short GSFile::writeLong(int value)
 {
-    unsigned char b[4];
-    SetBigLong(b, value);
-    return write(b, 4);
+    return writeEncoded<4>(this, [&](unsigned char* b) { SetBigLong(b, value); });
 }
 
 short GSFile::writeLittleLong(int value)
 {
-    unsigned char b[4];
-    SetLittleLong(b, value);
-    return write(b, 4);
+    return writeEncoded<4>(this, [&](unsigned char* b) { SetLittleLong(b, value); });
 }
 
 short GSFile::writeLongLong(long value)
 {
-    unsigned char b[8];
-    putBig64(b, static_cast<std::uint64_t>(value));
-    return write(b, 8);
+    return writeEncoded<8>(this, [&](unsigned char* b) { putBig64(b, static_cast<std::uint64_t>(value)); });
 }
 
 short GSFile::writePointer(void* value)
@@ -114,16 +113,12 @@ short GSFile::writePointer(void* value)
 
 short GSFile::writeStandardFloat(float value)
 {
-    unsigned char b[4];
-    SetBigLong(b, bitCast<int>(value));
-    return write(b, 4);
+    return writeEncoded<4>(this, [&](unsigned char* b) { SetBigLong(b, bitCast<int>(value)); });
 }
 
 short GSFile::writeStandardDouble(double value)
 {
-    unsigned char b[8];
-    putBig64(b, bitCast<std::uint64_t>(value));
-    return write(b, 8);
+    return writeEncoded<8>(this, [&](unsigned char* b) { putBig64(b, bitCast<std::uint64_t>(value)); });
 }
 
 short GSFile::writeFloat(float value)

@@ -32,5 +32,11 @@ public:
     bool isNull() const noexcept { return object == nullptr; }
 
 private:
+    // The platform's object runtime, implemented once per platform (gs/platform/*/GSIdPointer.*);
+    // the ownership rules above are the same everywhere. Null is ignored.
+    static void retainObject(void* p) noexcept;
+    static void releaseObject(void* p) noexcept;
+    static bool objectsEqual(void* a, void* b) noexcept;
+
     void* object = nullptr;
 };

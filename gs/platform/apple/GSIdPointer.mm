@@ -8,80 +8,21 @@
 extern "C" id objc_retain(id value);
 extern "C" void objc_release(id value);
 
-namespace {
-
-void retainObject(void* p) noexcept
+void GSIdPointer::retainObject(void* p) noexcept
 {
     if (p)
         objc_retain((__bridge id)p);
 }
 
-void releaseObject(void* p) noexcept
+void GSIdPointer::releaseObject(void* p) noexcept
 {
     if (p)
         objc_release((__bridge id)p);
 }
 
-} // namespace
-
-GSIdPointer::GSIdPointer(GSIdPointer const& other) noexcept : object(other.object)
+bool GSIdPointer::objectsEqual(void* a, void* b) noexcept
 {
-    retainObject(object);
-}
-
-GSIdPointer::~GSIdPointer()
-{
-    releaseObject(object);
-}
-
-void GSIdPointer::attach(void* p) noexcept
-{
-    if (p == object)
-        return;
-    retainObject(p);
-    void* old = object;
-    object = p;
-    releaseObject(old);
-}
-
-GSIdPointer& GSIdPointer::operator=(void* p) noexcept
-{
-    if (p != object) {
-        void* old = object;
-        object = p;
-        releaseObject(old);
-    }
-    return *this;
-}
-
-GSIdPointer& GSIdPointer::operator=(GSIdPointer const& other) noexcept
-{
-    attach(other.object);
-    return *this;
-}
-
-GSIdPointer& GSIdPointer::operator=(GSIdPointer&& other) noexcept
-{
-    if (this != &other) {
-        void* old = object;
-        object = other.object;
-        other.object = nullptr;
-        // Also when both held the same object: its two references become one.
-        releaseObject(old);
-    }
-    return *this;
-}
-
-void GSIdPointer::retain() const noexcept
-{
-    retainObject(object);
-}
-
-bool GSIdPointer::isEqual(GSIdPointer const& other) const noexcept
-{
-    if (!object || !other.object)
-        return false;
     @autoreleasepool {
-        return [(__bridge id)object isEqual:(__bridge id)other.object] ? true : false;
+        return [(__bridge id)a isEqual:(__bridge id)b] ? true : false;
     }
 }

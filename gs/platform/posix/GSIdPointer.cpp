@@ -1,85 +1,21 @@
-// GSIdPointer over the POSIX platform objects.
+// GSIdPointer's object runtime on POSIX systems: the platform layer's reference-counted objects.
 #include "gs/object/GSIdPointer.h"
 
 #include "gs/platform/GSPlatformURL.h"
 
-namespace {
-
-GSPlatformObject* platformObject(void* p) noexcept
-{
-    return static_cast<GSPlatformObject*>(p);
-}
-
-void retainObject(void* p) noexcept
+void GSIdPointer::retainObject(void* p) noexcept
 {
     if (p)
-        platformObject(p)->retain();
+        static_cast<GSPlatformObject*>(p)->retain();
 }
 
-void releaseObject(void* p) noexcept
+void GSIdPointer::releaseObject(void* p) noexcept
 {
     if (p)
-        platformObject(p)->release();
+        static_cast<GSPlatformObject*>(p)->release();
 }
 
-} // namespace
-
-GSIdPointer::GSIdPointer(GSIdPointer const& other) noexcept : object(other.object)
+bool GSIdPointer::objectsEqual(void* a, void* b) noexcept
 {
-    retainObject(object);
-}
-
-GSIdPointer::~GSIdPointer()
-{
-    releaseObject(object);
-}
-
-void GSIdPointer::attach(void* p) noexcept
-{
-    if (p == object)
-        return;
-    retainObject(p);
-    void* old = object;
-    object = p;
-    releaseObject(old);
-}
-
-GSIdPointer& GSIdPointer::operator=(void* p) noexcept
-{
-    if (p != object) {
-        void* old = object;
-        object = p;
-        releaseObject(old);
-    }
-    return *this;
-}
-
-GSIdPointer& GSIdPointer::operator=(GSIdPointer const& other) noexcept
-{
-    attach(other.object);
-    return *this;
-}
-
-GSIdPointer& GSIdPointer::operator=(GSIdPointer&& other) noexcept
-{
-    if (this != &other) {
-        void* old = object;
-        object = other.object;
-        other.object = nullptr;
-        // Also when both held the same object: its two references become one.
-        releaseObject(old);
-    }
-    return *this;
-}
-
-void GSIdPointer::retain() const noexcept
-{
-    retainObject(object);
-}
-
-bool GSIdPointer::isEqual(GSIdPointer const& other) const noexcept
-{
-    if (!object || !other.object)
-        return false;
-    return platformObject(object)->isEqual(*platformObject(other.object));
+    return static_cast<GSPlatformObject*>(a)->isEqual(*static_cast<GSPlatformObject*>(b));
 }

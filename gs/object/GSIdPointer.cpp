@@ -1,0 +1,62 @@
+// GSIdPointer's ownership rules; the object runtime underneath is the platform's.
+#include "gs/object/GSIdPointer.h"
+
+GSIdPointer::GSIdPointer(GSIdPointer const& other) noexcept : object(other.object)
+{
+    retainObject(object);
+}
+
+GSIdPointer::~GSIdPointer()
+{
+    releaseObject(object);
+}
+
+void GSIdPointer::attach(void* p) noexcept
+{
+    if (p == object)
+        return;
+    retainObject(p);
+    void* old = object;
+    object = p;
+    releaseObject(old);
+}
+
+GSIdPointer& GSIdPointer::operator=(void* p) noexcept
+{
+    if (p != object) {
+        void* old = object;
+        object = p;
+        releaseObject(old);
+    }
+    return *this;
+}
+
+GSIdPointer& GSIdPointer::operator=(GSIdPointer const& other) noexcept
+{
+    attach(other.object);
+    return *this;
+}
+
+GSIdPointer& GSIdPointer::operator=(GSIdPointer&& other) noexcept
+{
+    if (this != &other) {
+        void* old = object;
+        object = other.object;
+        other.object = nullptr;
+        // Also when both held the same object: its two references become one.
+        releaseObject(old);
+    }
+    return *this;
+}
+
+void GSIdPointer::retain() const noexcept
+{
+    retainObject(object);
+}
+
+bool GSIdPointer::isEqual(GSIdPointer const& other) const noexcept
+{
+    if (!object || !other.object)
+        return false;
+    return objectsEqual(object, other.object);
+}
