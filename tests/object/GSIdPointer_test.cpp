@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <utility>
 
 namespace {
@@ -18,56 +19,43 @@ GSPlatformURL* url(char const* path, bool isDirectory = false)
 
 } // namespace
 
-TEST(GSIdPointerOwnership, AssignmentAdoptsAndAttachRetains)
+TEST(GSIdPointerOwnership, AssignmentAdoptsAttachAndCopiesRetainReplacementReleases)
 {
     GSPlatformURL* a = url("/tmp/a");
-    a->retain(); // the test's own reference, to watch the count
+    GSPlatformURL* b = url("/tmp/b");
+    a->retain(); // the test's own references, to watch the counts
+    b->retain();
     {
         GSIdPointer p;
         p = a; // adopts the creator's reference
-        EXPECT_EQ(a->getRetainCount(), 2);
         p = a; // the same object: nothing
         EXPECT_EQ(a->getRetainCount(), 2);
         GSIdPointer q;
         q.attach(a);
-        EXPECT_EQ(a->getRetainCount(), 3);
         q.attach(a);
         EXPECT_EQ(a->getRetainCount(), 3);
         GSIdPointer r(q);
-        EXPECT_EQ(a->getRetainCount(), 4);
         r = q;
+        EXPECT_EQ(a->getRetainCount(), 4);
+        GSIdPointer moved(std::move(r));
+        EXPECT_TRUE(r.isNull());
         EXPECT_EQ(a->getRetainCount(), 4);
         q.retain();
         EXPECT_EQ(a->getRetainCount(), 5);
         a->release();
-        GSIdPointer moved(std::move(r));
-        EXPECT_TRUE(r.isNull());
-        EXPECT_EQ(a->getRetainCount(), 4);
+
+        p.attach(b); // replacing releases a
+        EXPECT_EQ(a->getRetainCount(), 3);
+        GSIdPointer s;
+        s = b;
+        p = s;
+        EXPECT_EQ(b->getRetainCount(), 3);
+        p = GSIdPointer();
+        EXPECT_EQ(b->getRetainCount(), 2);
+        s = std::move(p);
+        EXPECT_EQ(b->getRetainCount(), 1);
     }
     EXPECT_EQ(a->getRetainCount(), 1);
-    a->release();
-}
-
-TEST(GSIdPointerOwnership, ReplacingReleasesTheOldObject)
-{
-    GSPlatformURL* a = url("/tmp/a");
-    GSPlatformURL* b = url("/tmp/b");
-    a->retain();
-    b->retain();
-    GSIdPointer p;
-    p = a;
-    p.attach(b);
-    EXPECT_EQ(a->getRetainCount(), 1);
-    EXPECT_EQ(b->getRetainCount(), 3);
-    GSIdPointer q;
-    q = b;  // adopts the creator's reference of b
-    p = q;  // the same object: nothing changes
-    EXPECT_EQ(b->getRetainCount(), 3);
-    GSIdPointer empty;
-    p = empty;
-    EXPECT_EQ(b->getRetainCount(), 2);
-    q = std::move(p);
-    EXPECT_EQ(b->getRetainCount(), 1);
     a->release();
     b->release();
 }
@@ -88,26 +76,27 @@ TEST(GSIdPointerEquality, ComparesURLsByPathAndKind)
 
 TEST(GSPlatformURLPaths, AbsolutePathsAndComponents)
 {
+    GSIdPointer held[6];
+    auto path = [](GSPlatformURL const* u) { return std::string(u->getPath().c_str()); };
     GSPlatformURL* base = url("/usr/share/", true);
-    EXPECT_STREQ(base->getPath().c_str(), "/usr/share");
-    EXPECT_STREQ(base->getLastPathComponent().c_str(), "share");
     GSPlatformURL* file = base->createByAppendingPathComponent(GSString("doc/readme.txt"), false);
     ASSERT_NE(file, nullptr);
-    EXPECT_STREQ(file->getPath().c_str(), "/usr/share/doc/readme.txt");
-    EXPECT_FALSE(file->isDirectory());
     GSPlatformURL* parent = file->createByDeletingLastPathComponent();
     ASSERT_NE(parent, nullptr);
-    EXPECT_STREQ(parent->getPath().c_str(), "/usr/share/doc");
-    EXPECT_TRUE(parent->isDirectory());
     GSPlatformURL* root = url("/");
     GSPlatformURL* rootParent = root->createByDeletingLastPathComponent();
-    EXPECT_STREQ(rootParent->getPath().c_str(), "/");
-    EXPECT_STREQ(root->getLastPathComponent().c_str(), "/");
     GSPlatformURL* relative = url("some/file");
-    EXPECT_EQ(relative->getPath().c_str()[0], '/');
+    int i = 0;
+    for (GSPlatformURL* u : {base, file, parent, root, rootParent, relative})
+        held[i++] = u;
+    EXPECT_EQ(path(base), "/usr/share");
+    EXPECT_STREQ(base->getLastPathComponent().c_str(), "share");
+    EXPECT_EQ(path(file), "/usr/share/doc/readme.txt");
+    EXPECT_FALSE(file->isDirectory());
+    EXPECT_EQ(path(parent), "/usr/share/doc");
+    EXPECT_TRUE(parent->isDirectory());
+    EXPECT_EQ(path(rootParent), "/");
+    EXPECT_STREQ(root->getLastPathComponent().c_str(), "/");
+    EXPECT_EQ(path(relative)[0], '/');
     EXPECT_EQ(GSPlatformURL::create(GSString(""), false), nullptr);
-    for (GSPlatformObject* o : {static_cast<GSPlatformObject*>(base), static_cast<GSPlatformObject*>(file),
-                                static_cast<GSPlatformObject*>(parent), static_cast<GSPlatformObject*>(root),
-                                static_cast<GSPlatformObject*>(rootParent), static_cast<GSPlatformObject*>(relative)})
-        o->release();
 }

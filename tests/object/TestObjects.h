@@ -1,56 +1,66 @@
-// Serialisable classes for tests of the object encoding, and memory-file helpers.
+// Helpers for tests of the object layer: serialisable classes, memory files, allocation failures.
 //
 // QMPoint's content:  version 0x0100; record 1: int32 x; end tag.
 // QMNode's content:   version 0x0100; record 1: the child as a full object (writeObject),
 //                     or record 2: the child as a reference (writeObjectReference); end tag.
+// QMBroken:           a QMPoint whose read consumes the version, then fails with status 7.
 #pragma once
 
 #include "gs/file/GSFile.h"
 #include "gs/file/GSTagRead.h"
 #include "gs/file/GSTagWrite.h"
+#include "gs/object/GSArrayMemory.h"
 #include "gs/object/GSObject.h"
 #include "gs/object/GSRuntimeClass.h"
 #include "tests/support/Hex.h"
 
+#include <atomic>
 #include <new>
 #include <string>
 #include <vector>
 
 namespace qmtest {
 
+// A version-0x0100 block with the single record `tag`, whose data `data()` writes.
+template <class Data>
+short writeRecord(GSFile* f, int tag, Data data)
+{
+    GSTagWrite w(f);
+    if (w.writeVersion(0x0100) || w.writeStart(tag) || data() || w.writeEnd())
+        return 1;
+    return w.writeEndTag();
+}
+
+// Reads a version-0x0100 block; `record(tag)` reads a record's data, or returns -1 to skip it.
+template <class Record>
+short readRecords(GSFile* f, Record record)
+{
+    GSTagRead r(f);
+    short v;
+    if (short st = r.readVersion(0x0100, &v))
+        return st;
+    for (;;) {
+        int t = r.read();
+        if (t == GSTagRead::kEndTag)
+            return 0;
+        if (t == GSTagRead::kReadFailure)
+            return 1;
+        short st = record(t);
+        if (st < 0 ? r.skip() != 0 : st != 0)
+            return st < 0 ? 1 : st;
+    }
+}
+
 class QMPoint : public GSObject {
 public:
     QMPoint() { ++live; }
     explicit QMPoint(int value) : x(value) { ++live; }
     ~QMPoint() override { --live; }
-
     GSRuntimeClass const& getRuntimeClass() const override { return gsClassQMPoint; }
-    short write(GSFile* f) const override
-    {
-        GSTagWrite w(f);
-        if (w.writeVersion(0x0100) || w.writeStart(1) || f->writeLong(x) || w.writeEnd())
-            return 1;
-        return w.writeEndTag();
-    }
+    short write(GSFile* f) const override { return writeRecord(f, 1, [&] { return f->writeLong(x); }); }
     short read(GSFile* f) override
     {
-        GSTagRead r(f);
-        short v;
-        if (short st = r.readVersion(0x0100, &v))
-            return st;
-        for (;;) {
-            int t = r.read();
-            if (t == GSTagRead::kEndTag)
-                return 0;
-            if (t == GSTagRead::kReadFailure)
-                return 1;
-            if (t == 1) {
-                if (f->readLong(&x))
-                    return 1;
-            } else if (r.skip()) {
-                return 1;
-            }
-        }
+        return readRecords(f, [&](int t) { return t == 1 ? f->readLong(&x) : short(-1); });
     }
     static GSObject* _createFunction() { return new (std::nothrow) QMPoint; }
 
@@ -59,15 +69,12 @@ public:
     static inline GSRuntimeClass gsClassQMPoint{GSString("QMPoint"), &GSObject::gsClassGSObject, &QMPoint::_createFunction};
 };
 
-// A point that always fails to read after consuming part of its content.
 class QMBroken : public QMPoint {
 public:
     GSRuntimeClass const& getRuntimeClass() const override { return gsClassQMBroken; }
     short read(GSFile* f) override
     {
-        GSTagRead r(f);
-        short v;
-        r.readVersion(0x0100, &v);
+        GSTagRead(f).readVersion(0x0100, nullptr);
         return 7;
     }
     static GSObject* _createFunction() { return new (std::nothrow) QMBroken; }
@@ -79,41 +86,24 @@ public:
     QMNode() = default;
     QMNode(GSObject* c, bool asReference) : byReference(asReference) { assignObject(&child, c); }
     ~QMNode() override { assignObject(&child, nullptr); }
-
     GSRuntimeClass const& getRuntimeClass() const override { return gsClassQMNode; }
     short write(GSFile* f) const override
     {
-        GSTagWrite w(f);
-        if (w.writeVersion(0x0100) || w.writeStart(byReference ? 2 : 1))
-            return 1;
-        if (byReference ? f->writeObjectReference(child) : f->writeObject(child))
-            return 1;
-        if (w.writeEnd())
-            return 1;
-        return w.writeEndTag();
+        return writeRecord(f, byReference ? 2 : 1,
+                           [&] { return byReference ? f->writeObjectReference(child) : f->writeObject(child); });
     }
     short read(GSFile* f) override
     {
-        GSTagRead r(f);
-        short v;
-        if (short st = r.readVersion(0x0100, &v))
-            return st;
-        for (;;) {
-            int t = r.read();
-            if (t == GSTagRead::kEndTag)
-                return 0;
-            if (t == GSTagRead::kReadFailure)
-                return 1;
-            if (t == 1 || t == 2) {
-                GSObject* c = nullptr;
-                if (short st = t == 1 ? f->readObject(&c) : f->readObjectReference(&c))
-                    return st;
-                assignObject(&child, c);
-                byReference = t == 2;
-            } else if (r.skip()) {
-                return 1;
-            }
-        }
+        return readRecords(f, [&](int t) -> short {
+            if (t != 1 && t != 2)
+                return -1;
+            GSObject* c = nullptr;
+            if (short st = t == 1 ? f->readObject(&c) : f->readObjectReference(&c))
+                return st;
+            assignObject(&child, c);
+            byReference = t == 2;
+            return 0;
+        });
     }
     static GSObject* _createFunction() { return new (std::nothrow) QMNode; }
 
@@ -121,6 +111,8 @@ public:
     bool byReference = false;
     static inline GSRuntimeClass gsClassQMNode{GSString("QMNode"), &GSObject::gsClassGSObject, &QMNode::_createFunction};
 };
+
+inline int xOf(GSObject const* o) { return static_cast<QMPoint const*>(o)->x; }
 
 // A memory file open for writing and reading.
 inline void openForWriting(GSFile& f)
@@ -136,10 +128,7 @@ inline std::vector<unsigned char> fileBytes(GSFile const& f)
     return std::vector<unsigned char>(a.getPointer(), a.getPointer() + a.getCount());
 }
 
-inline std::string fileHex(GSFile const& f)
-{
-    return toHex(fileBytes(f));
-}
+inline std::string fileHex(GSFile const& f) { return toHex(fileBytes(f)); }
 
 inline GSDynaArray<unsigned char> toArray(std::vector<unsigned char> const& bytes)
 {
@@ -148,15 +137,62 @@ inline GSDynaArray<unsigned char> toArray(std::vector<unsigned char> const& byte
     return a;
 }
 
-inline GSDynaArray<unsigned char> hexArray(std::string const& hex)
-{
-    return toArray(fromHex(hex));
-}
+inline GSDynaArray<unsigned char> hexArray(std::string const& hex) { return toArray(fromHex(hex)); }
 
 // The hex of an ASCII text, for building golden strings readably.
-inline std::string asciiHex(std::string const& text)
+inline std::string asciiHex(std::string const& text) { return toHex(std::vector<unsigned char>(text.begin(), text.end())); }
+
+template <class T>
+GSDynaArray<T> arrayOf(std::vector<T> const& values, long capacity = 0, long growth = -100)
 {
-    return toHex(std::vector<unsigned char>(text.begin(), text.end()));
+    GSDynaArray<T> a(capacity, growth);
+    a.append(values.data(), static_cast<long>(values.size()));
+    return a;
 }
 
+template <class T>
+std::vector<T> contents(GSDynaArray<T> const& a)
+{
+    return std::vector<T>(a.getPointer(), a.getPointer() + a.getCount());
+}
+
+// An empty memory file open for writing, and an open memory file over given bytes.
+struct WriteFile {
+    WriteFile() : f(-100, 64) { openForWriting(f); }
+    GSFile f;
+};
+
+struct ReadFile {
+    explicit ReadFile(std::vector<unsigned char> const& bytes) : f(toArray(bytes)) { f.open(); }
+    explicit ReadFile(std::string const& hex) : ReadFile(fromHex(hex)) {}
+    explicit ReadFile(GSFile const& written) : ReadFile(fileBytes(written)) {}
+    GSFile f;
+};
+
 } // namespace qmtest
+
+// Makes array allocations fail while an object of this class lives: the first `allowed` go ahead,
+// every later one fails.
+class ArrayAllocationFailures {
+public:
+    explicit ArrayAllocationFailures(long allowed = 0)
+    {
+        remaining = allowed;
+        attempts = 0;
+        previous = GSSetArrayAllocationHook(&decide);
+    }
+    ~ArrayAllocationFailures() { GSSetArrayAllocationHook(previous); }
+    ArrayAllocationFailures(ArrayAllocationFailures const&) = delete;
+    ArrayAllocationFailures& operator=(ArrayAllocationFailures const&) = delete;
+    // Allocations asked for since construction (allowed or not).
+    static long attemptCount() { return attempts; }
+
+private:
+    static bool decide(size_t)
+    {
+        ++attempts;
+        return remaining-- > 0;
+    }
+    static inline std::atomic<long> remaining{0}, attempts{0};
+    GSArrayAllocationHook previous;
+};
