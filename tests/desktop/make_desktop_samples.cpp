@@ -107,43 +107,18 @@ int writeCorpus(std::string const& dir)
     return ok ? 0 : 1;
 }
 
-void putU32(Bytes* b, size_t at, uint32_t v)
-{
-    for (int i = 0; i < 4; ++i)
-        (*b)[at + size_t(i)] = uint8_t(v >> (24 - 8 * i));
-}
-
-uint32_t crc32Of(uint8_t const* p, size_t n)
-{
-    uint32_t c = 0xFFFFFFFFu;
-    for (size_t i = 0; i < n; ++i) {
-        c ^= p[i];
-        for (int k = 0; k < 8; ++k)
-            c = (c >> 1) ^ (0xEDB88320u & (0u - (c & 1u)));
-    }
-    return ~c;
-}
-
 // A chunk with a correct CRC, inserted into a PNG right after its IHDR (byte 33).
 Bytes withChunkAfterHeader(Bytes png, char const* type, Bytes const& data)
 {
     Bytes chunk(8);
-    putU32(&chunk, 0, uint32_t(data.size()));
+    samples::putBig32(&chunk, 0, uint32_t(data.size()));
     std::memcpy(&chunk[4], type, 4);
     chunk.insert(chunk.end(), data.begin(), data.end());
-    uint32_t crc = crc32Of(chunk.data() + 4, chunk.size() - 4);
+    uint32_t crc = samples::crc32(chunk.data() + 4, chunk.size() - 4);
     chunk.resize(chunk.size() + 4);
-    putU32(&chunk, chunk.size() - 4, crc);
+    samples::putBig32(&chunk, chunk.size() - 4, crc);
     png.insert(png.begin() + 33, chunk.begin(), chunk.end());
     return png;
-}
-
-size_t findMarker(Bytes const& jpeg, uint8_t marker)
-{
-    for (size_t i = 0; i + 1 < jpeg.size(); ++i)
-        if (jpeg[i] == 0xFF && jpeg[i + 1] == marker)
-            return i;
-    return 0;
 }
 
 int writeHostile(std::string const& dir)
@@ -152,25 +127,12 @@ int writeHostile(std::string const& dir)
     Bytes jpeg = samples::encodeJpeg(p);
     Bytes png = samples::encodePng(p, false);
 
-    // A PNG header claiming 60000 x 60000 pixels, with its checksum right.
-    Bytes hugePng = png;
-    putU32(&hugePng, 16, 60000);
-    putU32(&hugePng, 20, 60000);
-    putU32(&hugePng, 29, crc32Of(hugePng.data() + 12, 17));
-    // A JPEG frame claiming 60000 x 60000 pixels.
-    Bytes hugeJpeg = jpeg;
-    size_t sof = findMarker(hugeJpeg, 0xC0);
-    hugeJpeg[sof + 5] = 0xEA;
-    hugeJpeg[sof + 6] = 0x60;
-    hugeJpeg[sof + 7] = 0xEA;
-    hugeJpeg[sof + 8] = 0x60;
+    // Headers claiming 60000 x 60000 pixels (the PNG's checksum right).
+    Bytes hugePng = samples::withPngSize(png, 60000, 60000);
+    Bytes hugeJpeg = samples::withJpegSize(jpeg, 60000, 60000);
     // A JPEG bomb: a frame of 8000 x 8000 (inside the pixel limit) over a few hundred bytes of data.
-    Bytes bomb = jpeg;
-    bomb[sof + 5] = 0x1F;
-    bomb[sof + 6] = 0x40;
-    bomb[sof + 7] = 0x1F;
-    bomb[sof + 8] = 0x40;
-    bomb.resize(std::min(bomb.size(), size_t(findMarker(bomb, 0xDA) + 400)));
+    Bytes bomb = samples::withJpegSize(jpeg, 8000, 8000);
+    bomb.resize(std::min(bomb.size(), samples::findMarker(bomb, 0xDA) + 400));
     // A PNG with 16 MiB of zTXt before its picture data.
     Bytes ztxt = {'C', 'o', 'm', 'm', 'e', 'n', 't', 0, 0};
     std::mt19937 rng(5);
@@ -185,7 +147,7 @@ int writeHostile(std::string const& dir)
     Bytes flippedPng = png;
     flippedPng[flippedPng.size() / 2] ^= 0x24;
     Bytes flippedJpeg = jpeg;
-    flippedJpeg[findMarker(flippedJpeg, 0xC4) + 1] ^= 0x08;
+    flippedJpeg[samples::findMarker(flippedJpeg, 0xC4) + 1] ^= 0x08;
 
     struct {
         char const* name;

@@ -2,6 +2,7 @@
 #include "tests/support/DocumentBuilder.h"
 
 #include "tests/support/Hex.h"
+#include "tests/support/ObjectDocuments.h"
 
 #include <gtest/gtest.h>
 
@@ -26,9 +27,13 @@ TEST(DocumentBuilder, WritesAClassicDocument)
               "00 00 00 06 00 00 00 08 00 02 00 00 00 02 FF D8 "          //   6: JPEG, 2 bytes
               "FF FF FF FF "                                              //   end tag
               "FF FF FF FF");                                             // end tag
+
+    DocumentBuilder selection;
+    selection.selectionID().versionTwoShort(2, 1);
+    EXPECT_EQ(toHex(selection.bytes()), "51 75 69 6C 6C 6D 6F 6F 72 20 53 65 6C 65 63 74 69 6F 6E 00 00 02 00 01");
 }
 
-TEST(DocumentBuilder, WritesCompactFraming)
+TEST(DocumentBuilder, WritesCompactFramingAndNumbers)
 {
     ByteWriter out;
     RecordWriter w(out, Framing::kCompact);
@@ -37,27 +42,42 @@ TEST(DocumentBuilder, WritesCompactFraming)
     });
     w.endTag();
     EXPECT_EQ(toHex(out.bytes()), "32 05 10 85 00 00 00 00 00 00 01 00 0D 04 10 AC 04 7F 7F");
-}
 
-TEST(DocumentBuilder, WritesTheCompactSignedEncoding)
-{
     struct Case {
         int64_t value;
         char const* hex;
     };
     for (Case c : {Case{0, "00"}, Case{64, "80 01"}, Case{-1, "40"}, Case{-65, "C0 01"}, Case{63, "3F"},
                    Case{8192, "80 80 01"}}) {
-        ByteWriter out;
-        out.compact(c.value);
-        EXPECT_EQ(toHex(out.bytes()), c.hex) << c.value;
+        ByteWriter number;
+        number.compact(c.value);
+        EXPECT_EQ(toHex(number.bytes()), c.hex) << c.value;
     }
 }
 
-TEST(DocumentBuilder, WritesTheTwoShortVersionFormAndSelectionID)
+TEST(DocumentBuilder, WritesStringsAndObjectTables)
 {
-    DocumentBuilder b;
-    b.selectionID().versionTwoShort(2, 1);
-    EXPECT_EQ(toHex(b.bytes()), "51 75 69 6C 6C 6D 6F 6F 72 20 53 65 6C 65 63 74 69 6F 6E 00 00 02 00 01");
+    ByteWriter classic, compact, empty;
+    writeString(classic, Framing::kClassic, "GSMemPicData");
+    writeString(compact, Framing::kCompact, "GSMemPicData");
+    writeString(empty, Framing::kClassic, "");
+    std::string name = "47 53 4D 65 6D 50 69 63 44 61 74 61 00";
+    EXPECT_EQ(toHex(classic.bytes()), "FF 9B 00 00 00 0D " + name);
+    EXPECT_EQ(toHex(compact.bytes()), "64 0D " + name);
+    EXPECT_EQ(toHex(empty.bytes()), "00 00");
+
+    for (bool wide : {false, true}) {
+        ByteWriter out;
+        ObjectTableWriter table(wide);
+        out.u8(0xAA);
+        table.writeHeader(out);
+        table.add(static_cast<int64_t>(out.size()));
+        out.u8(1);
+        table.add(-1);
+        table.writeDirectory(out);
+        EXPECT_EQ(toHex(out.bytes()), wide ? "AA 02 00 00 00 00 00 00 00 00 01 01 00 00 00 02 0B 40"
+                                           : "AA 01 00 00 00 00 01 01 00 00 00 02 00 00 00 07 FF FF FF FF");
+    }
 }
 
 } // namespace

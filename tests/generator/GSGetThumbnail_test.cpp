@@ -3,9 +3,10 @@
 #include "generator/GSMemPicData.h"
 #include "gs/file/GSFile.h"
 #include "gs/file/GSTagRead.h"
+#include "gs/object/GSExceptions.h"
 #include "gs/object/GSRuntimeClass.h"
-#include "tests/support/DocumentBuilder.h"
 #include "tests/support/Hex.h"
+#include "tests/support/ObjectDocuments.h"
 #include "tests/support/TempFile.h"
 
 #include <gtest/gtest.h>
@@ -16,6 +17,8 @@ using namespace qmtest;
 
 namespace {
 
+// The walk's outcomes are tested in GSThumbnailWalk_test.cpp; these are the editor's contract on
+// top of it: the open status as the result, outputs written only when their records were read.
 struct Outputs {
     short status = -99;
     short type = -7, variant = -7;
@@ -23,15 +26,16 @@ struct Outputs {
     GSDynaArray<unsigned char> buffer{8, -100};
 };
 
-Outputs getThumbnail(Bytes const& document)
+Outputs getThumbnail(Bytes const& document, char const* path = nullptr)
 {
     TempFile temp(document);
     Outputs out;
-    out.status = GSGetThumbnail(GSFileSpec(GSString(temp.path().c_str())), &out.buffer, &out.type, &out.variant, &out.size);
+    out.status = GSGetThumbnail(GSFileSpec(GSString(path ? path : temp.path().c_str())), &out.buffer, &out.type,
+                                &out.variant, &out.size);
     return out;
 }
 
-TEST(GSGetThumbnail, FillsEveryOutputFromTheRecords)
+TEST(GSGetThumbnail, WritesOutputsOnlyWhenTheirRecordsAreRead)
 {
     Bytes png = fakePNG(123);
     Outputs out = getThumbnail(simpleDocument(kPicturePNGAlternative, png, 90, 30));
@@ -39,31 +43,35 @@ TEST(GSGetThumbnail, FillsEveryOutputFromTheRecords)
     EXPECT_EQ(out.type, 3);
     EXPECT_EQ(out.variant, 1);
     EXPECT_EQ(out.size, (GSTSize<int>{90, 30}));
-    ASSERT_EQ(out.buffer.getCount(), 123);
-    EXPECT_EQ(Bytes(out.buffer.getPointer(), out.buffer.getPointer() + 123), png);
-}
+    EXPECT_EQ(Bytes(out.buffer.getPointer(), out.buffer.getPointer() + out.buffer.getCount()), png);
 
-TEST(GSGetThumbnail, WritesOutputsOnlyWhenTheirRecordsAreRead)
-{
     // No description record: variant and size keep the caller's values.
     DocumentBuilder b;
     b.documentID().version(0x0200).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(10))).endTag();
-    Outputs out = getThumbnail(b.bytes());
-    EXPECT_EQ(out.status, 0);
+    out = getThumbnail(b.bytes());
     EXPECT_EQ(out.type, 2);
     EXPECT_EQ(out.variant, -7);
     EXPECT_EQ(out.size, (GSTSize<int>{-7, -7}));
 
+    // A count larger than the file: refused before the buffer is sized, after the type was read.
+    DocumentBuilder huge;
+    huge.documentID().version(0x0200);
+    huge.thumbnail(ThumbnailRecord().description(0, 1, 1).inlinePicture(kPictureJPEG, fakeJPEG(500), 0x7FFFFFFF)).endTag();
+    out = getThumbnail(huge.bytes());
+    EXPECT_EQ(out.status, 0);
+    EXPECT_EQ(out.type, 2);
+    EXPECT_EQ(out.buffer.getCount(), 0);
+    EXPECT_LE(out.buffer.getCapacity(), 8);
+
     // A thumbnail record cut inside its description is refused as a whole: nothing is written.
-    Bytes whole = simpleDocument(kPictureJPEG, fakeJPEG(10), 44, 55);
-    out = getThumbnail(cut(whole, 19 + 2 + 8 * 3 + 5 + 2 + 8 + 6));
+    out = getThumbnail(cut(simpleDocument(kPictureJPEG, fakeJPEG(10), 44, 55), 19 + 2 + 8 * 3 + 5 + 2 + 8 + 6));
     EXPECT_EQ(out.status, 0);
     EXPECT_EQ(out.variant, -7);
     EXPECT_EQ(out.size, (GSTSize<int>{-7, -7}));
     EXPECT_EQ(out.buffer.getCount(), 0);
 }
 
-TEST(GSGetThumbnail, ReturnsZeroForEveryFileThatOpens)
+TEST(GSGetThumbnail, ReturnsZeroForEveryFileThatOpensAndTheOpenStatusOtherwise)
 {
     DocumentBuilder selection;
     selection.selectionID().version(0x0200).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(10))).endTag();
@@ -74,39 +82,27 @@ TEST(GSGetThumbnail, ReturnsZeroForEveryFileThatOpens)
         EXPECT_EQ(out.buffer.getCount(), 0);
         EXPECT_EQ(out.type, -7);
     }
-}
-
-TEST(GSGetThumbnail, ReturnsTheOpenStatusWhenTheFileCannotBeOpened)
-{
-    Outputs out;
-    out.status = GSGetThumbnail(GSFileSpec(GSString("/nonexistent/folder/x.qmd")), &out.buffer, &out.type, &out.variant,
-                                &out.size);
+    Outputs out = getThumbnail({}, "/nonexistent/folder/x.qmd");
     EXPECT_NE(out.status, 0);
     EXPECT_EQ(out.type, -7);
     EXPECT_EQ(out.buffer.getCount(), 0);
 }
 
-TEST(GSGetThumbnail, RefusesACountLargerThanTheFileWithoutSizingTheBuffer)
+TEST(GSGetThumbnail, SecondObjectTableThrowsBadFile)
 {
-    DocumentBuilder b;
-    b.documentID().version(0x0200);
-    b.thumbnail(ThumbnailRecord().description(0, 1, 1).inlinePicture(kPictureJPEG, fakeJPEG(500), 0x7FFFFFFF)).endTag();
-    ASSERT_LT(b.size(), 1024u);
-    Outputs out = getThumbnail(b.bytes());
-    EXPECT_EQ(out.status, 0);
-    EXPECT_EQ(out.buffer.getCount(), 0);
-    EXPECT_LE(out.buffer.getCapacity(), 8);
-    // The picture type was read before the count was refused.
-    EXPECT_EQ(out.type, 2);
+    ObjectDocument twice;
+    twice.version = 0x0200;
+    twice.secondTable = true;
+    EXPECT_THROW(getThumbnail(twice.build()), bad_file);
 }
 
 // --- Header and version -------------------------------------------------------------------------
 
-GSFile* memoryFile(Bytes const& bytes)
+std::unique_ptr<GSFile> memoryFile(Bytes const& bytes)
 {
     GSDynaArray<unsigned char> array;
     array.append(bytes.data(), static_cast<long>(bytes.size()));
-    auto* file = new GSFile(array);
+    auto file = std::make_unique<GSFile>(array);
     file->open();
     return file;
 }
@@ -115,12 +111,8 @@ TEST(QuillmoorDataReadHeader, AcceptsDocumentAndSelection)
 {
     for (bool selection : {false, true}) {
         DocumentBuilder b;
-        if (selection)
-            b.selectionID();
-        else
-            b.documentID();
-        b.version(0x0201).endTag();
-        std::unique_ptr<GSFile> file(memoryFile(b.bytes()));
+        (selection ? b.selectionID() : b.documentID()).version(0x0201).endTag();
+        auto file = memoryFile(b.bytes());
         short version = 0, merging = 7, isSelection = 7;
         EXPECT_EQ(QuillmoorDataReadHeader(file.get(), &version, &merging, &isSelection), 0);
         EXPECT_EQ(version, 0x0201);
@@ -134,7 +126,7 @@ TEST(QuillmoorDataReadHeader, FailureRestoresThePositionAndStillReportsTheKind)
 {
     DocumentBuilder b;
     b.raw(fromHex("AA BB")).selectionID().version(0x0400).endTag();
-    std::unique_ptr<GSFile> file(memoryFile(b.bytes()));
+    auto file = memoryFile(b.bytes());
     ASSERT_EQ(file->seek(2), 0);
     short version = 0, isSelection = 7;
     EXPECT_NE(QuillmoorDataReadHeader(file.get(), &version, nullptr, &isSelection), 0);
@@ -142,7 +134,7 @@ TEST(QuillmoorDataReadHeader, FailureRestoresThePositionAndStillReportsTheKind)
     EXPECT_EQ(isSelection, 1);
     EXPECT_EQ(file->tell(), 2);
 
-    std::unique_ptr<GSFile> other(memoryFile(fromHex("51 75 69 6C 6C")));
+    auto other = memoryFile(fromHex("51 75 69 6C 6C"));
     isSelection = 7;
     EXPECT_EQ(QuillmoorDataReadHeader(other.get(), &version, nullptr, &isSelection), 1);
     EXPECT_EQ(isSelection, 7);
@@ -152,18 +144,16 @@ TEST(QuillmoorDataReadHeader, FailureRestoresThePositionAndStillReportsTheKind)
 TEST(QuillmoorDataReadVersion, VersionThreeSwitchesToStandardFloats)
 {
     // Without mergingStarted no object table is started: only the float formats change.
-    std::unique_ptr<GSFile> file(memoryFile(fromHex("03 00")));
-    GSTagRead reader(file.get());
-    short version = 0;
-    EXPECT_EQ(QuillmoorDataReadVersion(&reader, &version, nullptr), 0);
-    EXPECT_EQ(version, 0x0300);
-    EXPECT_EQ(file->getFlags() & 192u, 192u);
-    EXPECT_EQ(file->getObjectTable(), nullptr);
-
-    std::unique_ptr<GSFile> older(memoryFile(fromHex("02 0F")));
-    GSTagRead olderReader(older.get());
-    EXPECT_EQ(QuillmoorDataReadVersion(&olderReader, &version, nullptr), 0);
-    EXPECT_EQ(older->getFlags() & 192u, 0u);
+    for (char const* hex : {"03 00", "02 0F"}) {
+        auto file = memoryFile(fromHex(hex));
+        GSTagRead reader(file.get());
+        short version = 0;
+        EXPECT_EQ(QuillmoorDataReadVersion(&reader, &version, nullptr), 0);
+        bool three = hex[1] == '3';
+        EXPECT_EQ(version, three ? 0x0300 : 0x020F);
+        EXPECT_EQ(file->getFlags() & 192u, three ? 192u : 0u);
+        EXPECT_EQ(file->getObjectTable(), nullptr);
+    }
 }
 
 // --- GSMemPicData --------------------------------------------------------------------------------
@@ -179,7 +169,7 @@ TEST(GSMemPicData, ReadDataReadsTypeAndCount)
     for (Case c : {Case{"00 02 00 00 01 00", 0, 2, 256}, Case{"00 05 00 00 00 10", 0, 3, 16},
                    Case{"00 03 FF FF FF FF", 0, 3, -1}, Case{"00 04 00 00 00 10", 1, 4, 16},
                    Case{"00 02 00 00 00", 1, -1, 0}, Case{"00", 1, -1, 0}}) {
-        std::unique_ptr<GSFile> file(memoryFile(fromHex(c.hex)));
+        auto file = memoryFile(fromHex(c.hex));
         GSMemPicData data;
         EXPECT_EQ(data.readData(file.get()), c.status) << c.hex;
         EXPECT_EQ(data.getPictureType(), c.type) << c.hex;
@@ -196,7 +186,7 @@ TEST(GSMemPicData, ReadTakesTheObjectFormAndStopsAtThePictureBytes)
                            "00 00 00 03 00 00 00 06 00 03 00 00 00 04");
     Bytes document = object;
     document.insert(document.end(), {0x89, 'P', 'N', 'G'});
-    std::unique_ptr<GSFile> file(memoryFile(document));
+    auto file = memoryFile(document);
     GSMemPicData data;
     EXPECT_EQ(data.read(file.get()), 0);
     EXPECT_EQ(data.getVariant(), 2);
@@ -213,34 +203,31 @@ TEST(GSMemPicData, ReadFailsOnDamage)
                             "01 00 00 00 00 07 00 00 10 00",             // size past the end
                             "01 00 00 00 00 00 00 00 00 0E 00 02 00",    // description cut short
                             "01 00 00 00"}) {                            // header cut short
-        std::unique_ptr<GSFile> file(memoryFile(fromHex(hex)));
+        auto file = memoryFile(fromHex(hex));
         GSMemPicData data;
         EXPECT_NE(data.read(file.get()), 0) << hex;
     }
     // The end tag without record 3 is no failure; the count stays 0.
-    std::unique_ptr<GSFile> file(memoryFile(fromHex("01 00 FF FF FF FF")));
+    auto file = memoryFile(fromHex("01 00 FF FF FF FF"));
     GSMemPicData data;
     EXPECT_EQ(data.read(file.get()), 0);
     EXPECT_EQ(data.getByteCount(), 0);
 }
 
-TEST(GSMemPicData, BothClassesAreRegistered)
+TEST(GSMemPicData, BothPictureClassesAreCreatableByName)
 {
-    GSObject* mem = GSRuntimeClass::createObjectForName(GSString("GSMemPicData"));
-    GSObject* system = GSRuntimeClass::createObjectForName(GSString("GSSystemPicData"));
-    ASSERT_NE(mem, nullptr);
-    ASSERT_NE(system, nullptr);
-    EXPECT_EQ(mem->getRefCount(), 0);
-    EXPECT_TRUE(mem->isKindOfRuntimeClass(GSMemPicData::gsClassGSMemPicData));
-    EXPECT_TRUE(system->isKindOfRuntimeClass(GSSystemPicData::gsClassGSSystemPicData));
-    EXPECT_TRUE(system->isMemberOfRuntimeClass(GSMemPicData::gsClassGSMemPicData));
     EXPECT_EQ(GSSystemPicData::gsClassGSSystemPicData.getParent(), &GSMemPicData::gsClassGSMemPicData);
     EXPECT_EQ(GSMemPicData::gsClassGSMemPicData.getParent(), &GSObject::gsClassGSObject);
-    EXPECT_EQ(static_cast<GSMemPicData*>(mem)->getByteCount(), 0);
-    mem->retain();
-    mem->release();
-    system->retain();
-    system->release();
+    for (char const* name : {"GSMemPicData", "GSSystemPicData"}) {
+        GSObject* o = GSRuntimeClass::createObjectForName(GSString(name));
+        ASSERT_NE(o, nullptr);
+        EXPECT_EQ(o->getRefCount(), 0);
+        EXPECT_TRUE(o->isMemberOfRuntimeClass(GSMemPicData::gsClassGSMemPicData));
+        EXPECT_EQ(o->isKindOfRuntimeClass(GSMemPicData::gsClassGSMemPicData), std::string(name) == "GSMemPicData");
+        EXPECT_EQ(static_cast<GSMemPicData*>(o)->getByteCount(), 0);
+        o->retain();
+        o->release();
+    }
 }
 
 } // namespace

@@ -1,12 +1,7 @@
 // The thumbnail walk over every object-shaped document: tables of both kinds right after the
 // version (0x0302) or in record 11 (0x0200), descriptions as GSMemPicData or GSSystemPicData
 // objects, by reference, missing from the table, of an unknown class, and a second table record.
-#include "generator/GSGetThumbnail.h"
-#include "generator/GSMemPicData.h"
-#include "gs/object/GSExceptions.h"
-#include "gs/object/GSRuntimeClass.h"
 #include "tests/generator/ThumbnailTestSupport.h"
-#include "tests/support/Hex.h"
 #include "tests/support/ObjectDocuments.h"
 
 #include <gtest/gtest.h>
@@ -86,70 +81,3 @@ INSTANTIATE_TEST_SUITE_P(Shapes, ObjectDocumentShapes,
                          [](auto const& p) {
                              return std::string(std::get<0>(p.param).name) + backendName(std::get<1>(p.param));
                          });
-
-TEST(ObjectDocumentGetThumbnail, SecondTableRecordThrowsBadFile)
-{
-    ObjectDocument twice = doc(0x0200, true, ObjectShape::kFull);
-    twice.secondTable = true;
-    TempFile temp(twice.build());
-    GSDynaArray<unsigned char> bytes(8, -100);
-    short type = 0, variant = 0;
-    GSTSize<int> size;
-    EXPECT_THROW(GSGetThumbnail(GSFileSpec(GSString(temp.path().c_str())), &bytes, &type, &variant, &size), bad_file);
-}
-
-TEST(ObjectDocumentGetThumbnail, ObjectFormMatchesTheInlineForm)
-{
-    TempFile temp(doc(0x0302, true, ObjectShape::kFull).build());
-    GSDynaArray<unsigned char> bytes(8, -100);
-    short type = 0, variant = 0;
-    GSTSize<int> size;
-    EXPECT_EQ(GSGetThumbnail(GSFileSpec(GSString(temp.path().c_str())), &bytes, &type, &variant, &size), 0);
-    EXPECT_EQ(type, kPictureJPEG);
-    EXPECT_EQ(variant, 1);
-    EXPECT_EQ(bytes.getCount(), 300);
-}
-
-TEST(GSMemPicDataRegistration, BothPictureClassesAreCreatableByName)
-{
-    GSRuntimeClass* mem = GSRuntimeClass::getRuntimeClassForName(GSString("GSMemPicData"));
-    GSRuntimeClass* system = GSRuntimeClass::getRuntimeClassForName(GSString("GSSystemPicData"));
-    ASSERT_EQ(mem, &GSMemPicData::gsClassGSMemPicData);
-    ASSERT_EQ(system, &GSSystemPicData::gsClassGSSystemPicData);
-    EXPECT_EQ(mem->getParent(), &GSObject::gsClassGSObject);
-    EXPECT_EQ(system->getParent(), mem);
-    for (char const* name : {"GSMemPicData", "GSSystemPicData"}) {
-        GSObject* o = GSRuntimeClass::createObjectForName(GSString(name));
-        ASSERT_NE(o, nullptr);
-        EXPECT_EQ(o->getRefCount(), 0);
-        EXPECT_TRUE(o->isMemberOfRuntimeClass(GSMemPicData::gsClassGSMemPicData));
-        EXPECT_EQ(o->isKindOfRuntimeClass(GSMemPicData::gsClassGSMemPicData), std::string(name) == "GSMemPicData");
-        EXPECT_EQ(static_cast<GSMemPicData*>(o)->getByteCount(), 0);
-        delete o;
-    }
-}
-
-TEST(ObjectDocumentsBuilder, StringsAndTablesMatchGoldenBytes)
-{
-    ByteWriter classic, compact, empty;
-    writeString(classic, Framing::kClassic, "GSMemPicData");
-    writeString(compact, Framing::kCompact, "GSMemPicData");
-    writeString(empty, Framing::kClassic, "");
-    std::string name = "47 53 4D 65 6D 50 69 63 44 61 74 61 00";
-    EXPECT_EQ(toHex(classic.bytes()), "FF 9B 00 00 00 0D " + name);
-    EXPECT_EQ(toHex(compact.bytes()), "64 0D " + name);
-    EXPECT_EQ(toHex(empty.bytes()), "00 00");
-
-    for (bool wide : {false, true}) {
-        ByteWriter out;
-        ObjectTableWriter table(wide);
-        out.u8(0xAA);
-        table.writeHeader(out);
-        table.add(static_cast<int64_t>(out.size()));
-        out.u8(1);
-        table.add(-1);
-        table.writeDirectory(out);
-        EXPECT_EQ(toHex(out.bytes()), wide ? "AA 02 00 00 00 00 00 00 00 00 01 01 00 00 00 02 0B 40"
-                                           : "AA 01 00 00 00 00 01 01 00 00 00 02 00 00 00 07 FF FF FF FF");
-    }
-}

@@ -34,22 +34,15 @@ INSTANTIATE_TEST_SUITE_P(Cases, ThumbnailDrawingSize, testing::Values(
 ),
     [](testing::TestParamInfo<DrawingCase> const& p) { return "case" + std::to_string(p.index); });
 
-TEST(FitSizeIntoBox, ForcedFitEnlargesAndReportsTheScale)
+TEST(FitSizeIntoBox, OnlyAForcedFitEnlargesAndTheScaleSaysHowMuch)
 {
-    GSTSize<int> size{50, 25};
-    double scale = 0;
-    GSFitSizeIntoBox({100, 100}, &size, &scale, true);
-    EXPECT_EQ(size, (GSTSize<int>{100, 50}));
-    EXPECT_DOUBLE_EQ(scale, 2.0);
-}
-
-TEST(FitSizeIntoBox, UnforcedFitKeepsASizeInsideTheBox)
-{
-    GSTSize<int> size{50, 25};
-    double scale = 0;
-    GSFitSizeIntoBox({100, 100}, &size, &scale, false);
-    EXPECT_EQ(size, (GSTSize<int>{50, 25}));
-    EXPECT_DOUBLE_EQ(scale, 1.0);
+    for (bool force : {true, false}) {
+        GSTSize<int> size{50, 25};
+        double scale = 0;
+        GSFitSizeIntoBox({100, 100}, &size, &scale, force);
+        EXPECT_EQ(size, force ? (GSTSize<int>{100, 50}) : (GSTSize<int>{50, 25}));
+        EXPECT_DOUBLE_EQ(scale, force ? 2.0 : 1.0);
+    }
 }
 
 } // namespace

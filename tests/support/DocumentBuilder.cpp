@@ -40,12 +40,6 @@ ByteWriter& ByteWriter::raw(std::string const& text)
     return *this;
 }
 
-ByteWriter& ByteWriter::fill(size_t count, unsigned char value)
-{
-    out.insert(out.end(), count, value);
-    return *this;
-}
-
 ByteWriter& ByteWriter::compact(int64_t value)
 {
     bool negative = value < 0;
@@ -85,11 +79,11 @@ RecordWriter& RecordWriter::versionTwoShort(int major, int minor)
     return *this;
 }
 
-RecordWriter& RecordWriter::header(int tag, int64_t size, bool forceLong)
+RecordWriter& RecordWriter::header(int tag, int64_t size)
 {
     if (mode == Framing::kClassic) {
         sink.i32(tag).i32(static_cast<int32_t>(size));
-    } else if (size >= 0 && size <= 255 && !forceLong) {
+    } else if (size >= 0 && size <= 255) {
         sink.u8(static_cast<unsigned>(tag) & 127u).u8(static_cast<unsigned>(size));
     } else {
         sink.u8((static_cast<unsigned>(tag) & 127u) | 128u).i64(size);
@@ -167,32 +161,12 @@ ThumbnailRecord& ThumbnailRecord::inlinePicture(int type, Bytes const& picture, 
     });
 }
 
-ThumbnailRecord& ThumbnailRecord::inlinePictureHeaderOnly(int type, int64_t storedCount, int64_t recordSize)
-{
-    return custom([=](RecordWriter& w) {
-        w.header(6, recordSize);
-        w.out().i16(type);
-        w.arrayCount(storedCount);
-    });
-}
-
 ThumbnailRecord& ThumbnailRecord::objectPicture(std::string const& className, int type, Bytes const& picture,
                                                 int width, int height, int variant)
 {
     return custom([=](RecordWriter& w) {
         w.record(4, [&](RecordWriter& object) {
-            // An inline object: 0, the class name (int16 ~tag with tag 100 = UTF-8, int32 count
-            // including the terminating 0, the bytes), then the object's own tagged sequence.
-            object.out().u8(0).i16(~100).i32(static_cast<int32_t>(className.size() + 1)).raw(className).u8(0);
-            object.version(0x0100);
-            object.header(0, 14);
-            object.out().i16(variant).i32(width).i32(height).i32(0);
-            object.record(3, [&](RecordWriter& data) {
-                data.out().i16(type);
-                data.arrayCount(static_cast<int64_t>(picture.size()));
-                data.out().raw(picture);
-            });
-            object.endTag();
+            writePictureObject(object.out(), object.framing(), className, type, picture, width, height, variant);
         });
     });
 }
@@ -257,9 +231,9 @@ DocumentBuilder& DocumentBuilder::record(int tag, Bytes const& data)
     return *this;
 }
 
-DocumentBuilder& DocumentBuilder::header(int tag, int64_t size, bool forceLong)
+DocumentBuilder& DocumentBuilder::header(int tag, int64_t size)
 {
-    writer.header(tag, size, forceLong);
+    writer.header(tag, size);
     return *this;
 }
 
@@ -288,16 +262,41 @@ DocumentBuilder& DocumentBuilder::raw(Bytes const& bytes)
     return *this;
 }
 
-DocumentBuilder& DocumentBuilder::framing(Framing framing)
+// --- Objects ----------------------------------------------------------------------------------
+
+void writeString(ByteWriter& out, Framing framing, std::string const& text, unsigned encoding)
 {
-    writer.setFraming(framing);
-    return *this;
+    int64_t count = text.empty() ? 0 : static_cast<int64_t>(text.size()) + 1;
+    if (framing == Framing::kCompact) {
+        out.u8(encoding).compact(count);
+    } else {
+        if (count == 0) {
+            out.i16(0);
+            return;
+        }
+        out.i16(~static_cast<int>(encoding)).i32(static_cast<int32_t>(count));
+    }
+    if (count)
+        out.raw(text).u8(0);
 }
 
-DocumentBuilder& DocumentBuilder::custom(std::function<void(RecordWriter&)> const& step)
+void writePictureObject(ByteWriter& out, Framing framing, std::string const& className, int type,
+                        Bytes const& picture, int width, int height, int variant)
 {
-    step(writer);
-    return *this;
+    out.u8(0);
+    writeString(out, framing, className);
+    RecordWriter w(out, framing);
+    w.version(0x0100);
+    ByteWriter description;
+    description.i16(variant).i32(width).i32(height).i32(0);
+    w.record(0, description.bytes());
+    ByteWriter data;
+    RecordWriter d(data, framing);
+    data.i16(type);
+    d.arrayCount(static_cast<int64_t>(picture.size()));
+    data.raw(picture);
+    w.record(3, data.bytes());
+    w.endTag();
 }
 
 // --- Helpers ----------------------------------------------------------------------------------

@@ -10,8 +10,8 @@
 //                    when its object table of the newer kind starts)
 //   DocumentBuilder  documents: IDs, the document version, top-level records, the thumbnail record
 //                    (ThumbnailRecord describes its data) and deliberately damaged shapes
-// Shapes that need more (object tables, serialised objects) plug in through the `custom` hooks,
-// which hand out the RecordWriter in the framing in force.
+// Shapes that need more (object tables, see ObjectDocuments.h) plug in through
+// ThumbnailRecord::custom, which hands out the RecordWriter in the framing in force.
 #pragma once
 
 #include <cstdint>
@@ -35,7 +35,6 @@ public:
     ByteWriter& i64(int64_t value) { return u64(static_cast<uint64_t>(value)); }
     ByteWriter& raw(Bytes const& bytes);
     ByteWriter& raw(std::string const& text);
-    ByteWriter& fill(size_t count, unsigned char value);
     // The compact signed encoding: X = v or ~v; first byte X & 63, bit 6 negative, bit 7 more;
     // then 7 bits of X per byte, bit 7 more.
     ByteWriter& compact(int64_t value);
@@ -55,16 +54,15 @@ public:
     RecordWriter(ByteWriter& out, Framing framing) : sink(out), mode(framing) {}
 
     Framing framing() const { return mode; }
-    void setFraming(Framing framing) { mode = framing; }
     ByteWriter& out() { return sink; }
 
     // Classic: one 16-bit value. Compact: one byte, major << 4 | minor.
     RecordWriter& version(int version);
     // Classic two-short form: the major number as a short, then a short whose low byte is the minor.
     RecordWriter& versionTwoShort(int major, int minor);
-    // A header announcing `size` data bytes, true or not. Compact: a short header for 0..255
-    // unless `forceLong`, else the 9-byte form.
-    RecordWriter& header(int tag, int64_t size, bool forceLong = false);
+    // A header announcing `size` data bytes, true or not. Compact: a short header for 0..255,
+    // else the 9-byte form.
+    RecordWriter& header(int tag, int64_t size);
     RecordWriter& record(int tag, Bytes const& data);
     // A record whose data `body` writes in the same framing (nested sequences included).
     RecordWriter& record(int tag, std::function<void(RecordWriter&)> const& body);
@@ -89,12 +87,7 @@ public:
     // Inner record 6: picture type, byte count, the bytes. `storedCount`, when given, is written in
     // place of the true count; the record's size is always that of what is written.
     ThumbnailRecord& inlinePicture(int type, Bytes const& picture, std::optional<int64_t> storedCount = {});
-    // Inner record 6 header, type and count only: the picture bytes are not written (a file cut
-    // right after the count, or a count that lies about the file).
-    ThumbnailRecord& inlinePictureHeaderOnly(int type, int64_t storedCount, int64_t recordSize);
-    // Inner record 4 without an object table (classic framing): a serialised picture description
-    // of class `className` (version 1.0, record 0 with variant and size, record 3 with type and
-    // count), the picture bytes right after the count, then the object's end tag.
+    // Inner record 4 without an object table: writePictureObject's object, in the framing in force.
     ThumbnailRecord& objectPicture(std::string const& className, int type, Bytes const& picture, int width,
                                    int height, int variant = 0);
     // Any other inner record (the reader skips it by size).
@@ -127,16 +120,13 @@ public:
     DocumentBuilder& versionTwoShort(int major, int minor);
     DocumentBuilder& record(int tag, Bytes const& data);
     // A header announcing `size` bytes; nothing else is written (sizes past the end, negative sizes).
-    DocumentBuilder& header(int tag, int64_t size, bool forceLong = false);
+    DocumentBuilder& header(int tag, int64_t size);
     DocumentBuilder& standardFloats();  // record 14, no data
     DocumentBuilder& standardDoubles(); // record 15, no data
     // Record 13 with the thumbnail's data; `recordSize`, when given, replaces the true size.
     DocumentBuilder& thumbnail(ThumbnailRecord const& thumbnail, std::optional<int64_t> recordSize = {});
     DocumentBuilder& endTag();
     DocumentBuilder& raw(Bytes const& bytes);
-    // The framing of everything written after this call.
-    DocumentBuilder& framing(Framing framing);
-    DocumentBuilder& custom(std::function<void(RecordWriter&)> const& step);
 
     size_t size() const { return out.size(); }
     Bytes const& bytes() const { return out.bytes(); }
@@ -145,6 +135,17 @@ private:
     ByteWriter out;
     RecordWriter writer;
 };
+
+// Strings: classic  int16 ~encoding, int32 count, the bytes and a 0 (count includes the 0; an
+//                   empty string is the int16 0 alone);
+//          compact  encoding byte, compact count, the bytes and a 0.
+void writeString(ByteWriter& out, Framing framing, std::string const& text, unsigned encoding = 100);
+
+// A picture description object (GSMemPicData's form): marker 0, the class name, then version 1.0,
+// record 0 (variant, width, height, 0), record 3 (type, byte count as an array count, the picture
+// bytes) and the end tag. The picture bytes thus follow the description at once.
+void writePictureObject(ByteWriter& out, Framing framing, std::string const& className, int type,
+                        Bytes const& picture, int width, int height, int variant = 1);
 
 // Picture types as stored.
 enum : int { kPictureJPEG = 2, kPicturePNG = 3, kPicturePNGAlternative = 5 };

@@ -2,41 +2,6 @@
 
 namespace qmtest {
 
-void writeString(ByteWriter& out, Framing framing, std::string const& text, unsigned encoding)
-{
-    int64_t count = text.empty() ? 0 : static_cast<int64_t>(text.size()) + 1;
-    if (framing == Framing::kCompact) {
-        out.u8(encoding).compact(count);
-    } else {
-        if (count == 0) {
-            out.i16(0);
-            return;
-        }
-        out.i16(~static_cast<int>(encoding)).i32(static_cast<int32_t>(count));
-    }
-    if (count)
-        out.raw(text).u8(0);
-}
-
-void writePictureObject(ByteWriter& out, Framing framing, std::string const& className, int type,
-                        Bytes const& picture, int width, int height, int variant)
-{
-    out.u8(0);
-    writeString(out, framing, className);
-    RecordWriter w(out, framing);
-    w.version(0x0100);
-    ByteWriter description;
-    description.i16(variant).i32(width).i32(height).i32(0);
-    w.record(0, description.bytes());
-    ByteWriter data;
-    RecordWriter d(data, framing);
-    data.i16(type);
-    d.arrayCount(static_cast<int64_t>(picture.size()));
-    data.raw(picture);
-    w.record(3, data.bytes());
-    w.endTag();
-}
-
 void ObjectTableWriter::writeHeader(ByteWriter& out, int version)
 {
     out.i16(version ? version : wide ? 512 : 256);
@@ -154,44 +119,45 @@ Bytes ObjectDocument::build() const
 
 namespace {
 
-// The classes the fuzz target registers: FuzzPoint (record 1: int32), FuzzText (record 1: a string),
-// FuzzNode (records 1: a full child, 2: a child by reference).
-void fuzzPoint(ByteWriter& out, Framing f, int x)
+// A full object: marker 0, the class name, version 1.0, then `body` writes its records; end tag.
+void object(ByteWriter& out, Framing f, std::string const& className, std::function<void(RecordWriter&)> const& body)
 {
     out.u8(0);
-    writeString(out, f, "FuzzPoint");
+    writeString(out, f, className);
     RecordWriter w(out, f);
     w.version(0x0100);
-    ByteWriter d;
-    d.i32(x);
-    w.record(1, d.bytes()).endTag();
+    body(w);
+    w.endTag();
+}
+
+// The classes the fuzz target registers: FuzzPoint (record 1: int32), FuzzText (record 1: a string),
+// FuzzNode (records 2: a child by reference, 1: a byte); and a class nobody registers.
+void fuzzPoint(ByteWriter& out, Framing f, int x)
+{
+    object(out, f, "FuzzPoint", [&](RecordWriter& w) { w.record(1, ByteWriter().i32(x).bytes()); });
 }
 
 void fuzzText(ByteWriter& out, Framing f, std::string const& text)
 {
-    out.u8(0);
-    writeString(out, f, "FuzzText");
-    RecordWriter w(out, f);
-    w.version(0x0100);
-    ByteWriter d;
-    writeString(d, f, text);
-    w.record(1, d.bytes()).endTag();
+    object(out, f, "FuzzText", [&](RecordWriter& w) {
+        ByteWriter d;
+        writeString(d, f, text);
+        w.record(1, d.bytes());
+    });
 }
 
-// A node whose children are references to the given indices, and one null child.
 void fuzzNode(ByteWriter& out, Framing f, std::vector<int> const& references)
 {
-    out.u8(0);
-    writeString(out, f, "FuzzNode");
-    RecordWriter w(out, f);
-    w.version(0x0100);
-    for (int index : references) {
-        ByteWriter d;
-        d.u8(2).i32(index);
-        w.record(2, d.bytes());
-    }
-    w.record(1, Bytes{1});
-    w.endTag();
+    object(out, f, "FuzzNode", [&](RecordWriter& w) {
+        for (int index : references)
+            w.record(2, ByteWriter().u8(2).i32(index).bytes());
+        w.record(1, Bytes{1});
+    });
+}
+
+void unknownObject(ByteWriter& out, Framing f)
+{
+    object(out, f, "NoSuchClass", [](RecordWriter& w) { w.record(1, Bytes{1, 2, 3}); });
 }
 
 // A table block: point, node (referring back to the point and forward to the text), text, a
@@ -211,9 +177,7 @@ Bytes tableSeed(bool longPositions, unsigned options)
     table.add(static_cast<int64_t>(out.size()));
     writePictureObject(out, f, "GSMemPicData", kPicturePNG, fakePNG(16), 8, 8);
     table.add(static_cast<int64_t>(out.size()));
-    out.u8(0);
-    writeString(out, f, "NoSuchClass");
-    RecordWriter(out, f).version(0x0100).record(1, Bytes{1, 2, 3}).endTag();
+    unknownObject(out, f);
     table.add(-1);
     out.u8(2).i32(1).u8(1);
     table.writeDirectory(out);
@@ -226,9 +190,7 @@ Bytes rawSeed()
     ByteWriter out;
     fuzzPoint(out, Framing::kClassic, -3);
     fuzzText(out, Framing::kClassic, "raw");
-    out.u8(0);
-    writeString(out, Framing::kClassic, "NoSuchClass");
-    RecordWriter(out, Framing::kClassic).version(0x0100).record(1, Bytes{1, 2, 3}).endTag();
+    unknownObject(out, Framing::kClassic);
     fuzzPoint(out, Framing::kClassic, 5);
     out.u8(0);
     return out.bytes();
@@ -247,6 +209,5 @@ std::vector<std::pair<std::string, Bytes>> objectTableSeeds()
         {"document-0302", ObjectDocument{}.build()},
     };
 }
-
 
 } // namespace qmtest

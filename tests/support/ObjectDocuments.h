@@ -3,8 +3,7 @@
 //
 // Object encoding: marker 0, the class name as a string, the object's tagged block (a full
 // object); marker 1 (null); marker 2 and an int32 index into the object table (a reference).
-// Strings: classic  int16 ~encoding, int32 count, the bytes and a 0 (count includes the 0);
-//          compact  encoding byte, compact count, the bytes and a 0.
+// Strings: see writeString in DocumentBuilder.h.
 // Object table: int16 version (256: int32 positions, classic framing; 512: int64 table offset,
 // compact positions, compact framing), the table offset (from the end of the field to the
 // directory), the objects, then the directory: int32 count and the absolute marker positions.
@@ -18,14 +17,6 @@
 #include <vector>
 
 namespace qmtest {
-
-void writeString(ByteWriter& out, Framing framing, std::string const& text, unsigned encoding = 100);
-
-// A picture description object (GSMemPicData's form): marker 0, the class name, then version 1.0,
-// record 0 (variant, width, height, 0), record 3 (type, byte count as an array count, the picture
-// bytes) and the end tag. The picture bytes thus follow the description at once.
-void writePictureObject(ByteWriter& out, Framing framing, std::string const& className, int type,
-                        Bytes const& picture, int width, int height, int variant = 1);
 
 // An object table being written: the header where it is written, positions added as objects are
 // placed, the directory at the end.

@@ -48,6 +48,10 @@ public:
         std::ofstream(full, std::ios::binary) << content;
         return full;
     }
+    std::string write(std::string const& name, std::vector<unsigned char> const& bytes) const
+    {
+        return write(name, std::string(bytes.begin(), bytes.end()));
+    }
 
     // The names in the folder, sorted, separated by blanks.
     std::string listing() const { return listingOf(folder); }

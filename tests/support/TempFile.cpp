@@ -18,44 +18,21 @@ std::string uniqueName(std::string const& stem)
     std::random_device random;
     return stem + std::to_string(random()) + "-" + std::to_string(counter++);
 }
-
-void writeBytes(std::string const& path, std::vector<unsigned char> const& bytes)
-{
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<char const*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    if (!out)
-        throw std::runtime_error("cannot write " + path);
-}
 } // namespace
 
 TempFile::TempFile(std::vector<unsigned char> const& bytes, std::string const& suffix)
     : filePath((fs::temp_directory_path() / uniqueName("qmtest-")).string() + suffix)
 {
-    writeBytes(filePath, bytes);
+    std::ofstream out(filePath, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<char const*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (!out)
+        throw std::runtime_error("cannot write " + filePath);
 }
 
 TempFile::~TempFile()
 {
     std::error_code ec;
     fs::remove(filePath, ec);
-}
-
-TempFolder::TempFolder() : folderPath((fs::temp_directory_path() / uniqueName("qmtest-dir-")).string())
-{
-    fs::create_directories(folderPath);
-}
-
-TempFolder::~TempFolder()
-{
-    std::error_code ec;
-    fs::remove_all(folderPath, ec);
-}
-
-std::string TempFolder::write(std::string const& name, std::vector<unsigned char> const& bytes) const
-{
-    std::string path = (fs::path(folderPath) / name).string();
-    writeBytes(path, bytes);
-    return path;
 }
 
 std::vector<unsigned char> readFile(std::string const& path)

@@ -1,4 +1,5 @@
-// A file in the system temporary folder, removed when the object goes away.
+// A file in the system temporary folder, removed when the object goes away (folders:
+// ScratchFolder.h).
 #pragma once
 
 #include <string>
@@ -20,22 +21,7 @@ private:
     std::string filePath;
 };
 
-// A fresh folder in the system temporary folder, removed with its content.
-class TempFolder {
-public:
-    TempFolder();
-    ~TempFolder();
-    TempFolder(TempFolder const&) = delete;
-    TempFolder& operator=(TempFolder const&) = delete;
-
-    std::string const& path() const { return folderPath; }
-    // path()/name, written with these bytes.
-    std::string write(std::string const& name, std::vector<unsigned char> const& bytes) const;
-
-private:
-    std::string folderPath;
-};
-
+// The whole content of a file; throws std::runtime_error when it cannot be read.
 std::vector<unsigned char> readFile(std::string const& path);
 
 } // namespace qmtest

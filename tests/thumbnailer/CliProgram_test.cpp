@@ -1,6 +1,7 @@
 // End to end: the built quillmoor-thumbnailer, run as a user would.
 #include "tests/support/DocumentBuilder.h"
 #include "tests/support/RunProgram.h"
+#include "tests/support/ScratchFolder.h"
 #include "tests/support/TempFile.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +14,7 @@ std::string const kProgram = QM_THUMBNAILER_PROGRAM;
 
 TEST(CliProgram, InfoAndExtractADocument)
 {
-    TempFolder folder;
+    ScratchFolder folder;
     Bytes png = fakePNG(333);
     std::string doc = folder.write("picture.qmd", simpleDocument(kPicturePNG, png, 20, 10));
     ProgramRun info = runProgram(kProgram, {"info", "--json", doc});
@@ -29,7 +30,7 @@ TEST(CliProgram, InfoAndExtractADocument)
 
 TEST(CliProgram, FailuresGiveTheirExitCodeAndOneLine)
 {
-    TempFolder folder;
+    ScratchFolder folder;
     DocumentBuilder huge;
     huge.documentID().version(0x0200).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(10), 0x7FFFFFFF)).endTag();
     std::string doc = folder.write("huge.qmd", huge.bytes());

@@ -1,5 +1,6 @@
 // Sample pictures for thumbnailer tests and benchmarks: a test pattern with known corners and
-// fine detail, photo-like noise, and their JPEG and PNG encodings (TurboJPEG, libspng).
+// fine detail, photo-like noise, their JPEG and PNG encodings (TurboJPEG, libspng), and the edits
+// that make them hostile.
 #pragma once
 
 #include <spng.h>
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <random>
 #include <vector>
 
@@ -71,44 +73,55 @@ inline Picture photoLike(int w, int h, bool alpha = false, uint32_t seed = 1)
     return p;
 }
 
-inline Bytes encodeJpeg(Picture const& p, int quality = 90, int subsampling = TJSAMP_420)
+// Pixels of any TurboJPEG pixel format; empty on failure.
+inline Bytes encodeJpeg(void const* pixels, int width, int height, int pixelFormat, int subsampling, int quality = 90)
 {
-    tjhandle h = tjInitCompress();
+    tjhandle handle = tjInitCompress();
     unsigned char* out = nullptr;
     unsigned long size = 0;
     Bytes result;
-    if (h && tjCompress2(h, p.rgba.data(), p.width, 0, p.height, TJPF_RGBA, &out, &size, subsampling, quality,
-                         TJFLAG_ACCURATEDCT) == 0)
+    if (handle && tjCompress2(handle, static_cast<unsigned char const*>(pixels), width, 0, height, pixelFormat, &out,
+                              &size, subsampling, quality, TJFLAG_ACCURATEDCT) == 0)
         result.assign(out, out + size);
     tjFree(out);
-    if (h)
-        tjDestroy(h);
+    if (handle)
+        tjDestroy(handle);
     return result;
 }
 
-// 8-bit PNG, RGB (alpha dropped) or RGBA, optionally Adam7-interlaced.
-inline Bytes encodePng(Picture const& p, bool withAlpha, int level = 6, bool interlace = false)
+inline Bytes encodeJpeg(Picture const& p, int quality = 90, int subsampling = TJSAMP_420)
+{
+    return encodeJpeg(p.rgba.data(), p.width, p.height, TJPF_RGBA, subsampling, quality);
+}
+
+struct PngShape {
+    int colorType = SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
+    int bitDepth = 8;
+    bool interlace = false;
+    int level = 6;
+    spng_trns* trns = nullptr; // optional chunks
+    spng_text* text = nullptr;
+};
+
+// Samples as the PNG stores them (16-bit ones in host order); empty on failure.
+inline Bytes encodePng(void const* pixels, size_t byteCount, int width, int height, PngShape const& shape)
 {
     spng_ctx* ctx = spng_ctx_new(SPNG_CTX_ENCODER);
     spng_set_option(ctx, SPNG_ENCODE_TO_BUFFER, 1);
-    spng_set_option(ctx, SPNG_IMG_COMPRESSION_LEVEL, level);
+    spng_set_option(ctx, SPNG_IMG_COMPRESSION_LEVEL, shape.level);
     spng_ihdr ihdr{};
-    ihdr.width = uint32_t(p.width);
-    ihdr.height = uint32_t(p.height);
-    ihdr.bit_depth = 8;
-    ihdr.color_type = withAlpha ? SPNG_COLOR_TYPE_TRUECOLOR_ALPHA : SPNG_COLOR_TYPE_TRUECOLOR;
-    ihdr.interlace_method = interlace ? 1 : 0;
+    ihdr.width = uint32_t(width);
+    ihdr.height = uint32_t(height);
+    ihdr.bit_depth = uint8_t(shape.bitDepth);
+    ihdr.color_type = uint8_t(shape.colorType);
+    ihdr.interlace_method = shape.interlace ? 1 : 0;
     spng_set_ihdr(ctx, &ihdr);
-    Bytes pixels;
-    if (withAlpha) {
-        pixels = p.rgba;
-    } else {
-        pixels.reserve(size_t(p.width) * size_t(p.height) * 3);
-        for (size_t i = 0; i < p.rgba.size(); i += 4)
-            pixels.insert(pixels.end(), p.rgba.begin() + long(i), p.rgba.begin() + long(i) + 3);
-    }
+    if (shape.trns)
+        spng_set_trns(ctx, shape.trns);
+    if (shape.text)
+        spng_set_text(ctx, shape.text, 1);
     Bytes result;
-    if (spng_encode_image(ctx, pixels.data(), pixels.size(), SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE) == 0) {
+    if (spng_encode_image(ctx, pixels, byteCount, SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE) == 0) {
         size_t len = 0;
         int err = 0;
         auto* buf = static_cast<uint8_t*>(spng_get_png_buffer(ctx, &len, &err));
@@ -118,6 +131,72 @@ inline Bytes encodePng(Picture const& p, bool withAlpha, int level = 6, bool int
     }
     spng_ctx_free(ctx);
     return result;
+}
+
+// 8-bit PNG, RGB (alpha dropped) or RGBA, optionally Adam7-interlaced.
+inline Bytes encodePng(Picture const& p, bool withAlpha, int level = 6, bool interlace = false)
+{
+    Bytes pixels;
+    if (withAlpha) {
+        pixels = p.rgba;
+    } else {
+        pixels.reserve(size_t(p.width) * size_t(p.height) * 3);
+        for (size_t i = 0; i < p.rgba.size(); i += 4)
+            pixels.insert(pixels.end(), p.rgba.begin() + long(i), p.rgba.begin() + long(i) + 3);
+    }
+    PngShape shape;
+    shape.colorType = withAlpha ? SPNG_COLOR_TYPE_TRUECOLOR_ALPHA : SPNG_COLOR_TYPE_TRUECOLOR;
+    shape.interlace = interlace;
+    shape.level = level;
+    return encodePng(pixels.data(), pixels.size(), p.width, p.height, shape);
+}
+
+// --- Hostile edits ------------------------------------------------------------------------------
+
+inline void putBig32(Bytes* b, size_t at, uint32_t v)
+{
+    for (int i = 0; i < 4; ++i)
+        (*b)[at + size_t(i)] = uint8_t(v >> (24 - 8 * i));
+}
+
+inline uint32_t crc32(uint8_t const* p, size_t n)
+{
+    uint32_t c = 0xFFFFFFFFu;
+    for (size_t i = 0; i < n; ++i) {
+        c ^= p[i];
+        for (int k = 0; k < 8; ++k)
+            c = (c >> 1) ^ (0xEDB88320u & (0u - (c & 1u)));
+    }
+    return ~c;
+}
+
+// The PNG with its header claiming width x height, the header's checksum made right.
+inline Bytes withPngSize(Bytes png, uint32_t width, uint32_t height)
+{
+    // Signature (8), IHDR length (4), "IHDR" (4), width, height, ..., the CRC after 13 data bytes.
+    putBig32(&png, 16, width);
+    putBig32(&png, 20, height);
+    putBig32(&png, 29, crc32(&png[12], 17));
+    return png;
+}
+
+// Where the JPEG marker FF `marker` starts; 0 when there is none.
+inline size_t findMarker(Bytes const& jpeg, uint8_t marker)
+{
+    for (size_t i = 2; i + 1 < jpeg.size(); ++i)
+        if (jpeg[i] == 0xFF && jpeg[i + 1] == marker)
+            return i;
+    return 0;
+}
+
+// The JPEG with its baseline frame header (FF C0: length, precision, height, width) claiming
+// width x height over the scan data it has.
+inline Bytes withJpegSize(Bytes jpeg, uint16_t width, uint16_t height)
+{
+    size_t sof = findMarker(jpeg, 0xC0);
+    jpeg[sof + 5] = uint8_t(height >> 8), jpeg[sof + 6] = uint8_t(height);
+    jpeg[sof + 7] = uint8_t(width >> 8), jpeg[sof + 8] = uint8_t(width);
+    return jpeg;
 }
 
 }  // namespace samples

@@ -18,6 +18,12 @@ TEST(ThumbnailCacheNames, EscapeAndHashAsGLibDoes)
     EXPECT_EQ(fileUriForPath("/tmp/a b/\xC3\xBC#%;=[]?+.qmd"), "file:///tmp/a%20b/%C3%BC%23%25%3B=%5B%5D%3F+.qmd");
     // The freedesktop.org thumbnail naming example.
     EXPECT_EQ(thumbnailEntryName("file:///home/jens/photos/me.png"), "c6ee772d9e49320e97ec29a7eb5b1697.png");
+    // The flavors and their boxes.
+    EXPECT_EQ(thumbnailFlavorSize("normal"), 128);
+    EXPECT_EQ(thumbnailFlavorSize("large"), 256);
+    EXPECT_EQ(thumbnailFlavorSize("x-large"), 512);
+    EXPECT_EQ(thumbnailFlavorSize("xx-large"), 1024);
+    EXPECT_EQ(thumbnailFlavorSize("huge"), 0);
 }
 
 TEST(ThumbnailCacheNames, ResolvesPathsAndFileUris)
@@ -35,16 +41,6 @@ TEST(ThumbnailCacheNames, ResolvesPathsAndFileUris)
     EXPECT_FALSE(resolveDocumentInput("file://otherhost/tmp/x.qmd", &path, &uri, &message));
     EXPECT_FALSE(resolveDocumentInput("file:relative", &path, &uri, &message));
     EXPECT_FALSE(resolveDocumentInput("", &path, &uri, &message));
-}
-
-TEST(ThumbnailCacheFlavors, MapNamesToBoxes)
-{
-    EXPECT_EQ(thumbnailFlavorSize("normal"), 128);
-    EXPECT_EQ(thumbnailFlavorSize("large"), 256);
-    EXPECT_EQ(thumbnailFlavorSize("x-large"), 512);
-    EXPECT_EQ(thumbnailFlavorSize("xx-large"), 1024);
-    EXPECT_EQ(thumbnailFlavorSize("huge"), 0);
-    EXPECT_EQ(thumbnailFlavorSize(""), 0);
 }
 
 class ThumbnailCacheEntries : public ::testing::Test {

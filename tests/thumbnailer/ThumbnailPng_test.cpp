@@ -1,5 +1,7 @@
 #include "thumbnailer/ThumbnailPng.h"
 
+#include "tests/support/TempFile.h"
+
 #include <gtest/gtest.h>
 #include <spng.h>
 
@@ -46,12 +48,6 @@ bool decodePng(uint8_t const* data, size_t size, Decoded* d)
 std::string tempPath(char const* name)
 {
     return (fs::temp_directory_path() / (std::string("qm-png-") + std::to_string(getpid()) + "-" + name)).string();
-}
-
-std::vector<uint8_t> readAll(std::string const& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return std::vector<uint8_t>((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 }
 
 }  // namespace
@@ -125,14 +121,14 @@ TEST(ThumbnailPngFile, RewritesTheSameFileSeenThroughAnEarlierDescriptor)
     EXPECT_EQ(std::vector<uint8_t>(seen, seen + n), std::vector<uint8_t>(bytes, bytes + sizeof bytes));
 
     emptyExistingFile(path);
-    EXPECT_TRUE(readAll(path).empty());
+    EXPECT_TRUE(qmtest::readFile(path).empty());
     fs::remove(path);
     emptyExistingFile(path);
     EXPECT_FALSE(fs::exists(path));
 
     // Created when missing.
     ASSERT_EQ(writeFileInPlace(path, bytes, sizeof bytes), 0);
-    EXPECT_EQ(readAll(path).size(), sizeof bytes);
+    EXPECT_EQ(qmtest::readFile(path).size(), sizeof bytes);
     fs::remove(path);
 
     // A folder cannot be written.
