@@ -41,6 +41,20 @@ protected:
     long baseline = 0;
 };
 
+// The interface table: IUnknown's slots always, the callbacks once the interface was queried.
+void expectTable(QLGeneratorInterfaceStruct const* table, bool filled)
+{
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(table->_reserved, nullptr);
+    EXPECT_EQ(table->QueryInterface, &QuickLookGeneratorQueryInterface);
+    EXPECT_EQ(table->AddRef, &QuickLookGeneratorPluginAddRef);
+    EXPECT_EQ(table->Release, &QuickLookGeneratorPluginRelease);
+    EXPECT_EQ(table->GenerateThumbnailForURL, filled ? &GenerateThumbnailForURL : nullptr);
+    EXPECT_EQ(table->CancelThumbnailGeneration, filled ? &CancelThumbnailGeneration : nullptr);
+    EXPECT_EQ(table->GeneratePreviewForURL, filled ? &GeneratePreviewForURL : nullptr);
+    EXPECT_EQ(table->CancelPreviewGeneration, filled ? &CancelPreviewGeneration : nullptr);
+}
+
 CFUUIDBytes bytesOf(char const* text)
 {
     GSCFTypeRef<CFUUIDRef> uuid(CFUUIDCreateFromString(kCFAllocatorDefault, QMDoubleMakeConstantString(text)));
@@ -77,18 +91,8 @@ TEST_F(PluginFactory, MakesARegisteredInstanceWithCountOne)
     // The factory gave its own reference to the new UUID back; the instance holds one.
     EXPECT_EQ(qmdouble::liveReferences(), before + 1);
 
-    QLGeneratorInterfaceStruct const* table = instance->conduitInterface;
-    ASSERT_NE(table, nullptr);
-    EXPECT_EQ(table->_reserved, nullptr);
-    EXPECT_EQ(table->QueryInterface, &QuickLookGeneratorQueryInterface);
-    EXPECT_EQ(table->AddRef, &QuickLookGeneratorPluginAddRef);
-    EXPECT_EQ(table->Release, &QuickLookGeneratorPluginRelease);
-    EXPECT_EQ(table->GenerateThumbnailForURL, nullptr);
-    EXPECT_EQ(table->CancelThumbnailGeneration, nullptr);
-    EXPECT_EQ(table->GeneratePreviewForURL, nullptr);
-    EXPECT_EQ(table->CancelPreviewGeneration, nullptr);
-
-    EXPECT_EQ(table->Release(instance), 0u);
+    expectTable(instance->conduitInterface, false);
+    EXPECT_EQ(instance->conduitInterface->Release(instance), 0u);
     EXPECT_EQ(registrations(), 0);
 }
 
@@ -106,18 +110,14 @@ TEST_F(PluginQuery, CallbacksInterfaceFillsTheTableAndAddsAReference)
     EXPECT_EQ(result, S_OK);
     EXPECT_EQ(out, instance);
     EXPECT_EQ(instance->refCount, 2u);
-    EXPECT_EQ(table->GenerateThumbnailForURL, &GenerateThumbnailForURL);
-    EXPECT_EQ(table->CancelThumbnailGeneration, &CancelThumbnailGeneration);
-    EXPECT_EQ(table->GeneratePreviewForURL, &GeneratePreviewForURL);
-    EXPECT_EQ(table->CancelPreviewGeneration, &CancelPreviewGeneration);
-    EXPECT_EQ(table->QueryInterface, &QuickLookGeneratorQueryInterface);
+    expectTable(table, true);
     EXPECT_EQ(qmdouble::liveReferences(), before) << "the temporary interface UUID was kept";
 
     // Each instance has its own copy of the table: a second one is still unfilled.
     QuickLookGeneratorPluginType* second = makeInstance();
     ASSERT_NE(second, nullptr);
     EXPECT_NE(second->conduitInterface, instance->conduitInterface);
-    EXPECT_EQ(second->conduitInterface->GenerateThumbnailForURL, nullptr);
+    expectTable(second->conduitInterface, false);
     EXPECT_EQ(registrations(), 2);
 
     EXPECT_EQ(second->conduitInterface->Release(second), 0u);

@@ -31,7 +31,6 @@ struct CGDataProvider : QMDoubleObject {
 };
 struct CGImage : QMDoubleObject {
     qm::RGBAImage pixels;
-    std::string decoder;
 };
 struct CGContext : QMDoubleObject {
     std::vector<QMDoubleContextRecord>* records = nullptr;
@@ -165,18 +164,16 @@ CGContext* liveContext(CGContextRef c, char const* function)
 CGImageRef createImage(CGDataProviderRef source, CGFloat const decode[], bool shouldInterpolate,
                        CGColorRenderingIntent intent, qm::PictureFormat format)
 {
-    ImageCreation creation{format == qm::PictureFormat::jpeg ? "jpeg" : "png", decode == nullptr, shouldInterpolate,
-                           static_cast<int>(intent), false};
-    if (!find(source, "CGImageCreate")) {
-        state().images.push_back(creation);
+    state().images.push_back({format == qm::PictureFormat::jpeg ? "jpeg" : "png", decode == nullptr, shouldInterpolate,
+                              static_cast<int>(intent)});
+    if (!find(source, "CGImageCreate"))
         return nullptr;
-    }
+    // Null when the bytes do not decode, as the platform's decoders answer.
     auto image = std::make_unique<CGImage>();
-    image->decoder = creation.decoder;
-    creation.decoded = qm::decodePicture(static_cast<std::uint8_t const*>(source->data), source->size, format, {},
-                                         &image->pixels) == qm::PictureStatus::ok;
-    state().images.push_back(creation);
-    return creation.decoded ? handOut(image.release()) : nullptr;
+    if (qm::decodePicture(static_cast<std::uint8_t const*>(source->data), source->size, format, {}, &image->pixels) !=
+        qm::PictureStatus::ok)
+        return nullptr;
+    return handOut(image.release());
 }
 
 } // namespace
@@ -271,13 +268,7 @@ Boolean CFEqual(CFTypeRef cf1, CFTypeRef cf2)
         return false;
     auto* ua = dynamic_cast<QMDoubleUUID*>(a);
     auto* ub = dynamic_cast<QMDoubleUUID*>(b);
-    if (ua && ub)
-        return ua->bytes == ub->bytes;
-    auto* sa = dynamic_cast<QMDoubleString*>(a);
-    auto* sb = dynamic_cast<QMDoubleString*>(b);
-    if (sa && sb)
-        return sa->text == sb->text;
-    return a == b;
+    return ua && ub ? ua->bytes == ub->bytes : a == b;
 }
 
 CFUUIDRef CFUUIDGetConstantUUIDWithBytes(CFAllocatorRef, UInt8 byte0, UInt8 byte1, UInt8 byte2, UInt8 byte3,
@@ -392,7 +383,7 @@ CGDataProviderRef CGDataProviderCreateWithData(void* info, void const* data, siz
                                                CGDataProviderReleaseDataCallback releaseData)
 {
     enter("CGDataProviderCreateWithData");
-    state().providers.push_back({info == nullptr, data, size, releaseData == nullptr});
+    state().providers.push_back({info == nullptr, size, releaseData == nullptr});
     auto* provider = new CGDataProvider;
     provider->data = data;
     provider->size = size;
@@ -445,7 +436,7 @@ void CGContextDrawImage(CGContextRef c, CGRect rect, CGImageRef image)
     CGContext* context = liveContext(c, "CGContextDrawImage");
     if (!context || !image || !find(image, "CGContextDrawImage"))
         return;
-    context->record().draws.push_back({rect, image->pixels.width(), image->pixels.height(), image->decoder});
+    context->record().draws.push_back({rect, image->pixels.width(), image->pixels.height()});
 }
 
 void CGContextRelease(CGContextRef c)

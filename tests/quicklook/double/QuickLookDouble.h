@@ -21,7 +21,6 @@ struct QMDoubleDraw {
     CGRect rect;
     size_t imageWidth;
     size_t imageHeight;
-    std::string decoder; // "jpeg" or "png": which call decoded the image drawn
 };
 struct QMDoubleContextRecord {
     CGSize size{};
@@ -52,7 +51,6 @@ struct Injected : std::runtime_error {
 
 struct ProviderCreation {
     bool infoNull;
-    void const* data;
     size_t size;
     bool releaseCallbackNull;
 };
@@ -61,7 +59,6 @@ struct ImageCreation {
     bool decodeArrayNull;
     bool shouldInterpolate;
     int intent;
-    bool decoded; // false: the bytes did not decode and the call returned null
 };
 
 // Forgets the calls, errors and creations recorded so far, and any pending throwFrom. Objects that

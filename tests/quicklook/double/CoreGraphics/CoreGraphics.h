@@ -21,21 +21,9 @@ typedef struct CGContext* CGContextRef;
 typedef struct CGImage* CGImageRef;
 typedef struct CGDataProvider* CGDataProviderRef;
 
-enum CGColorRenderingIntent : std::int32_t {
-    kCGRenderingIntentDefault,
-    kCGRenderingIntentAbsoluteColorimetric,
-    kCGRenderingIntentRelativeColorimetric,
-    kCGRenderingIntentPerceptual,
-    kCGRenderingIntentSaturation
-};
-
-enum CGInterpolationQuality : std::int32_t {
-    kCGInterpolationDefault = 0,
-    kCGInterpolationNone = 1,
-    kCGInterpolationLow = 2,
-    kCGInterpolationMedium = 4,
-    kCGInterpolationHigh = 3
-};
+// The platform's values of the members the plug-in uses.
+enum CGColorRenderingIntent : std::int32_t { kCGRenderingIntentDefault = 0, kCGRenderingIntentPerceptual = 3 };
+enum CGInterpolationQuality : std::int32_t { kCGInterpolationDefault = 0, kCGInterpolationHigh = 3 };
 
 typedef void (*CGDataProviderReleaseDataCallback)(void* info, void const* data, size_t size);
 
