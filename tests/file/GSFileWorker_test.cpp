@@ -1,6 +1,5 @@
 #include "gs/file/GSFileWorker.h"
 
-#include "gs/object/GSRuntimeClass.h"
 #include "tests/file/FileTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -8,8 +7,7 @@
 #include <cstring>
 #include <random>
 
-using qmtest::Backend;
-using qmtest::fromHex;
+using namespace qmtest;
 
 namespace {
 
@@ -35,20 +33,9 @@ TEST(GSFileWorkerAccessMode, FlagsAndStoredMode)
     EXPECT_EQ(fresh.getAccessFlags(), 5u);
 }
 
-TEST(GSFileWorkerRuntimeClass, MemoryWorkerIsCreatedByName)
-{
-    GSObject* object = GSRuntimeClass::createObjectForName(GSString("GSFileWorkerMemory"));
-    ASSERT_NE(object, nullptr);
-    EXPECT_TRUE(object->isKindOfRuntimeClass(GSFileWorkerMemory::gsClassGSFileWorkerMemory));
-    EXPECT_TRUE(object->isMemberOfRuntimeClass(GSFileWorker::gsClassGSFileWorker));
-    delete object;
-    EXPECT_EQ(GSRuntimeClass::createObjectForName(GSString("GSFileWorker")), nullptr);  // abstract
-}
-
 class GSFileWorkerText : public qmtest::FileOverBackend {};
 
-INSTANTIATE_TEST_SUITE_P(Backends, GSFileWorkerText, testing::Values(Backend::Memory, Backend::Stdio),
-                         qmtest::backendName);
+INSTANTIATE_TEST_SUITE_P(Backends, GSFileWorkerText, testing::Values(Backend::Memory, Backend::Stdio), backendName);
 
 std::vector<int> allChars(GSFile& file)
 {
@@ -58,30 +45,21 @@ std::vector<int> allChars(GSFile& file)
     return out;
 }
 
-TEST_P(GSFileWorkerText, TextModeReadsEveryLineEndAsOneNewLine)
+TEST_P(GSFileWorkerText, TextModeReadsEveryLineEndAsOneNewLineBinaryModeAsItIs)
 {
     EXPECT_EQ(allChars(*makeFile("41 0D 42", "rt")), (std::vector<int>{65, 10, 66}));
-    EXPECT_EQ(allChars(*makeFile("41 0D 0A 42 0A 0D 43 0A 0A 0D 0D", "r")),
-              (std::vector<int>{65, 10, 66, 10, 67, 10, 10, 10}));
+    EXPECT_EQ(allChars(*makeFile("41 0D 0A 42 0A 0D 43 0A 0A 0D 0D", "r")), (std::vector<int>{65, 10, 66, 10, 67, 10, 10, 10}));
     EXPECT_EQ(allChars(*makeFile("0D", "r")), (std::vector<int>{10}));
-}
-
-TEST_P(GSFileWorkerText, BinaryModeReadsBytesAsTheyAre)
-{
     EXPECT_EQ(allChars(*makeFile("41 0D 0A FF", "rb")), (std::vector<int>{65, 13, 10, 255}));
-}
-
-TEST_P(GSFileWorkerText, GetStringKeepsLineEndsRawInTextMode)
-{
-    auto file = makeFile("61 0D 0A 62", "r");
+    // getString keeps the line ends raw in text mode.
     GSString s;
-    EXPECT_EQ(file->getString(&s, 100), 0);
+    EXPECT_EQ(makeFile("61 0D 0A 62", "r")->getString(&s, 100), 0);
     EXPECT_EQ(s, GSString("a\r\n"));
 }
 
 TEST(GSFileWorkerMemory, SeeksAreClampedToTheBytes)
 {
-    GSFileWorkerMemory worker(qmtest::toArray(fromHex("01 02 03 04")));
+    GSFileWorkerMemory worker(toArray(fromHex("01 02 03 04")));
     EXPECT_EQ(worker.seek(5, 0), 1);
     EXPECT_EQ(worker.tell(), 4);
     EXPECT_EQ(worker.eof(), 1);
@@ -96,32 +74,23 @@ TEST(GSFileWorkerMemory, SeeksAreClampedToTheBytes)
 
 TEST(GSFileWorkerMemory, WritesOverwriteThenAppendWithoutTouchingSharedBytes)
 {
-    auto source = qmtest::toArray(fromHex("01 02 03"));
+    auto source = toArray(fromHex("01 02 03"));
     GSFileWorkerMemory worker(source);
+    EXPECT_EQ(worker.open(), 0);
+    EXPECT_EQ(worker.open(), 1); // already open
     ASSERT_EQ(worker.seek(1, 0), 0);
     unsigned char const more[3] = {0xAA, 0xBB, 0xCC};
     EXPECT_EQ(worker.writeData(more, 3), 3);
     EXPECT_EQ(worker.tell(), 4);
     auto const& bytes = worker.getArray();
-    EXPECT_EQ(qmtest::toHex(bytes.getPointer(), static_cast<size_t>(bytes.getCount())), "01 AA BB CC");
-    EXPECT_EQ(qmtest::toHex(source.getPointer(), static_cast<size_t>(source.getCount())), "01 02 03");
-}
-
-TEST(GSFileWorkerMemory, OpeningForWritingEmptiesAndReadingDoesNot)
-{
-    GSFileWorkerMemory worker(qmtest::toArray(fromHex("01 02 03")));
-    EXPECT_EQ(worker.open(), 0);
-    EXPECT_EQ(worker.open(), 1);  // already open
-    EXPECT_EQ(worker.getArray().getCount(), 3);
+    EXPECT_EQ(toHex(bytes.getPointer(), static_cast<size_t>(bytes.getCount())), "01 AA BB CC");
+    EXPECT_EQ(toHex(source.getPointer(), static_cast<size_t>(source.getCount())), "01 02 03");
     EXPECT_EQ(worker.close(0), 0);
-    EXPECT_EQ(worker.close(0), 1);  // not open
-    worker.setAccessMode("wb");
+    EXPECT_EQ(worker.close(0), 1); // not open
+    worker.setAccessMode("wb"); // opening for writing empties, reading does not
     EXPECT_EQ(worker.open(), 0);
     EXPECT_EQ(worker.getArray().getCount(), 0);
-}
-
-TEST(GSFileWorkerMemory, CapacityRule)
-{
+    // The capacity rule: 8192 for the growth -100 without a capacity.
     EXPECT_EQ(GSFileWorkerMemory(-100, 0).getArray().getCapacity(), 8192);
     EXPECT_EQ(GSFileWorkerMemory(300, 0).getArray().getCapacity(), 300);
     EXPECT_EQ(GSFileWorkerMemory(-100, 64).getArray().getCapacity(), 64);
@@ -135,10 +104,8 @@ TEST(GSFileWorkerStream, RandomWalkMatchesTheMemoryWorker)
     std::vector<unsigned char> bytes(300000);
     for (auto& b : bytes)
         b = static_cast<unsigned char>(random());
-    qmtest::TempPath path;
-    qmtest::writeWholeFile(path.string(), bytes);
-
-    GSFile stdio(GSString(path.string().c_str()));
+    TempFile path(bytes);
+    GSFile stdio(pathOf(path));
     stdio.setAccessMode("rb+");
     ASSERT_EQ(stdio.open(), 0);
     GSFile memory(qmtest::toArray(bytes));
@@ -170,10 +137,7 @@ TEST(GSFileWorkerStream, RandomWalkMatchesTheMemoryWorker)
     }
     EXPECT_EQ(stdio.getLength(), memory.getLength());
     ASSERT_EQ(stdio.close(), 0);
-    auto const& expected = static_cast<GSFileWorkerMemory*>(memory.getFileWorker())->getArray();
-    auto const actual = qmtest::readWholeFile(path.string());
-    ASSERT_EQ(static_cast<long>(actual.size()), expected.getCount());
-    EXPECT_TRUE(std::equal(actual.begin(), actual.end(), expected.getPointer()));
+    EXPECT_EQ(readFile(path.path()), fileBytes(memory));
 }
 
 TEST(GSFileWorkerStream, EndOfFileAndExistingStreams)

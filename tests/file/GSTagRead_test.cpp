@@ -8,113 +8,121 @@
 #include <climits>
 #include <string>
 
-using qmtest::Backend;
-using qmtest::fromHex;
-using qmtest::toArray;
+using namespace qmtest;
 
 namespace {
 
-struct VersionCase {
-    char const* hex;
-    short maximum;
-    short status;
-    short version;
-    long position;
-};
-
-void PrintTo(VersionCase const& c, std::ostream* out)
+TEST(GSTagReadVersion, ClassicForms)
 {
-    *out << c.hex << " (maximum " << c.maximum << ")";
-}
-
-class GSTagReadVersion : public testing::TestWithParam<VersionCase> {};
-
-TEST_P(GSTagReadVersion, ClassicForms)
-{
-    auto const& c = GetParam();
-    GSFile file(toArray(fromHex(c.hex)));
-    GSTagRead reader(&file);
+    struct Case {
+        char const* hex;
+        short maximum, status, version;
+        long position;
+    } const cases[] = {
+        {"03 02", 0, 0, 0x0302, 2},          // one short
+        {"00 03 00 02", 0, 0, 0x0302, 4},    // major alone, then minor
+        {"03 10", 0, 1, 0x0310, 2},          // minor 16 is invalid
+        {"03 0F", 0x0302, 0, 0x030F, 2},     // minors are never compared
+        {"7F 00", 0, 0, 0x7F00, 2},          // no maximum, any major
+        {"00 FF 00 02", 0, 1, -254, 4},      // 0x00FF takes the two-short form
+        {"01 00", 0x0100, 0, 0x0100, 2},
+        {"00 00 00 00", 0, 1, 0, 4},         // below 256
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.hex << " (maximum " << c.maximum << ")");
+        ReadFile r(c.hex);
+        GSTagRead reader(&r.f);
+        short version = -99;
+        EXPECT_EQ(reader.readVersion(c.maximum, &version), c.status);
+        EXPECT_EQ(version, c.version);
+        EXPECT_EQ(reader.getVersion(), c.version);
+        EXPECT_EQ(r.f.tell(), c.position);
+    }
+    ReadFile r("03");
     short version = -99;
-    EXPECT_EQ(reader.readVersion(c.maximum, &version), c.status);
-    EXPECT_EQ(version, c.version);
-    EXPECT_EQ(reader.getVersion(), c.version);
-    EXPECT_EQ(file.tell(), c.position);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, GSTagReadVersion,
-    testing::Values(VersionCase{"03 02", 0, 0, 0x0302, 2},             // one short
-                    VersionCase{"00 03 00 02", 0, 0, 0x0302, 4},       // major alone, then minor
-                    VersionCase{"03 10", 0, 1, 0x0310, 2},             // minor 16 is invalid
-                    VersionCase{"03 0F", 0x0302, 0, 0x030F, 2},        // minors are never compared
-                    VersionCase{"7F 00", 0, 0, 0x7F00, 2},             // no maximum, any major
-                    VersionCase{"00 FF 00 02", 0, 1, -254, 4},         // 0x00FF takes the two-short form
-                    VersionCase{"01 00", 0x0100, 0, 0x0100, 2},
-                    VersionCase{"00 00 00 00", 0, 1, 0, 4}));          // below 256
-
-TEST(GSTagReadVersionTooNew, SkipsToTheEndOfTheSequence)
-{
-    // Version 4.0, one record (tag 1, two bytes), a nested-looking record, the end tag, then 77.
-    GSFile file(toArray(fromHex("04 00  00 00 00 01 00 00 00 02 AA BB  00 00 00 02 00 00 00 00  FF FF FF FF  77")));
-    GSTagRead reader(&file);
-    short version = 0;
-    EXPECT_EQ(reader.readVersion(0x0302, &version), 1);
-    EXPECT_EQ(version, 0x0400);
-    EXPECT_EQ(file.tell(), 24);
-    char c = 0;
-    EXPECT_EQ(file.readChar(&c), 0);
-    EXPECT_EQ(c, 0x77);
-}
-
-TEST(GSTagReadVersionTooNew, DamagedSequenceStillEnds)
-{
-    // A negative size inside the sequence that is being skipped.
-    GSFile file(toArray(fromHex("04 00  00 00 00 01 FF FF FF F0  00 00")));
-    GSTagRead reader(&file);
-    EXPECT_EQ(reader.readVersion(0x0302, nullptr), 1);
-}
-
-TEST(GSTagReadVersion, ReadFailure)
-{
-    GSFile file(toArray(fromHex("03")));
-    GSTagRead reader(&file);
-    short version = -99;
-    EXPECT_EQ(reader.readVersion(0, &version), 1);
+    EXPECT_EQ(GSTagRead(&r.f).readVersion(0, &version), 1);
     EXPECT_EQ(version, -99);
 }
 
-TEST(GSTagReadCompact, ByteVersionAndHeaders)
+// A file in compact mode (an object table with long positions attached) holding `hex` at the
+// current position.
+struct CompactFile {
+    explicit CompactFile(std::string const& hex) : file(-100, 0)
+    {
+        EXPECT_EQ(file.startObjectMergingWrite(1), 0);
+        start = file.tell();
+        auto bytes = fromHex(hex);
+        EXPECT_EQ(file.write(bytes.data(), static_cast<long>(bytes.size())), 0);
+        EXPECT_EQ(file.seek(start, 0), 0);
+    }
+    ~CompactFile() { file.stopObjectMergingWrite(); }
+    GSFile file;
+    long start = 0;
+};
+
+// A version above the maximum skips the whole sequence, nested-looking records included; a
+// damaged sequence still ends.
+TEST(GSTagReadVersion, TooNewSkipsToTheEndOfTheSequence)
 {
-    GSFile file(toArray(fromHex("32  05 10  85 00 00 00 00 00 00 01 00  7F  FF  06")));
-    GSTagRead reader(&file);
-    short version = 0;
-    EXPECT_EQ(reader.readByteVersion(&version), 0);
-    EXPECT_EQ(version, 0x0302);
-    EXPECT_EQ(reader.readByteTag(), 0);
-    EXPECT_EQ(reader.getTag(), 5);
-    EXPECT_EQ(reader.getSize(), 16);
-    EXPECT_EQ(reader.readByteTag(), 0);
-    EXPECT_EQ(reader.getTag(), 5);
-    EXPECT_EQ(reader.getSize(), 256);
-    EXPECT_EQ(reader.readByteTag(), 0);
-    EXPECT_EQ(reader.getTag(), GSTagRead::kEndTag);
-    EXPECT_EQ(reader.readByteTag(), 0);
-    EXPECT_EQ(reader.getTag(), GSTagRead::kEndTag);
-    EXPECT_EQ(reader.readByteTag(), 1);  // a short header without its size byte
+    ReadFile classic("04 00  00 00 00 01 00 00 00 02 AA BB  00 00 00 02 00 00 00 00  FF FF FF FF  77");
+    CompactFile compact("40  01 02 AA BB  7F  77");
+    for (GSFile* f : {&classic.f, &compact.file}) {
+        short version = 0;
+        EXPECT_EQ(GSTagRead(f).readVersion(0x0302, &version), 1);
+        EXPECT_EQ(version, 0x0400);
+        EXPECT_EQ(f->getChar(), 0x77);
+    }
+    ReadFile damaged("04 00  00 00 00 01 FF FF FF F0  00 00");
+    EXPECT_EQ(GSTagRead(&damaged.f).readVersion(0x0302, nullptr), 1);
 }
 
-TEST(GSTagReadClassic, HeadersEndTagAndFailure)
+TEST(GSTagReadHeaders, ClassicAndByteHeaders)
 {
-    GSFile file(toArray(fromHex("00 00 00 05 00 00 00 10  FF FF FF FF  00 00 00")));
-    GSTagRead reader(&file);
+    ReadFile classic("00 00 00 05 00 00 00 10  FF FF FF FF  00 00 00");
+    GSTagRead reader(&classic.f);
     EXPECT_EQ(reader.getDataStart(), 0);
     EXPECT_EQ(reader.read(), 5);
     EXPECT_EQ(reader.getSize(), 16);
     EXPECT_EQ(reader.getDataStart(), 8);
-    ASSERT_EQ(file.seek(8, 0), 0);
+    ASSERT_EQ(classic.f.seek(8, 0), 0);
     EXPECT_EQ(reader.read(), GSTagRead::kEndTag);
     EXPECT_EQ(reader.read(), GSTagRead::kReadFailure);
     EXPECT_EQ(reader.getSize(), 0);
+
+    ReadFile bytes("32  05 10  85 00 00 00 00 00 00 01 00  7F  FF  06");
+    GSTagRead byteReader(&bytes.f);
+    short version = 0;
+    EXPECT_EQ(byteReader.readByteVersion(&version), 0);
+    EXPECT_EQ(version, 0x0302);
+    for (auto [tag, size] : {std::pair{5, 16L}, std::pair{5, 256L}, std::pair{int(GSTagRead::kEndTag), 0L}, std::pair{int(GSTagRead::kEndTag), 0L}}) {
+        EXPECT_EQ(byteReader.readByteTag(), 0);
+        EXPECT_EQ(byteReader.getTag(), tag);
+        if (tag != GSTagRead::kEndTag) {
+            EXPECT_EQ(byteReader.getSize(), size);
+        }
+    }
+    EXPECT_EQ(byteReader.readByteTag(), 1); // a short header without its size byte
+}
+
+TEST(GSTagReadHeaders, CompactModeHeadersAndSkips)
+{
+    auto filler = [](int n) {
+        std::string hex;
+        while (n--)
+            hex += " AA";
+        return hex;
+    };
+    CompactFile c("32  05 10" + filler(16) + "  85 00 00 00 00 00 00 01 00" + filler(256) + "  06 00  FF");
+    GSTagRead reader(&c.file);
+    short version = 0;
+    EXPECT_EQ(reader.readVersion(0x0302, &version), 0);
+    EXPECT_EQ(version, 0x0302);
+    for (auto [tag, size] : {std::pair{5, 16L}, std::pair{5, 256L}, std::pair{6, 0L}}) {
+        EXPECT_EQ(reader.read(), tag);
+        EXPECT_EQ(reader.getSize(), size);
+        EXPECT_EQ(reader.skip(), 0);
+    }
+    EXPECT_EQ(reader.read(), GSTagRead::kEndTag);
 }
 
 // A memory worker that counts the bytes handed out.
@@ -150,10 +158,9 @@ TEST(GSTagReadSkip, IsOneSeekWithoutReadingTheData)
     EXPECT_EQ(worker->bytesRead, 2 + 8 + 8 + 4);
 }
 
-class GSTagReadDamaged : public qmtest::FileOverBackend {};
+class GSTagReadDamaged : public FileOverBackend {};
 
-INSTANTIATE_TEST_SUITE_P(Backends, GSTagReadDamaged, testing::Values(Backend::Memory, Backend::Stdio),
-                         qmtest::backendName);
+INSTANTIATE_TEST_SUITE_P(Backends, GSTagReadDamaged, testing::Values(Backend::Memory, Backend::Stdio), backendName);
 
 // Walks a sequence the way readers do and returns the number of headers met (capped).
 int walk(GSFile& file)
@@ -170,7 +177,7 @@ int walk(GSFile& file)
     return headers;
 }
 
-TEST_P(GSTagReadDamaged, NegativeSizeNeverMovesBackwards)
+TEST_P(GSTagReadDamaged, NegativeSizeNeverMovesBackwardsAndSizesPastTheEndEndTheWalk)
 {
     auto file = makeFile("00 00 00 01 FF FF FF F8  00 00 00 02 00 00 00 00  FF FF FF FF");
     GSTagRead first(file.get());
@@ -179,95 +186,31 @@ TEST_P(GSTagReadDamaged, NegativeSizeNeverMovesBackwards)
     EXPECT_EQ(first.skip(), 1);
     EXPECT_EQ(file->tell(), 8);
     ASSERT_EQ(file->seek(0, 0), 0);
-    EXPECT_EQ(walk(*file), 3);  // the walk goes on after the header and still ends
-}
+    EXPECT_EQ(walk(*file), 3); // the walk goes on after the header and still ends
 
-TEST_P(GSTagReadDamaged, SizePastTheEndEndsTheWalk)
-{
-    auto file = makeFile("00 00 00 01 7F FF FF FF  00 00 00 02 00 00 00 00  FF FF FF FF");
+    file = makeFile("00 00 00 01 7F FF FF FF  00 00 00 02 00 00 00 00  FF FF FF FF");
     EXPECT_EQ(walk(*file), 2);
     EXPECT_EQ(GSTagRead(file.get()).read(), GSTagRead::kReadFailure);
 }
 
-} // namespace
-
-namespace {
-
-// A memory file in compact mode (an object table with long positions attached) holding `hex` at the
-// current position.
-struct CompactFile {
-    explicit CompactFile(std::string const& hex) : file(-100, 0)
-    {
-        EXPECT_EQ(file.startObjectMergingWrite(1), 0);
-        EXPECT_EQ(file.getUse64Bit(), 1);
-        start = file.tell();
-        auto bytes = fromHex(hex);
-        EXPECT_EQ(file.write(bytes.data(), static_cast<long>(bytes.size())), 0);
-        EXPECT_EQ(file.seek(start, 0), 0);
-    }
-    ~CompactFile() { file.stopObjectMergingWrite(); }
-    GSFile file;
-    long start = 0;
-};
-
-TEST(GSTagReadCompactMode, VersionHeadersAndSkips)
-{
-    std::string hex = "32  05 10";
-    for (int k = 0; k < 16; ++k)
-        hex += " AA";
-    hex += "  85 00 00 00 00 00 00 01 00";
-    for (int k = 0; k < 256; ++k)
-        hex += " BB";
-    hex += "  06 00  FF";
-    CompactFile c(hex);
-    GSTagRead reader(&c.file);
-    short version = 0;
-    EXPECT_EQ(reader.readVersion(0x0302, &version), 0);
-    EXPECT_EQ(version, 0x0302);
-    EXPECT_EQ(reader.read(), 5);
-    EXPECT_EQ(reader.getSize(), 16);
-    EXPECT_EQ(reader.getDataStart(), c.start + 3);
-    EXPECT_EQ(reader.skip(), 0);
-    EXPECT_EQ(reader.read(), 5);
-    EXPECT_EQ(reader.getSize(), 256);
-    EXPECT_EQ(reader.skip(), 0);
-    EXPECT_EQ(reader.read(), 6);
-    EXPECT_EQ(reader.getSize(), 0);
-    EXPECT_EQ(reader.skip(), 0);
-    EXPECT_EQ(reader.read(), GSTagRead::kEndTag);
-}
-
-TEST(GSTagReadCompactMode, TooNewVersionSkipsTheSequence)
-{
-    CompactFile c("40  01 02 AA BB  7F  66");  // version 4.0, one record, the end tag, then 66
-    GSTagRead reader(&c.file);
-    EXPECT_EQ(reader.readVersion(0x0302, nullptr), 1);
-    char next = 0;
-    EXPECT_EQ(c.file.readChar(&next), 0);
-    EXPECT_EQ(next, 0x66);
-}
-
-TEST(GSTagReadCompactMode, HugeLongSizeCannotWrap)
+TEST(GSTagReadCompactMode, HugeLongSizeCannotWrapAndArrayCountsAreCompact)
 {
     CompactFile c("81 7F FF FF FF FF FF FF FF  00");
     GSTagRead reader(&c.file);
     EXPECT_EQ(reader.read(), 1);
     EXPECT_EQ(reader.getSize(), LONG_MAX);
-    EXPECT_EQ(reader.skip(), 1);  // data start + size does not fit
+    EXPECT_EQ(reader.skip(), 1); // data start + size does not fit
     EXPECT_EQ(c.file.tell(), c.start + 9);
-}
 
-TEST(GSFileCompactMode, ArrayCountsUseTheCompactEncoding)
-{
-    CompactFile c("C0 01  80 01");
+    CompactFile counts("C0 01  80 01");
     long v = 0;
-    EXPECT_EQ(c.file.readArrayCount(&v), 0);
+    EXPECT_EQ(counts.file.readArrayCount(&v), 0);
     EXPECT_EQ(v, -65);
-    EXPECT_EQ(c.file.readArrayCount(&v), 0);
+    EXPECT_EQ(counts.file.readArrayCount(&v), 0);
     EXPECT_EQ(v, 64);
-    long const end = c.file.tell();
-    EXPECT_EQ(c.file.writeArrayCount(8192), 0);
-    EXPECT_EQ(c.file.tell(), end + 3);
+    long const end = counts.file.tell();
+    EXPECT_EQ(counts.file.writeArrayCount(8192), 0);
+    EXPECT_EQ(counts.file.tell(), end + 3);
 }
 
 } // namespace

@@ -1,53 +1,31 @@
 #include "gs/filespec/GSFileSpec.h"
 #include "gs/util/GSRandom.h"
 
+#include "tests/filespec/MessageLog.h"
 #include "tests/support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <sys/stat.h>
-#include <vector>
 
-using qmtest::readText;
-using qmtest::ScratchFolder;
+using namespace qmtest;
 
 namespace {
 
-// Records the numbered messages sent while it exists.
-class MessageLog {
-public:
-    MessageLog() { GSFileSpec::setErrorMessageHandler(&record, this); }
-    ~MessageLog() { GSFileSpec::setErrorMessageHandler(nullptr, nullptr); }
-    std::vector<std::pair<int, std::string>> messages;
-
-private:
-    static void record(int id, GSFileSpec const& spec, void* context)
-    {
-        static_cast<MessageLog*>(context)->messages.emplace_back(id, spec.getFilename().c_str());
-    }
-};
-
-GSFileSpec specFor(std::string const& path) { return GSFileSpec(GSString(path.c_str())); }
 std::string nameOf(GSFileSpec const& spec) { return spec.getFilename().c_str(); }
 
 } // namespace
 
-TEST(GSFileSpecTemporaryName, TenCharactersFromTheGenerator)
+TEST(GSFileSpecTemporaryName, TenCharactersFromTheGeneratorCreatedExclusivelyBesideTheSpec)
 {
-    GSRandomSetSeed(0);
-    EXPECT_EQ(std::string(GSFileSpec::getTemporaryFilename().c_str()), "tmpgf3u2th087");
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 100; ++i) {
         std::string name = GSFileSpec::getTemporaryFilename().c_str();
         ASSERT_EQ(name.size(), 13u);
         EXPECT_EQ(name.substr(0, 3), "tmp");
         for (char c : name.substr(3))
             ASSERT_TRUE((c >= '0' && c <= '9') || (c >= 'a' && c <= 'z')) << name;
     }
-}
-
-TEST(GSFileSpecTemporaryName, CreatedExclusivelyBesideTheSpecKeepingTheExtension)
-{
     ScratchFolder dir;
     GSFileSpec target = specFor(dir.write("doc.qmd", "old"));
     GSRandomSetSeed(0);
@@ -67,7 +45,6 @@ TEST(GSFileSpecTemporaryName, CreatedExclusivelyBesideTheSpecKeepingTheExtension
     GSFileSpec plain(target);
     ASSERT_EQ(plain.createTemporaryFilename(GSString()), 0);
     EXPECT_EQ(plain.getExtension(), GSString());
-
     GSFileSpec nowhere = specFor(dir / "missing/doc.qmd");
     EXPECT_EQ(nowhere.createTemporaryFilename(GSString("qmd")), 1);
     EXPECT_EQ(std::string(nowhere.getPath().c_str()), dir / "missing/doc.qmd");
@@ -76,12 +53,14 @@ TEST(GSFileSpecTemporaryName, CreatedExclusivelyBesideTheSpecKeepingTheExtension
 TEST(GSFileSpecBackupName, FirstUsableNameInTheStandardSequence)
 {
     ScratchFolder dir;
-    MessageLog log;
     GSFileSpec target = specFor(dir.write("doc.qmd", "x"));
     GSFileSpec backup;
-
+    specFor("/nowhere/doc.qmd").sendErrorMessage(49713); // no handler: dropped
+    MessageLog log;
     ASSERT_TRUE(target.createStandardBackupSpec(&backup));
     EXPECT_EQ(nameOf(backup), "doc.qmdbak");
+    ASSERT_TRUE(specFor(dir / "README").createStandardBackupSpec(&backup));
+    EXPECT_EQ(nameOf(backup), "README.bak");
 
     // An old backup under the name is removed to make room.
     dir.write("doc.qmdbak", "older backup");
@@ -95,13 +74,7 @@ TEST(GSFileSpecBackupName, FirstUsableNameInTheStandardSequence)
     std::filesystem::create_directories(dir / "doc.qmdbak1/inner");
     ASSERT_TRUE(target.createBackupSpec(&backup));
     EXPECT_EQ(nameOf(backup), "doc.qmdbak2");
-    ASSERT_EQ(log.messages.size(), 2u);
-    EXPECT_EQ(log.messages[0], std::make_pair(49703, std::string("doc.qmdbak")));
-    EXPECT_EQ(log.messages[1], std::make_pair(49703, std::string("doc.qmdbak1")));
-
-    GSFileSpec bare = specFor(dir / "README");
-    ASSERT_TRUE(bare.createStandardBackupSpec(&backup));
-    EXPECT_EQ(nameOf(backup), "README.bak");
+    EXPECT_EQ(log.messages, (std::vector<std::pair<int, std::string>>{{49703, "doc.qmdbak"}, {49703, "doc.qmdbak1"}}));
 }
 
 TEST(GSFileSpecBackupName, TildeNamesWhenAllStandardNamesAreTaken)
@@ -128,15 +101,12 @@ TEST(GSFileSpecExchange, KeepsOrDropsTheOldContent)
     GSFileSpec target = specFor(dir.write("doc.qmd", "old"));
     GSFileSpec fresh = specFor(dir.write("tmp1.qmd", "new"));
     GSString error;
-
     ASSERT_EQ(fresh.exchangeWith(target, 0, &error), 0) << error.c_str();
     EXPECT_EQ(readText(dir / "doc.qmd"), "new");
     EXPECT_EQ(readText(dir / "tmp1.qmd"), "old");
-
     ASSERT_EQ(fresh.exchangeWith(target, 1, &error), 0) << error.c_str();
     EXPECT_EQ(readText(dir / "doc.qmd"), "old");
     EXPECT_FALSE(fresh.exists());
-
     // A missing replacement fails with the system's text and leaves the target alone.
     EXPECT_EQ(fresh.exchangeWith(target, 0, &error), 1);
     EXPECT_FALSE(error.isEmpty());
@@ -151,12 +121,10 @@ TEST(GSFileSpecItem, StateRemoveAndRename)
     ASSERT_EQ(spec.fillState(&state), 0);
     EXPECT_TRUE(state.isValid());
     EXPECT_EQ(state.flags, 0);
-
     chmod(spec.getPath().c_str(), 0444);
     ASSERT_EQ(spec.fillState(&state), 0);
     EXPECT_EQ(state.flags, GSFileState::kLocked);
     chmod(spec.getPath().c_str(), 0644);
-
     EXPECT_EQ(specFor(dir.write(".hidden", "")).fillState(&state), 0);
     EXPECT_EQ(state.flags, GSFileState::kHidden);
     EXPECT_TRUE(specFor(dir.path()).isDirectory());
@@ -178,31 +146,4 @@ TEST(GSFileSpecItem, StateRemoveAndRename)
     EXPECT_FALSE(state.isValid());
     EXPECT_EQ(spec.remove(&error), 1);
     EXPECT_EQ(GSFileSpec().fillState(&state), 1);
-}
-
-TEST(GSFileSpecItem, AdditionalInfoCarriesThePermissions)
-{
-    ScratchFolder dir;
-    GSFileSpec from = specFor(dir.write("from", ""));
-    GSFileSpec to = specFor(dir.write("to", ""));
-    chmod(from.getPath().c_str(), 0640);
-    chmod(to.getPath().c_str(), 0666);
-    ASSERT_EQ(to.writeAdditionalInfo(&from), 0);
-    struct stat st;
-    ASSERT_EQ(stat(to.getPath().c_str(), &st), 0);
-    EXPECT_EQ(st.st_mode & 0777, 0640u);
-    EXPECT_EQ(to.writeAdditionalInfo(nullptr), 0);
-}
-
-TEST(GSFileSpecMessages, ReachTheInstalledHandlerOnly)
-{
-    GSFileSpec spec = specFor("/nowhere/doc.qmd");
-    spec.sendErrorMessage(49713); // no handler: dropped
-    {
-        MessageLog log;
-        spec.sendErrorMessage(49713);
-        ASSERT_EQ(log.messages.size(), 1u);
-        EXPECT_EQ(log.messages[0], std::make_pair(49713, std::string("doc.qmd")));
-    }
-    spec.sendErrorMessage(49705); // handler removed again
 }

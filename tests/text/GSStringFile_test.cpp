@@ -7,16 +7,14 @@
 
 #include <string>
 
-using qmtest::fileBytes;
-using qmtest::hexArray;
-using qmtest::toHex;
+using namespace qmtest;
 
 namespace {
 
 std::string written(GSString const& s, short compact)
 {
-    GSFile f(-100, 64);
-    qmtest::openForWriting(f);
+    WriteFile w;
+    GSFile& f = w.f;
     if (compact)
         f.startObjectMergingWrite(1);
     long start = f.tell();
@@ -31,8 +29,8 @@ std::string written(GSString const& s, short compact)
 short readBack(std::string const& hex, short compact, GSString* s, long* consumed = nullptr)
 {
     std::string all = compact ? "02 00 00 00 00 00 00 00 00 00 00 00 00 00 " + hex : hex;
-    GSFile f(hexArray(all));
-    f.open();
+    ReadFile r(all);
+    GSFile& f = r.f;
     if (compact) {
         // The directory (an empty one) is in front of the string here: read it, then step back.
         EXPECT_EQ(f.startObjectMergingRead(), 0);
@@ -110,24 +108,8 @@ TEST(GSStringFile, RoundTripsLongAndBinaryText)
     std::string text(1000, 'x');
     text[500] = '\x01';
     for (short compact : {short(0), short(1)}) {
-        GSFile f(-100, 64);
-        qmtest::openForWriting(f);
-        if (compact)
-            f.startObjectMergingWrite(1);
-        ASSERT_EQ(GSString(text.c_str()).write(&f), 0);
-        if (compact) {
-            ASSERT_EQ(f.stopObjectMergingWrite(), 0);
-        }
-        GSFile r(qmtest::toArray(fileBytes(f)));
-        ASSERT_EQ(r.open(), 0);
-        if (compact) {
-            ASSERT_EQ(r.startObjectMergingRead(), 0);
-        }
         GSString s;
-        ASSERT_EQ(s.read(&r), 0);
+        ASSERT_EQ(readBack(written(GSString(text.c_str()), compact), compact, &s), 0);
         EXPECT_EQ(std::string(s.c_str()), text);
-        if (compact) {
-            ASSERT_EQ(r.stopObjectMergingRead(), 0);
-        }
     }
 }

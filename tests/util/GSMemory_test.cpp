@@ -57,16 +57,11 @@ TEST(GSMemFill, EveryWidthFillsExactlyTheCountAtAnyAlignment)
     checkFill<double>(-0.0, 1.0, [](double* p, double v, long n) { memsetDouble(p, v, n); });
 }
 
-TEST(GSMemFill, ShortFillUsesTheLow16BitsOfTheValue)
+TEST(GSMemFill, ShortFillsUseTheLow16BitsAndCountsBelowOneTouchNothing)
 {
-    unsigned short v[3] = {0, 0, 0};
-    GSMemSetUShort(v, 0x12345678, 3);
-    EXPECT_EQ(v[0], 0x5678);
-    EXPECT_EQ(v[2], 0x5678);
-}
-
-TEST(GSMemFill, CountsBelowOneTouchNothing)
-{
+    unsigned short s[3] = {0, 0, 0};
+    GSMemSetUShort(s, 0x12345678, 3);
+    EXPECT_EQ(s[2], 0x5678);
     int v[4] = {1, 2, 3, 4};
     GSMemSetLong(v, 9, -5);
     GSMemInvertLONG(v, -1);
@@ -92,7 +87,7 @@ TEST(GSMemInvert, ComplementsExactlyTheCountAtAnyAlignment)
     }
 }
 
-TEST(GSMemInvert, WiderValuesAreComplementedWhole)
+TEST(GSMemInvert, WiderValuesAreComplementedWholeFloatsBecomeOneMinusTheirValue)
 {
     std::vector<unsigned short> s(37);
     std::vector<int> l(37);
@@ -109,10 +104,6 @@ TEST(GSMemInvert, WiderValuesAreComplementedWhole)
         EXPECT_EQ(l[i], ~static_cast<int>(i * 100000 - 7));
     }
     EXPECT_EQ(l[0], -7);
-}
-
-TEST(GSMemInvert, FloatsBecomeOneMinusTheirValue)
-{
     std::vector<float> f(19);
     for (size_t i = 0; i < f.size(); ++i)
         f[i] = static_cast<float>(i) / 16.0f;
@@ -133,11 +124,9 @@ TEST(GSMemCopy, CopiesTheElementCount)
     GSMemCopyUShort(sd, s, 4);
     GSMemCopyLong(ld, l, 3);
     GSMemCopyFloat(fd, f, 1);
-    EXPECT_EQ(sd[3], 4);
-    EXPECT_EQ(sd[4], 0);
+    EXPECT_EQ(std::vector<int>(sd, sd + 5), (std::vector<int>{1, 2, 3, 4, 0}));
     EXPECT_EQ(ld[2], -3);
-    EXPECT_EQ(fd[0], 0.5f);
-    EXPECT_EQ(fd[1], 9.0f);
+    EXPECT_EQ(std::vector<float>(fd, fd + 2), (std::vector<float>{0.5f, 9.0f}));
 }
 
 TEST(GSMemCompareFloat, ComparesBitsNotValues)
