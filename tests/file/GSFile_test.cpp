@@ -1,5 +1,6 @@
 #include "gs/file/GSFile.h"
 #include "tests/file/FileTestSupport.h"
+#include "tests/support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -275,14 +276,14 @@ TEST(GSFileWorkers, AttachingRetainsAndOwnershipDecidesDeletion)
 
 TEST(GSFileOpen, InitWithIDOnStdioFiles)
 {
-    TempFolder dir;
+    ScratchFolder dir;
     GSFile missing(GSString((dir.path() + "/missing").c_str()));
     EXPECT_EQ(missing.open(), 1);
     EXPECT_FALSE(missing.isOpened());
     EXPECT_EQ(missing.initWithID("Quillmoor Document", 0), 1);
 
     // Reading checks the ID; writing replaces the content by the ID and a zero.
-    std::string const path = dir.write("doc", fromHex("51 6D 00 07 08 09"));
+    std::string const path = dir.write("doc", std::string("Qm\0\x07\x08\x09", 6));
     GSFile reader{GSString(path.c_str())}, writer{GSString(path.c_str())};
     EXPECT_EQ(reader.initWithID("Qm", 0), 0);
     EXPECT_FALSE(reader.isMemoryBased());
