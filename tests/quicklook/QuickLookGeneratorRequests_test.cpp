@@ -99,7 +99,7 @@ TEST_F(RequestTest, ThumbnailIsDrawnAtTheFittedSize)
         int type, width, height;
         double maxWidth, maxHeight, drawnWidth, drawnHeight;
     };
-    for (Case c : {Case{3, 256, 128, 127.4, 128, 127, 63}, // the rule gets the box as the service gives it
+    for (Case c : {Case{3, 256, 128, 127.6, 128, 128, 64}, // the rule gets the box as the service gives it
                    Case{2, 300, 1000, 256, 256, 76, 256}, Case{2, 40, 30, 128, 128, 40, 30}}) {
         qmdouble::reset();
         thumbnailRequest.contexts.clear();

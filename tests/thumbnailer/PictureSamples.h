@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace samples {
@@ -149,6 +150,47 @@ inline Bytes encodePng(Picture const& p, bool withAlpha, int level = 6, bool int
     shape.interlace = interlace;
     shape.level = level;
     return encodePng(pixels.data(), pixels.size(), p.width, p.height, shape);
+}
+
+// --- Reference scaling ---------------------------------------------------------------------------
+
+// The exact area average of `ch`-channel pixels (3: opaque RGB, 4: RGBA; rows `stride` bytes
+// apart) from sw x sh down to dw x dh, separably in doubles, with alpha premultiplied. Per output
+// pixel: premultiplied R, G, B and alpha, each 0..255.
+inline std::vector<double> areaAverage(uint8_t const* pixels, size_t stride, int sw, int sh, int ch, int dw, int dh)
+{
+    // The source pixels under output pixel o, each with the share of o it covers.
+    auto weights = [](int src, int dst, int o, std::vector<std::pair<int, double>>* w) {
+        double r = double(src) / dst, lo = o * r, hi = (o + 1) * r;
+        w->clear();
+        for (int s = int(std::floor(lo)); s < int(std::ceil(hi)) && s < src; ++s) {
+            double c = std::min(s + 1.0, hi) - std::max(double(s), lo);
+            if (c > 0)
+                w->push_back({s, c / r});
+        }
+    };
+    std::vector<double> rows(size_t(dw) * size_t(sh) * 4), out(size_t(dw) * size_t(dh) * 4);
+    std::vector<std::pair<int, double>> w;
+    for (int x = 0; x < dw; ++x) {
+        weights(sw, dw, x, &w);
+        for (int y = 0; y < sh; ++y)
+            for (auto [s, c] : w) {
+                uint8_t const* p = pixels + size_t(y) * stride + size_t(s) * size_t(ch);
+                double alpha = ch == 4 ? p[3] : 255;
+                double* o = &rows[(size_t(y) * size_t(dw) + size_t(x)) * 4];
+                for (int k = 0; k < 3; ++k)
+                    o[k] += c * p[k] * alpha / 255;
+                o[3] += c * alpha;
+            }
+    }
+    for (int y = 0; y < dh; ++y) {
+        weights(sh, dh, y, &w);
+        for (int x = 0; x < dw; ++x)
+            for (auto [s, c] : w)
+                for (size_t k = 0; k < 4; ++k)
+                    out[(size_t(y) * size_t(dw) + size_t(x)) * 4 + k] += c * rows[(size_t(s) * size_t(dw) + size_t(x)) * 4 + k];
+    }
+    return out;
 }
 
 // --- Hostile edits ------------------------------------------------------------------------------

@@ -3,12 +3,13 @@
 #include "thumbnailer/DesktopThumbnail.h"
 #include "thumbnailer/ThumbnailPng.h"
 
+#include "tests/support/ScratchFolder.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -45,13 +46,6 @@ TEST(ThumbnailCacheNames, ResolvesPathsAndFileUris)
 
 class ThumbnailCacheEntries : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        dir = fs::temp_directory_path() / ("qm-cache-test-" + std::to_string(getpid()));
-        fs::create_directories(dir);
-    }
-    void TearDown() override { fs::remove_all(dir); }
-
     std::string writeEntry(long mtime, long size)
     {
         ThumbnailInfo info;
@@ -65,7 +59,8 @@ protected:
         return (dir / "e.png").string();
     }
 
-    fs::path dir;
+    qmtest::ScratchFolder folder;
+    fs::path dir{folder.path()};
 };
 
 TEST_F(ThumbnailCacheEntries, AreUpToDateOnlyWhenModificationTimeAndSizeMatch)

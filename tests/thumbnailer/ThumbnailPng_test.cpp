@@ -1,5 +1,6 @@
 #include "thumbnailer/ThumbnailPng.h"
 
+#include "tests/support/ScratchFolder.h"
 #include "tests/support/TempFile.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +12,6 @@
 #include <map>
 #include <string>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -45,10 +45,6 @@ bool decodePng(uint8_t const* data, size_t size, Decoded* d)
     return ok;
 }
 
-std::string tempPath(char const* name)
-{
-    return (fs::temp_directory_path() / (std::string("qm-png-") + std::to_string(getpid()) + "-" + name)).string();
-}
 
 }  // namespace
 
@@ -100,7 +96,8 @@ TEST(ThumbnailPng, OpaquePicturesAreWrittenAsRgbAndUnsetFieldsAreLeftOut)
 
 TEST(ThumbnailPngFile, RewritesTheSameFileSeenThroughAnEarlierDescriptor)
 {
-    std::string path = tempPath("inplace.png");
+    qmtest::ScratchFolder folder;
+    std::string path = folder / "inplace.png";
     {
         std::ofstream(path) << "an older and much longer content than the new one";
     }
