@@ -111,7 +111,7 @@ TEST(JpegDecode, DecodesColoursAndSizeWholeAndScaled)
     EXPECT_EQ(image.height(), 16u);
 }
 
-TEST(JpegDecode, GreyscaleBecomesOpaqueGrey)
+TEST(JpegDecode, GreyAndInvertedCmykBecomeOpaqueRgb)
 {
     Bytes grey(16 * 8, 90);
     for (int i = 0; i < 8; ++i)
@@ -122,17 +122,13 @@ TEST(JpegDecode, GreyscaleBecomesOpaqueGrey)
     ASSERT_EQ(decodePicture(jpeg.data(), jpeg.size(), PictureFormat::jpeg, {}, &image), PictureStatus::ok);
     expectNear(image.row(4) + 2 * 4, {90, 90, 90}, 2, "left");
     expectNear(image.row(4) + 12 * 4, {200, 200, 200}, 2, "right");
-}
 
-TEST(JpegDecode, InvertedCmykIsConvertedToRgb)
-{
     // Stored CMYK values as Adobe writes them: 255 means no ink. C=255, M=0, Y=255, K=255 is pure
     // magenta ink: red and blue full, green none.
     Bytes cmyk(8 * 8 * 4);
     for (std::size_t i = 0; i < cmyk.size(); i += 4)
         cmyk[i] = 255, cmyk[i + 1] = 0, cmyk[i + 2] = 255, cmyk[i + 3] = 255;
-    Bytes jpeg = encodeJpeg(cmyk, 8, 8, TJPF_CMYK, TJSAMP_444);
-    RGBAImage image;
+    jpeg = encodeJpeg(cmyk, 8, 8, TJPF_CMYK, TJSAMP_444);
     ASSERT_EQ(decodePicture(jpeg.data(), jpeg.size(), PictureFormat::jpeg, {}, &image), PictureStatus::ok);
     expectNear(image.row(3) + 3 * 4, {255, 0, 255}, 3, "magenta");
 }
