@@ -51,6 +51,20 @@ protected:
         return value;
     }
 
+    // `read` gives `expected` over the bytes of `hex` and consumes them; one byte short, it fails
+    // and leaves its output alone.
+    template <class T, class U>
+    void reads(short (GSFile::*read)(T*), std::string const& hex, U expected)
+    {
+        auto const value = static_cast<T>(expected);
+        EXPECT_EQ(get(read, hex), value) << hex;
+        std::vector<unsigned char> bytes = fromHex(hex);
+        bytes.pop_back();
+        T output = value;
+        EXPECT_EQ(((*makeFile(bytes)).*read)(&output), 1) << hex << " one byte short";
+        EXPECT_EQ(output, value) << hex << " one byte short";
+    }
+
     std::vector<std::unique_ptr<TempFile>> temps;
 };
 

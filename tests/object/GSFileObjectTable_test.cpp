@@ -31,7 +31,8 @@ std::string fullObject(std::string const& name)
 {
     char count[8];
     std::snprintf(count, sizeof count, "%02zX", name.size() + 1);
-    return "00 FF 9B 00 00 00 " + std::string(count) + " " + asciiHex(name) + " 00 " + kPointClassic;
+    return "00 FF 9B 00 00 00 " + std::string(count) + " " + toHex(std::vector<unsigned char>(name.begin(), name.end())) +
+           " 00 " + kPointClassic;
 }
 
 // The bytes of what `write(file)` writes under a table with 32- or 64-bit positions.

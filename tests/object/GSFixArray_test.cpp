@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace {
@@ -26,26 +27,17 @@ void fill(GSFixArray<long, N>& a, long n)
 
 } // namespace
 
-TEST(GSFixArrayConstruction, InitialSizePicksInlineOrHeap)
+TEST(GSFixArrayGrowth, InlineUpToNThenTwiceTheCountPlusTwoOnTheHeap)
 {
-    GSFixArray<int, 8> none;
-    EXPECT_EQ(none.getCapacity(), 0);
-    EXPECT_TRUE(none.isInline());
-    GSFixArray<int, 8> small(3);
-    EXPECT_EQ(small.getCapacity(), 3);
+    GSFixArray<int, 8> small(3), large(20);
     EXPECT_TRUE(small.isInline());
-    GSFixArray<int, 8> large(20);
     EXPECT_EQ(large.getCapacity(), 20);
     EXPECT_FALSE(large.isInline());
-    EXPECT_EQ(large.getCount(), 0);
     EXPECT_EQ(small.init(-1), 1);
     EXPECT_EQ(small.getCapacity(), 0);
     EXPECT_EQ(large.init(0), 0);
     EXPECT_TRUE(large.isInline());
-}
 
-TEST(GSFixArrayGrowth, GrowsInlineUpToNThenDoublesOnTheHeap)
-{
     GSFixArray<long, 64> a; // the registry's shape
     ASSERT_EQ(a.add(0), 0);
     EXPECT_EQ(a.getCapacity(), 64); // 2 * (0 + 1), raised to 64
@@ -56,14 +48,12 @@ TEST(GSFixArrayGrowth, GrowsInlineUpToNThenDoublesOnTheHeap)
     EXPECT_FALSE(a.isInline());
     EXPECT_EQ(a[64], 64);
     EXPECT_EQ(a[63], 62);
-
     GSFixArray<long, 16> b(2);
     fill(b, 3);
     EXPECT_EQ(b.getCapacity(), 16); // 2 * (2 + 1) = 6, raised to 16, still inline
-    EXPECT_TRUE(b.isInline());
     GSFixArray<long, 4> c(4);
     fill(c, 5);
-    EXPECT_EQ(c.getCapacity(), 10); // twice the capacity plus 2 for single insertions
+    EXPECT_EQ(c.getCapacity(), 10);
     EXPECT_EQ(contents(c), (std::vector<long>{0, 1, 2, 3, 4}));
 }
 
@@ -76,90 +66,71 @@ TEST(GSFixArrayInsert, NegativeIndexAppendsAndAnIndexPastTheCountFails)
     EXPECT_EQ(contents(a), (std::vector<int>{1, 3, 2}));
     EXPECT_EQ(a.insertAt(4, v, 1), 1);
     EXPECT_EQ(a.insertAt(0, v, -1), 1);
-    EXPECT_EQ(a.getCount(), 3);
     a.removeAt(0, 2);
     EXPECT_EQ(contents(a), (std::vector<int>{2}));
 }
 
-TEST(GSFixArrayInsert, OwnElementOfAFullRegistryArrayIsSafe)
+// Own elements as the source while the array moves to the heap, or to a larger heap block: the
+// old storage must outlive the copy.
+TEST(GSFixArrayInsert, OwnElementsSurviveTheMoveToTheHeap)
 {
     GSFixArray<GSRuntimeClass*, 64> a;
     std::vector<GSRuntimeClass*> expected;
-    for (long i = 0; i < 64; ++i) {
-        // Distinct pointer values; they are never followed.
-        auto* p = reinterpret_cast<GSRuntimeClass*>(static_cast<std::uintptr_t>(0x1000 + 16 * i));
+    for (long i = 0; i < 64; ++i) // distinct pointer values; they are never followed
+        expected.push_back(reinterpret_cast<GSRuntimeClass*>(static_cast<std::uintptr_t>(0x1000 + 16 * i)));
+    for (auto* p : expected)
         ASSERT_EQ(a.add(p), 0);
-        expected.push_back(p);
-    }
-    ASSERT_EQ(a.insertAt(0, &a[63], 1), 0); // moves to the heap while reading the source inline
+    ASSERT_EQ(a.insertAt(0, &a[63], 1), 0);
     expected.insert(expected.begin(), expected[63]);
-    EXPECT_EQ(contents(a), expected);
     ASSERT_FALSE(a.isInline());
-    // Full on the heap, several own elements at once: the old block outlives the copy.
-    long n = a.getCapacity() - a.getCount();
-    for (long i = 0; i < n; ++i)
+    for (long i = 0, n = a.getCapacity() - a.getCount(); i < n; ++i) {
         ASSERT_EQ(a.add(a[i]), 0);
-    expected.insert(expected.end(), expected.begin(), expected.begin() + n);
+        expected.push_back(expected[static_cast<size_t>(i)]);
+    }
     ASSERT_EQ(a.insertAt(10, &a[5], 30), 0);
     expected.insert(expected.begin() + 10, expected.begin() + 5, expected.begin() + 35);
     EXPECT_EQ(contents(a), expected);
-}
 
-TEST(GSFixArrayInsert, StringsSurviveTheMoveToTheHeap)
-{
-    GSFixArray<GSString, 4> a(4);
-    std::vector<std::string> expected;
+    GSFixArray<GSString, 4> s(4);
+    std::vector<std::string> texts;
     for (int i = 0; i < 6; ++i) {
-        std::string text = "string number " + std::to_string(i) + " long enough to live on the heap";
-        ASSERT_EQ(a.add(GSString(text.c_str())), 0);
-        expected.push_back(text);
+        texts.push_back("string number " + std::to_string(i) + " long enough to live on the heap");
+        ASSERT_EQ(s.add(GSString(texts.back().c_str())), 0);
     }
-    ASSERT_EQ(a.insertAt(1, &a[4], 2), 0);
-    expected.insert(expected.begin() + 1, {expected[4], expected[5]});
+    ASSERT_EQ(s.insertAt(1, &s[4], 2), 0);
+    texts.insert(texts.begin() + 1, {texts[4], texts[5]});
     std::vector<std::string> got;
-    for (GSString const& s : a)
-        got.push_back(s.c_str());
-    EXPECT_EQ(got, expected);
+    for (GSString const& t : s)
+        got.push_back(t.c_str());
+    EXPECT_EQ(got, texts);
 }
 
 TEST(GSFixArrayAllocation, FailedMoveToTheHeapKeepsTheElementsInline)
 {
     GSFixArray<long, 4> a;
     fill(a, 4);
+    GSFixArrayPointer<unsigned short, 256> p;
+    ASSERT_EQ(p.create(300), 0);
+    EXPECT_EQ(p->getCapacity(), 300);
     ArrayAllocationFailures failures;
     EXPECT_EQ(a.add(4), 1);
     EXPECT_TRUE(a.isInline());
     EXPECT_EQ(contents(a), (std::vector<long>{0, 1, 2, 3}));
     EXPECT_EQ(a.init(100), 1);
-    EXPECT_EQ(a.getCount(), 0);
     EXPECT_EQ(a.getCapacity(), 0);
-}
-
-TEST(GSFixArrayPointerOwnership, CreatesOnDemand)
-{
-    GSFixArrayPointer<unsigned short, 256> p;
+    EXPECT_EQ(p.create(300), 1);
     EXPECT_FALSE(p);
-    ASSERT_EQ(p.create(300), 0);
-    EXPECT_EQ(p->getCapacity(), 300);
-    {
-        ArrayAllocationFailures failures;
-        EXPECT_EQ(p.create(300), 1);
-        EXPECT_FALSE(p);
-    }
 }
 
 TEST(GSRuntimeClassRegistry, HoldsMoreThanItsInlineSlots)
 {
     long before = GSRuntimeClass::getRegisteredCount();
     static std::vector<std::unique_ptr<GSRuntimeClass>> classes;
-    for (int i = 0; i < 70; ++i) {
-        std::string name = "RegistryTestClass" + std::to_string(100 + i);
-        classes.push_back(std::make_unique<GSRuntimeClass>(GSString(name.c_str()), nullptr, nullptr));
-    }
+    auto name = [](int i) { return "RegistryTestClass" + std::to_string(100 + i); };
+    for (int i = 0; i < 70; ++i)
+        classes.push_back(std::make_unique<GSRuntimeClass>(GSString(name(i).c_str()), nullptr, nullptr));
     EXPECT_EQ(GSRuntimeClass::getRegisteredCount(), before + 70);
-    for (int i = 0; i < 70; ++i) {
-        std::string name = "RegistryTestClass" + std::to_string(100 + i);
-        EXPECT_EQ(GSRuntimeClass::getRuntimeClassForName(GSString(name.c_str())), classes[i].get()) << name;
-    }
+    for (int i = 0; i < 70; ++i)
+        EXPECT_EQ(GSRuntimeClass::getRuntimeClassForName(GSString(name(i).c_str())), classes[i].get()) << name(i);
     EXPECT_EQ(GSRuntimeClass::getRuntimeClassForName(GSString("GSObject")), &GSObject::gsClassGSObject);
 }

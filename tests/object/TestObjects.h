@@ -114,17 +114,9 @@ public:
 
 inline int xOf(GSObject const* o) { return static_cast<QMPoint const*>(o)->x; }
 
-// A memory file open for writing and reading.
-inline void openForWriting(GSFile& f)
-{
-    f.setAccessMode("wb+");
-    f.open();
-}
-
 inline std::vector<unsigned char> fileBytes(GSFile const& f)
 {
-    auto* memory = static_cast<GSFileWorkerMemory*>(f.getFileWorker());
-    GSDynaArray<unsigned char> const& a = memory->getArray();
+    GSDynaArray<unsigned char> const& a = static_cast<GSFileWorkerMemory*>(f.getFileWorker())->getArray();
     return std::vector<unsigned char>(a.getPointer(), a.getPointer() + a.getCount());
 }
 
@@ -136,11 +128,6 @@ inline GSDynaArray<unsigned char> toArray(std::vector<unsigned char> const& byte
     a.append(bytes.data(), static_cast<long>(bytes.size()));
     return a;
 }
-
-inline GSDynaArray<unsigned char> hexArray(std::string const& hex) { return toArray(fromHex(hex)); }
-
-// The hex of an ASCII text, for building golden strings readably.
-inline std::string asciiHex(std::string const& text) { return toHex(std::vector<unsigned char>(text.begin(), text.end())); }
 
 template <class T>
 GSDynaArray<T> arrayOf(std::vector<T> const& values, long capacity = 0, long growth = -100)
@@ -158,7 +145,11 @@ std::vector<T> contents(GSDynaArray<T> const& a)
 
 // An empty memory file open for writing, and an open memory file over given bytes.
 struct WriteFile {
-    WriteFile() : f(-100, 64) { openForWriting(f); }
+    WriteFile() : f(-100, 64)
+    {
+        f.setAccessMode("wb+");
+        f.open();
+    }
     GSFile f;
 };
 

@@ -52,15 +52,3 @@ TEST(GSSystemVersion, BuiltFromTheRunningSystemsRelease)
     EXPECT_EQ(v >> 8 & 0xFF, minor > 255 ? 255 : minor);
     EXPECT_EQ(GSGetOSVersion(), v);
 }
-
-TEST(GSSystemProcess, IdentifierIsThisProcesses)
-{
-    EXPECT_EQ(GSGetProcessID(), static_cast<int>(getpid()));
-    pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0)
-        _exit(GSGetProcessID() == static_cast<int>(getpid()) ? 0 : 1);
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(WEXITSTATUS(status), 0);
-}
