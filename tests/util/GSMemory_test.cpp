@@ -9,38 +9,34 @@
 
 namespace {
 
-// Every start offset within a vector's width, and lengths around the 16- and 32-byte block sizes,
-// so that the head, the block loop and the tail are each hit with and without the others.
-struct Shape {
-    long offset;
-    long count;
-};
-
-std::vector<Shape> shapes()
+// Runs `op` on `count` elements at `offset` inside a guarded buffer whose element i starts as
+// start(i), and checks that exactly those elements became changed(old), bit for bit. Every start
+// offset within a vector's width, and counts around the 16- and 32-byte block sizes, so that the
+// head, the block loop and the tail are each hit with and without the others.
+template <class T, class Start, class Op, class Changed>
+void checkShapes(Start start, Op op, Changed changed)
 {
-    std::vector<Shape> out;
+    long const guard = 40;
     for (long offset = 0; offset < 9; ++offset)
-        for (long count : {0L, 1L, 2L, 3L, 4L, 7L, 8L, 9L, 15L, 16L, 17L, 31L, 32L, 33L, 100L})
-            out.push_back({offset, count});
-    return out;
+        for (long count : {0L, 1L, 2L, 3L, 4L, 7L, 8L, 9L, 15L, 16L, 17L, 31L, 32L, 33L, 100L}) {
+            std::vector<T> buffer(static_cast<size_t>(guard + offset + count + guard));
+            for (size_t i = 0; i < buffer.size(); ++i)
+                buffer[i] = start(i);
+            std::vector<T> const original = buffer;
+            op(buffer.data() + guard + offset, count);
+            for (long i = 0; i < static_cast<long>(buffer.size()); ++i) {
+                T const old = original[static_cast<size_t>(i)];
+                T const expected = i >= guard + offset && i < guard + offset + count ? changed(old) : old;
+                ASSERT_EQ(std::memcmp(&buffer[static_cast<size_t>(i)], &expected, sizeof(T)), 0)
+                    << "offset " << offset << " count " << count << " index " << i;
+            }
+        }
 }
 
-constexpr long kGuard = 40;
-
-// Fills `count` elements at `offset` inside a guarded buffer and checks the fill and both guards.
 template <class T, class Fill>
 void checkFill(T value, T guard, Fill fill)
 {
-    for (Shape s : shapes()) {
-        std::vector<T> buffer(static_cast<size_t>(kGuard + s.offset + s.count + kGuard), guard);
-        fill(buffer.data() + kGuard + s.offset, value, s.count);
-        for (long i = 0; i < static_cast<long>(buffer.size()); ++i) {
-            bool inside = i >= kGuard + s.offset && i < kGuard + s.offset + s.count;
-            T expected = inside ? value : guard;
-            ASSERT_EQ(std::memcmp(&buffer[static_cast<size_t>(i)], &expected, sizeof(T)), 0)
-                << "offset " << s.offset << " count " << s.count << " index " << i;
-        }
-    }
+    checkShapes<T>([&](size_t) { return guard; }, [&](T* p, long n) { fill(p, value, n); }, [&](T) { return value; });
 }
 
 } // namespace
@@ -57,6 +53,23 @@ TEST(GSMemFill, EveryWidthFillsExactlyTheCountAtAnyAlignment)
     checkFill<double>(-0.0, 1.0, [](double* p, double v, long n) { memsetDouble(p, v, n); });
 }
 
+// Integers are complemented bit by bit; floats x become 1.0 - x (the inversion of an intensity).
+TEST(GSMemInvert, EveryWidthInvertsExactlyTheCountAtAnyAlignment)
+{
+    auto complement = [](auto o) { return static_cast<decltype(o)>(~o); };
+    checkShapes<unsigned char>([](size_t i) { return static_cast<unsigned char>(i * 37 + 5); },
+                               [](unsigned char* p, long n) { GSMemInvert(p, n); }, complement);
+    checkShapes<unsigned short>([](size_t i) { return static_cast<unsigned short>(i * 1000 + 1); },
+                                [](unsigned short* p, long n) { GSMemInvertUSHORT(p, n); }, complement);
+    checkShapes<unsigned short>([](size_t i) { return static_cast<unsigned short>(i * 77); },
+                                [](unsigned short* p, long n) { meminvertUSHORT(p, n); }, complement);
+    checkShapes<int>([](size_t i) { return static_cast<int>(i * 100000) - 7; }, [](int* p, long n) { GSMemInvertLONG(p, n); },
+                     complement);
+    for (auto invert : {&GSMemInvertFloat, &meminvertFloat})
+        checkShapes<float>([](size_t i) { return static_cast<float>(i) / 16.0f; }, [&](float* p, long n) { invert(p, n); },
+                           [](float o) { return 1.0f - o; });
+}
+
 TEST(GSMemFill, ShortFillsUseTheLow16BitsAndCountsBelowOneTouchNothing)
 {
     unsigned short s[3] = {0, 0, 0};
@@ -68,52 +81,6 @@ TEST(GSMemFill, ShortFillsUseTheLow16BitsAndCountsBelowOneTouchNothing)
     GSMemSet(v, 0, -1);
     EXPECT_EQ(v[0], 1);
     EXPECT_EQ(v[3], 4);
-}
-
-TEST(GSMemInvert, ComplementsExactlyTheCountAtAnyAlignment)
-{
-    for (Shape s : shapes()) {
-        std::vector<unsigned char> bytes(static_cast<size_t>(kGuard + s.offset + s.count + kGuard));
-        for (size_t i = 0; i < bytes.size(); ++i)
-            bytes[i] = static_cast<unsigned char>(i * 37 + 5);
-        std::vector<unsigned char> original = bytes;
-        GSMemInvert(bytes.data() + kGuard + s.offset, s.count);
-        for (long i = 0; i < static_cast<long>(bytes.size()); ++i) {
-            bool inside = i >= kGuard + s.offset && i < kGuard + s.offset + s.count;
-            auto o = original[static_cast<size_t>(i)];
-            ASSERT_EQ(bytes[static_cast<size_t>(i)], inside ? static_cast<unsigned char>(~o) : o)
-                << "offset " << s.offset << " count " << s.count << " index " << i;
-        }
-    }
-}
-
-TEST(GSMemInvert, WiderValuesAreComplementedWholeFloatsBecomeOneMinusTheirValue)
-{
-    std::vector<unsigned short> s(37);
-    std::vector<int> l(37);
-    for (size_t i = 0; i < s.size(); ++i) {
-        s[i] = static_cast<unsigned short>(i * 1000 + 1);
-        l[i] = static_cast<int>(i * 100000 - 7);
-    }
-    GSMemInvertUSHORT(s.data() + 1, 35);
-    meminvertUSHORT(s.data() + 36, 1);
-    GSMemInvertLONG(l.data() + 1, 36);
-    EXPECT_EQ(s[0], 1);
-    for (size_t i = 1; i < s.size(); ++i) {
-        EXPECT_EQ(s[i], static_cast<unsigned short>(~(i * 1000 + 1)));
-        EXPECT_EQ(l[i], ~static_cast<int>(i * 100000 - 7));
-    }
-    EXPECT_EQ(l[0], -7);
-    std::vector<float> f(19);
-    for (size_t i = 0; i < f.size(); ++i)
-        f[i] = static_cast<float>(i) / 16.0f;
-    meminvertFloat(f.data(), 18);
-    EXPECT_EQ(f[4], 0.75f); // 0.25 -> 0.75
-    EXPECT_EQ(f[0], 1.0f);
-    EXPECT_EQ(f[17], 1.0f - 17.0f / 16.0f);
-    EXPECT_EQ(f[18], 18.0f / 16.0f); // beyond the count
-    GSMemInvertFloat(f.data(), 18);
-    EXPECT_EQ(f[4], 0.25f);
 }
 
 TEST(GSMemCopy, CopiesTheElementCount)
