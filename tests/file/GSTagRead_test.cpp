@@ -76,7 +76,7 @@ TEST(GSTagReadVersion, TooNewSkipsToTheEndOfTheSequence)
     EXPECT_EQ(GSTagRead(&damaged.f).readVersion(0x0302, nullptr), 1);
 }
 
-TEST(GSTagReadHeaders, ClassicAndByteHeaders)
+TEST(GSTagReadHeaders, ClassicHeadersEndTagAndFailure)
 {
     ReadFile classic("00 00 00 05 00 00 00 10  FF FF FF FF  00 00 00");
     GSTagRead reader(&classic.f);
@@ -88,20 +88,6 @@ TEST(GSTagReadHeaders, ClassicAndByteHeaders)
     EXPECT_EQ(reader.read(), GSTagRead::kEndTag);
     EXPECT_EQ(reader.read(), GSTagRead::kReadFailure);
     EXPECT_EQ(reader.getSize(), 0);
-
-    ReadFile bytes("32  05 10  85 00 00 00 00 00 00 01 00  7F  FF  06");
-    GSTagRead byteReader(&bytes.f);
-    short version = 0;
-    EXPECT_EQ(byteReader.readByteVersion(&version), 0);
-    EXPECT_EQ(version, 0x0302);
-    for (auto [tag, size] : {std::pair{5, 16L}, std::pair{5, 256L}, std::pair{int(GSTagRead::kEndTag), 0L}, std::pair{int(GSTagRead::kEndTag), 0L}}) {
-        EXPECT_EQ(byteReader.readByteTag(), 0);
-        EXPECT_EQ(byteReader.getTag(), tag);
-        if (tag != GSTagRead::kEndTag) {
-            EXPECT_EQ(byteReader.getSize(), size);
-        }
-    }
-    EXPECT_EQ(byteReader.readByteTag(), 1); // a short header without its size byte
 }
 
 TEST(GSTagReadHeaders, CompactModeHeadersAndSkips)
@@ -112,7 +98,7 @@ TEST(GSTagReadHeaders, CompactModeHeadersAndSkips)
             hex += " AA";
         return hex;
     };
-    CompactFile c("32  05 10" + filler(16) + "  85 00 00 00 00 00 00 01 00" + filler(256) + "  06 00  FF");
+    CompactFile c("32  05 10" + filler(16) + "  85 00 00 00 00 00 00 01 00" + filler(256) + "  06 00  7F FF");
     GSTagRead reader(&c.file);
     short version = 0;
     EXPECT_EQ(reader.readVersion(0x0302, &version), 0);
@@ -123,6 +109,9 @@ TEST(GSTagReadHeaders, CompactModeHeadersAndSkips)
         EXPECT_EQ(reader.skip(), 0);
     }
     EXPECT_EQ(reader.read(), GSTagRead::kEndTag);
+    EXPECT_EQ(reader.read(), GSTagRead::kEndTag); // FF ends a sequence as 7F does
+    CompactFile cut("05");
+    EXPECT_EQ(GSTagRead(&cut.file).read(), GSTagRead::kReadFailure); // a short header without its size byte
 }
 
 // A memory worker that counts the bytes handed out.
