@@ -124,7 +124,8 @@ TEST(ObjectArrayCopy, CopiesEveryElementKeepingNullsAndStopsAtAFailedCopy)
     EXPECT_EQ(xOf(target.getElementAt(0)), 4);
 }
 
-TEST(ObjectArrayOwnership, RetainsWhileHeldAndReleasesLastToFirst)
+// Copies retain every element; the last holder releases them from the last to the first.
+TEST(ObjectArrayOwnership, CopiesRetainAndTheLastHolderReleasesLastToFirst)
 {
     destroyed().clear();
     {
@@ -133,6 +134,18 @@ TEST(ObjectArrayOwnership, RetainsWhileHeldAndReleasesLastToFirst)
         EXPECT_EQ(a.getElementAt(0)->getRefCount(), 1);
         EXPECT_EQ(a.getElementAt(5), nullptr);
         EXPECT_EQ(a.getElementAt(-1), nullptr);
+        ObjectArray b(a);
+        EXPECT_EQ(b.getGrowth(), -100);
+        ObjectArray c(4, 16);
+        c = b;
+        ObjectArray& same = c;
+        c = same; // self-assignment keeps the elements and their counts
+        EXPECT_EQ(a.getElementAt(3)->getRefCount(), 3);
+        c.removeNULLObjects();
+        EXPECT_EQ(c.getCount(), 4);
+        a.empty();
+        b.empty();
+        EXPECT_TRUE(destroyed().empty());
     }
     EXPECT_EQ(destroyed(), (std::vector<int>{4, 3, 2, 1}));
 }
@@ -169,29 +182,6 @@ TEST(ObjectArrayOwnership, RemovalReplacementAndFailedInsertionsBalanceTheCounts
     EXPECT_EQ(keep.getRefCount(), 2);
     EXPECT_EQ(b.getCount(), 2); // the raised count of a failed insertion, holding null
     EXPECT_EQ(b.getElementAt(1), nullptr);
-}
-
-TEST(ObjectArrayOwnership, CopiesRetainEveryElement)
-{
-    Tracked keep(0);
-    keep.retain();
-    ObjectArray a;
-    fill(a, {&keep, nullptr});
-    ObjectArray b(a);
-    EXPECT_EQ(keep.getRefCount(), 3);
-    EXPECT_EQ(b.getGrowth(), -100);
-    ObjectArray c(4, 16);
-    c = b;
-    ObjectArray& same = c;
-    c = same; // self-assignment keeps the elements and their counts
-    EXPECT_EQ(keep.getRefCount(), 4);
-    EXPECT_EQ(c.getCount(), 2);
-    c.removeNULLObjects();
-    EXPECT_EQ(c.getCount(), 1);
-    c.empty();
-    b.empty();
-    a.empty();
-    EXPECT_EQ(keep.getRefCount(), 1);
 }
 
 TEST(ObjectArrayClasses, FindRuntimeClassMatchesTheExactClassFromStart)
