@@ -83,7 +83,7 @@ int waitFor(pid_t child)
 
 } // namespace
 
-TEST(GSSafeSave, WritesBesideTheTargetAndExchangesAtClose)
+TEST(GSSafeSave, WritesBesideAnExistingTargetAndExchangesAtClose)
 {
     ScratchFolder dir;
     std::string target = dir.write("doc.qmd", "old");
@@ -108,28 +108,19 @@ TEST(GSSafeSave, WritesBesideTheTargetAndExchangesAtClose)
     struct stat st;
     ASSERT_EQ(stat(target.c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0640u); // the replaced file's permissions carry over
-}
 
-TEST(GSSafeSave, NewFilesAndSafetyModeZeroAreWrittenInPlace)
-{
-    ScratchFolder dir;
-    GSFile fresh(specFor(dir / "new.qmd"), 0);
-    fresh.setSafetyMode(1);
-    fresh.setAccessMode("wb");
-    ASSERT_EQ(fresh.open(), 0);
-    EXPECT_EQ(fresh.getWorkingFileSpec(), specFor(dir / "new.qmd"));
-    ASSERT_EQ(fresh.close(), 0);
-
-    std::string target = dir.write("doc.qmd", "old");
-    GSFile direct(specFor(target), 0);
-    direct.setSafetyMode(0);
-    direct.setAccessMode("wb");
-    ASSERT_EQ(direct.open(), 0);
-    EXPECT_EQ(direct.getWorkingFileSpec(), specFor(target));
-    EXPECT_EQ(readText(target), ""); // truncated at once: no safety
-    ASSERT_EQ(direct.write("x", 1), 0);
-    ASSERT_EQ(direct.close(), 0);
-    EXPECT_EQ(readText(target), "x");
+    // A new file, and any file with safety mode 0, is written in place (truncated at once).
+    for (auto [name, safety] : {std::pair{"new.qmd", 1}, std::pair{"doc.qmd", 0}}) {
+        GSFile direct(specFor(dir / name), 0);
+        direct.setSafetyMode(safety);
+        direct.setAccessMode("wb");
+        ASSERT_EQ(direct.open(), 0);
+        EXPECT_EQ(direct.getWorkingFileSpec(), specFor(dir / name));
+        EXPECT_EQ(readText(dir / name), "");
+        ASSERT_EQ(direct.write("x", 1), 0);
+        ASSERT_EQ(direct.close(), 0);
+        EXPECT_EQ(readText(dir / name), "x");
+    }
     EXPECT_EQ(dir.listing(), "doc.qmd new.qmd");
 }
 
