@@ -65,6 +65,16 @@ protected:
         EXPECT_EQ(output, value) << hex << " one byte short";
     }
 
+    // `write` of `value` gives the bytes of `hex`, which `read` reads back as above.
+    template <class T, class U>
+    void encodes(short (GSFile::*write)(T), short (GSFile::*read)(T*), std::string const& hex, U value)
+    {
+        GSFile out(-100, 0);
+        EXPECT_EQ((out.*write)(static_cast<T>(value)), 0);
+        EXPECT_EQ(toHex(fileBytes(out)), hex);
+        reads(read, hex, value);
+    }
+
     std::vector<std::unique_ptr<TempFile>> temps;
 };
 

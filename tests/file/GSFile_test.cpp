@@ -58,26 +58,29 @@ TEST_P(GSFileRead, CompactValuesCutShortOrTooLong)
 
 // Floats and doubles are a 32-bit mantissa (a fraction) and a 16-bit exponent unless the file's
 // flags ask for IEEE values; float exponents are clamped to the float range.
-TEST_P(GSFileRead, FixedWidthValues)
+TEST_P(GSFileRead, FixedWidthValuesInBothDirections)
 {
-    reads(&GSFile::readShort, "FF FE", -2);
-    reads(&GSFile::readLittleShort, "FE FF", -2);
-    reads(&GSFile::readLong, "12 34 56 78", 0x12345678);
-    reads(&GSFile::readLittleLong, "78 56 34 12", 0x12345678);
-    reads(&GSFile::readLongLong, "00 00 00 01 00 00 00 02", 4294967298L);
+    encodes(&GSFile::writeShort, &GSFile::readShort, "FF FE", -2);
+    encodes(&GSFile::writeLittleShort, &GSFile::readLittleShort, "FE FF", -2);
+    encodes(&GSFile::writeLong, &GSFile::readLong, "12 34 56 78", 0x12345678);
+    encodes(&GSFile::writeLittleLong, &GSFile::readLittleLong, "78 56 34 12", 0x12345678);
+    encodes(&GSFile::writeLongLong, &GSFile::readLongLong, "00 00 00 01 00 00 00 02", 4294967298L);
+    encodes(&GSFile::writeIntAsShort, &GSFile::readIntAsShort, "FF FE", -2);
+    encodes(&GSFile::writeBool, &GSFile::readBool, "C8", 200);
+    encodes(&GSFile::writeChar, &GSFile::readChar, "C8", 200);
+    encodes(&GSFile::writePointer, &GSFile::readPointer, "00 00 00 00 00 00 10 00", reinterpret_cast<void*>(0x1000));
+    encodes(&GSFile::writeArrayCount, &GSFile::readArrayCount, "FF FF FF FE", -2); // outside compact mode: int32
+    encodes(&GSFile::writeStandardFloat, &GSFile::readStandardFloat, "C0 00 00 00", -2.0f);
+    encodes(&GSFile::writeStandardDouble, &GSFile::readStandardDouble, "C0 00 00 00 00 00 00 00", -2.0);
+    encodes(&GSFile::writeFloat, &GSFile::readFloat, "20 00 00 00 00 02", 2.0f);
+    encodes(&GSFile::writeFloat, &GSFile::readFloat, "D0 00 00 00 00 00", -0.75f);
+    encodes(&GSFile::writeDouble, &GSFile::readDouble, "20 00 00 00 FF 9D", std::ldexp(1.0, -100));
     reads(&GSFile::readLongLong, "FF FF FF FF FF FF FF FE", -2);
     reads(&GSFile::readLittleLongLong, "02 00 00 00 01 00 00 00", 4294967298L);
-    reads(&GSFile::readIntAsShort, "FF FE", -2);
     reads(&GSFile::readIntAsUShort, "FF FE", 65534);
-    reads(&GSFile::readBool, "C8", 200);
-    reads(&GSFile::readChar, "C8", 200);
-    reads(&GSFile::readPointer, "00 00 00 00 00 00 10 00", reinterpret_cast<void*>(0x1000));
-    reads(&GSFile::readArrayCount, "FF FF FF FE", -2); // outside compact mode: a signed int32
-    reads(&GSFile::readStandardFloat, "40 00 00 00", 2.0f);
     reads(&GSFile::readLittleStandardFloat, "00 00 00 40", 2.0f);
-    reads(&GSFile::readStandardDouble, "C0 00 00 00 00 00 00 00", -2.0);
     reads(&GSFile::readLittleStandardDouble, "00 00 00 00 00 00 00 C0", -2.0);
-    reads(&GSFile::readFloat, "40 00 00 00 00 01", 2.0f);
+    reads(&GSFile::readFloat, "40 00 00 00 00 01", 2.0f); // not normalised
     reads(&GSFile::readFloat, "C0 00 00 00 00 26", FLT_MAX); // exponent 38: the largest float whatever the sign
     EXPECT_EQ(get(&GSFile::readFloat, "40 00 00 00 FF DB", 0, 1.0f), 0.0f); // exponent -37
     reads(&GSFile::readFloat, "40 00 00 00 FF DC", std::ldexp(1.0f, -36));
