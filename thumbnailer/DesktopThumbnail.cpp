@@ -143,18 +143,23 @@ int makeDocumentThumbnail(std::string const& path, std::string const& uri, int s
     info->mtime = long(st.st_mtime);
     info->size = long(st.st_size);
 
-    GSDynaArray<unsigned char> bytes(8, -100);
+    // The walk only locates the picture; its bytes are read from the file as they are decoded.
     GSThumbnailLimits const limits;
-    GSThumbnailResult found = GSFindThumbnail(GSFileSpec(GSString(path.c_str())), &bytes, limits);
+    GSThumbnailResult found = GSFindThumbnail(GSFileSpec(GSString(path.c_str())), nullptr, limits);
     if (!found.hasPicture()) {
         *message = qm::describeFailure(found);
         return qm::exitCodeFor(found.reason);
     }
-
+    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        *message = std::strerror(errno);
+        return qm::kExitCannotRead;
+    }
     qm::PictureLimits pictureLimits;
     RenderedThumbnail rendered;
-    qm::PictureStatus ps = renderThumbnail(bytes.getPointer(), size_t(bytes.getCount()), found.pictureType, size,
-                                           pictureLimits, &rendered);
+    qm::PictureStatus ps = renderThumbnailFromFile(fd, found.pictureOffset, found.pictureBytes, found.pictureType,
+                                                   size, pictureLimits, &rendered);
+    ::close(fd);
     if (ps != qm::PictureStatus::ok) {
         *message = pictureFailureText(ps);
         return qm::kExitDamaged;

@@ -178,9 +178,20 @@ PictureStatus pngStatus(int error)
     }
 }
 
-// Opens a PNG context over the bytes with the limits set and its header read and checked.
-PictureStatus openPng(PngContext* png, std::uint8_t const* bytes, std::size_t count, PictureLimits const& limits,
-                      spng_ihdr* ihdr)
+// The bytes of a PNG: in memory, or read from a source as libspng asks for them.
+struct PngInput {
+    std::uint8_t const* bytes = nullptr;
+    std::size_t count = 0;
+    PngByteSource* source = nullptr;
+};
+
+int readFromSource(spng_ctx*, void* user, void* buffer, std::size_t n)
+{
+    return static_cast<PngByteSource*>(user)->read(buffer, n) ? 0 : SPNG_IO_EOF;
+}
+
+// Opens a PNG context over the input with the limits set and its header read and checked.
+PictureStatus openPng(PngContext* png, PngInput const& input, PictureLimits const& limits, spng_ihdr* ihdr)
 {
     if (!png->ctx)
         return PictureStatus::noMemory;
@@ -194,7 +205,8 @@ PictureStatus openPng(PngContext* png, std::uint8_t const* bytes, std::size_t co
     if (!error)
         error = spng_set_chunk_limits(png->ctx, chunk, limits.maxPngChunkCacheBytes);
     if (!error)
-        error = spng_set_png_buffer(png->ctx, bytes, count);
+        error = input.source ? spng_set_png_stream(png->ctx, readFromSource, input.source)
+                             : spng_set_png_buffer(png->ctx, input.bytes, input.count);
     if (!error)
         error = spng_get_ihdr(png->ctx, ihdr);
     if (error)
@@ -204,13 +216,10 @@ PictureStatus openPng(PngContext* png, std::uint8_t const* bytes, std::size_t co
     return PictureStatus::ok;
 }
 
-PictureStatus decodePng(std::uint8_t const* bytes, std::size_t count, PictureLimits const& limits, RGBAImage* image)
+// Decodes the whole picture of an opened context into *image (empty on failure).
+PictureStatus decodeOpenedPng(PngContext& png, spng_ihdr const& ihdr, RGBAImage* image)
 {
     image->clear();
-    PngContext png;
-    spng_ihdr ihdr{};
-    if (PictureStatus st = openPng(&png, bytes, count, limits, &ihdr); st != PictureStatus::ok)
-        return st;
     size_t size = 0;
     if (int error = spng_decoded_image_size(png.ctx, SPNG_FMT_RGBA8, &size))
         return pngStatus(error);
@@ -223,6 +232,71 @@ PictureStatus decodePng(std::uint8_t const* bytes, std::size_t count, PictureLim
     if (int error = spng_decode_image(png.ctx, image->data(), size, SPNG_FMT_RGBA8, SPNG_DECODE_TRNS)) {
         image->clear();
         return pngStatus(error);
+    }
+    return PictureStatus::ok;
+}
+
+PictureStatus decodePng(std::uint8_t const* bytes, std::size_t count, PictureLimits const& limits, RGBAImage* image)
+{
+    image->clear();
+    PngContext png;
+    spng_ihdr ihdr{};
+    if (PictureStatus st = openPng(&png, PngInput{bytes, count, nullptr}, limits, &ihdr); st != PictureStatus::ok)
+        return st;
+    return decodeOpenedPng(png, ihdr, image);
+}
+
+PictureStatus decodePngRowsFrom(PngInput const& input, PictureLimits const& limits, PngRowSink* sink)
+{
+    PngContext png;
+    spng_ihdr ihdr{};
+    if (PictureStatus st = openPng(&png, input, limits, &ihdr); st != PictureStatus::ok)
+        return st;
+    spng_trns trns{};
+    bool const rgb = ihdr.color_type == SPNG_COLOR_TYPE_TRUECOLOR && ihdr.bit_depth == 8 &&
+                     spng_get_trns(png.ctx, &trns) == SPNG_ECHUNKAVAIL;
+    int const fmt = rgb ? SPNG_FMT_RGB8 : SPNG_FMT_RGBA8;
+    int const channels = rgb ? 3 : 4;
+    if (PictureStatus st = sink->begin(ihdr.width, ihdr.height, channels); st != PictureStatus::ok)
+        return st;
+
+    if (ihdr.interlace_method != 0) {
+        // Adam7 rows come pass by pass; deinterlace the whole picture, bounded by the limits above.
+        RGBAImage whole;
+        if (PictureStatus st = decodeOpenedPng(png, ihdr, &whole); st != PictureStatus::ok)
+            return st;
+        std::unique_ptr<std::uint8_t[]> rgbRow;
+        if (rgb) {
+            rgbRow.reset(new (std::nothrow) std::uint8_t[std::size_t(ihdr.width) * 3]);
+            if (!rgbRow)
+                return PictureStatus::noMemory;
+        }
+        for (std::uint32_t y = 0; y < whole.height(); ++y) {
+            std::uint8_t const* r = whole.row(y);
+            if (rgb) {
+                for (std::uint32_t x = 0; x < ihdr.width; ++x)
+                    std::memcpy(rgbRow.get() + std::size_t(x) * 3, r + std::size_t(x) * 4, 3);
+                r = rgbRow.get();
+            }
+            if (PictureStatus st = sink->row(r); st != PictureStatus::ok)
+                return st;
+        }
+        return PictureStatus::ok;
+    }
+
+    std::size_t const rowBytes = std::size_t(ihdr.width) * std::size_t(channels);
+    std::unique_ptr<std::uint8_t[]> row(new (std::nothrow) std::uint8_t[rowBytes]);
+    if (!row)
+        return PictureStatus::noMemory;
+    if (int error = spng_decode_image(png.ctx, nullptr, 0, fmt, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE))
+        return pngStatus(error);
+    for (std::uint32_t y = 0; y < ihdr.height; ++y) {
+        int error = spng_decode_row(png.ctx, row.get(), rowBytes);
+        // The last row reports the end of the image.
+        if (error && !(error == SPNG_EOI && y + 1 == ihdr.height))
+            return pngStatus(error);
+        if (PictureStatus st = sink->row(row.get()); st != PictureStatus::ok)
+            return st;
     }
     return PictureStatus::ok;
 }
@@ -264,7 +338,7 @@ PictureStatus readPictureInfo(std::uint8_t const* bytes, std::size_t count, Pict
     }
     PngContext png;
     spng_ihdr ihdr{};
-    PictureStatus st = openPng(&png, bytes, count, limits, &ihdr);
+    PictureStatus st = openPng(&png, PngInput{bytes, count, nullptr}, limits, &ihdr);
     if (st == PictureStatus::ok || st == PictureStatus::tooLarge) {
         info->width = ihdr.width;
         info->height = ihdr.height;
@@ -283,57 +357,12 @@ PictureStatus decodePicture(std::uint8_t const* bytes, std::size_t count, Pictur
 PictureStatus decodePngRows(std::uint8_t const* bytes, std::size_t count, PictureLimits const& limits,
                             PngRowSink* sink)
 {
-    PngContext png;
-    spng_ihdr ihdr{};
-    if (PictureStatus st = openPng(&png, bytes, count, limits, &ihdr); st != PictureStatus::ok)
-        return st;
-    spng_trns trns{};
-    bool const rgb = ihdr.color_type == SPNG_COLOR_TYPE_TRUECOLOR && ihdr.bit_depth == 8 &&
-                     spng_get_trns(png.ctx, &trns) == SPNG_ECHUNKAVAIL;
-    int const fmt = rgb ? SPNG_FMT_RGB8 : SPNG_FMT_RGBA8;
-    int const channels = rgb ? 3 : 4;
-    if (PictureStatus st = sink->begin(ihdr.width, ihdr.height, channels); st != PictureStatus::ok)
-        return st;
+    return decodePngRowsFrom(PngInput{bytes, count, nullptr}, limits, sink);
+}
 
-    if (ihdr.interlace_method != 0) {
-        // Adam7 rows come pass by pass; deinterlace the whole picture, bounded by the limits above.
-        RGBAImage whole;
-        if (PictureStatus st = decodePng(bytes, count, limits, &whole); st != PictureStatus::ok)
-            return st;
-        std::unique_ptr<std::uint8_t[]> rgbRow;
-        if (rgb) {
-            rgbRow.reset(new (std::nothrow) std::uint8_t[std::size_t(ihdr.width) * 3]);
-            if (!rgbRow)
-                return PictureStatus::noMemory;
-        }
-        for (std::uint32_t y = 0; y < whole.height(); ++y) {
-            std::uint8_t const* r = whole.row(y);
-            if (rgb) {
-                for (std::uint32_t x = 0; x < ihdr.width; ++x)
-                    std::memcpy(rgbRow.get() + std::size_t(x) * 3, r + std::size_t(x) * 4, 3);
-                r = rgbRow.get();
-            }
-            if (PictureStatus st = sink->row(r); st != PictureStatus::ok)
-                return st;
-        }
-        return PictureStatus::ok;
-    }
-
-    std::size_t const rowBytes = std::size_t(ihdr.width) * std::size_t(channels);
-    std::unique_ptr<std::uint8_t[]> row(new (std::nothrow) std::uint8_t[rowBytes]);
-    if (!row)
-        return PictureStatus::noMemory;
-    if (int error = spng_decode_image(png.ctx, nullptr, 0, fmt, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE))
-        return pngStatus(error);
-    for (std::uint32_t y = 0; y < ihdr.height; ++y) {
-        int error = spng_decode_row(png.ctx, row.get(), rowBytes);
-        // The last row reports the end of the image.
-        if (error && !(error == SPNG_EOI && y + 1 == ihdr.height))
-            return pngStatus(error);
-        if (PictureStatus st = sink->row(row.get()); st != PictureStatus::ok)
-            return st;
-    }
-    return PictureStatus::ok;
+PictureStatus decodePngRows(PngByteSource* source, PictureLimits const& limits, PngRowSink* sink)
+{
+    return decodePngRowsFrom(PngInput{nullptr, 0, source}, limits, sink);
 }
 
 PictureStatus decodeJpegScaled(std::uint8_t const* bytes, std::size_t count, unsigned scaleDenominator,

@@ -113,6 +113,18 @@ public:
 PictureStatus decodePngRows(std::uint8_t const* bytes, std::size_t count, PictureLimits const& limits,
                             PngRowSink* sink);
 
+// Where PNG bytes come from when they are not all in memory: read() gives the next n bytes, or
+// false when they cannot all be had (the picture then counts as corrupt).
+class PngByteSource {
+public:
+    virtual ~PngByteSource() = default;
+    virtual bool read(void* buffer, std::size_t n) = 0;
+};
+
+// decodePngRows over bytes read as the decoder needs them, so that not even the compressed
+// picture is held whole.
+PictureStatus decodePngRows(PngByteSource* source, PictureLimits const& limits, PngRowSink* sink);
+
 // JPEG decoding at 1/scaleDenominator of the stored size (1, 2, 4 or 8), done in the DCT domain,
 // which is far cheaper than decoding in full and scaling. Each side is rounded up, so an
 // 801-pixel side gives 101 at 1/8. Any other denominator is `unsupported`.

@@ -3,7 +3,12 @@
 #include "generator/GSThumbnailSize.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <climits>
 #include <cstring>
+#include <memory>
+#include <new>
+#include <unistd.h>
 
 using qm::PictureStatus;
 
@@ -52,13 +57,16 @@ uint32_t bigEndian32(uint8_t const* p)
 
 // A PNG whose ancillary chunks (text, profiles, ...) exceed the chunk limit is refused whole rather
 // than shown without them: such a chunk has no business in a stored thumbnail. Chunk layout after
-// the 8-byte signature: length (4, big-endian), type (4), data, CRC (4).
-bool pngHasOversizedChunk(uint8_t const* bytes, size_t count, size_t limit)
+// the 8-byte signature: length (4, big-endian), type (4), data, CRC (4). readHeader(pos, bytes)
+// reads the 8 bytes of length and type at pos; false stops the scan (the decoder reports it).
+template <class ReadHeader>
+bool pngHasOversizedChunk(size_t count, size_t limit, ReadHeader readHeader)
 {
     size_t pos = 8;
-    while (pos <= count && count - pos >= 12) {
-        size_t const length = bigEndian32(bytes + pos);
-        bool const isImageData = std::memcmp(bytes + pos + 4, "IDAT", 4) == 0;
+    uint8_t header[8];
+    while (pos <= count && count - pos >= 12 && readHeader(pos, header)) {
+        size_t const length = bigEndian32(header);
+        bool const isImageData = std::memcmp(header + 4, "IDAT", 4) == 0;
         if (!isImageData && length > limit)
             return true;
         if (length > count - pos - 12)
@@ -67,6 +75,79 @@ bool pngHasOversizedChunk(uint8_t const* bytes, size_t count, size_t limit)
     }
     return false;
 }
+
+// Reads exactly n bytes at `offset` of fd; false on a read error or end of file.
+bool readAt(int fd, long offset, void* buffer, size_t n)
+{
+    auto* p = static_cast<uint8_t*>(buffer);
+    while (n > 0) {
+        ssize_t got = ::pread(fd, p, n, off_t(offset));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            return false;
+        p += got;
+        offset += long(got);
+        n -= size_t(got);
+    }
+    return true;
+}
+
+// A region of a file read through a 64 KiB window: PNG chunks are a few KiB each, and a read call
+// for every chunk header, chunk and checksum would cost more than the copying it saves.
+class FileRegion {
+public:
+    static constexpr size_t kWindow = size_t(64) << 10;
+
+    FileRegion(int fd, long begin, long end) : fd_(fd), begin_(begin), end_(end) {}
+    bool ready() const { return window_ != nullptr; }
+
+    // The n bytes at `pos` (an offset in the file); false when they are not all inside the region
+    // or cannot be read.
+    bool read(long pos, void* out, size_t n)
+    {
+        if (pos < begin_ || pos > end_ || n > size_t(end_ - pos))
+            return false;
+        if (n >= kWindow)
+            return readAt(fd_, pos, out, n);
+        if (pos < windowPos_ || n > windowLength_ || size_t(pos - windowPos_) > windowLength_ - n) {
+            windowLength_ = std::min(kWindow, size_t(end_ - pos));
+            if (!readAt(fd_, pos, window_.get(), windowLength_)) {
+                windowLength_ = 0;
+                return false;
+            }
+            windowPos_ = pos;
+        }
+        std::memcpy(out, window_.get() + (pos - windowPos_), n);
+        return true;
+    }
+
+private:
+    int fd_;
+    long begin_;
+    long end_;
+    std::unique_ptr<uint8_t[]> window_{new (std::nothrow) uint8_t[kWindow]};
+    long windowPos_ = 0;
+    size_t windowLength_ = 0;
+};
+
+// The stored PNG's bytes, in order, as the decoder asks for them.
+class RegionPngSource : public qm::PngByteSource {
+public:
+    RegionPngSource(FileRegion* region, long begin) : region_(region), next_(begin) {}
+
+    bool read(void* buffer, size_t n) override
+    {
+        if (!region_->read(next_, buffer, n))
+            return false;
+        next_ += long(n);
+        return true;
+    }
+
+private:
+    FileRegion* region_;
+    long next_;
+};
 
 PictureStatus renderJpeg(uint8_t const* bytes, size_t count, int box, qm::PictureLimits const& limits,
                          RenderedThumbnail* out)
@@ -111,10 +192,51 @@ PictureStatus renderThumbnail(uint8_t const* bytes, size_t count, short pictureT
         st = renderJpeg(bytes, count, box, limits, out);
     } else {
         ScalerSink sink(box, out);
-        if (count >= 8 && pngHasOversizedChunk(bytes, count, limits.maxPngChunkBytes))
+        auto header = [bytes](size_t pos, uint8_t* h) {
+            std::memcpy(h, bytes + pos, 8);
+            return true;
+        };
+        if (count >= 8 && pngHasOversizedChunk(count, limits.maxPngChunkBytes, header))
             st = PictureStatus::tooLarge;
         else
             st = qm::decodePngRows(bytes, count, limits, &sink);
+        if (st == PictureStatus::ok && !out->pixels.finished())
+            st = PictureStatus::corrupt;
+    }
+    if (st != PictureStatus::ok)
+        out->pixels = AreaScaler();
+    return st;
+}
+
+PictureStatus renderThumbnailFromFile(int fd, long offset, long count, short pictureType, int box,
+                                      qm::PictureLimits const& limits, RenderedThumbnail* out)
+{
+    out->pixels = AreaScaler();
+    out->pictureWidth = out->pictureHeight = 0;
+    qm::PictureFormat format;
+    if (box < 1 || !qm::pictureFormatForType(pictureType, &format))
+        return PictureStatus::unsupported;
+    if (fd < 0 || offset < 0 || count < 0 || count > LONG_MAX - offset)
+        return PictureStatus::corrupt;
+    if (format == qm::PictureFormat::jpeg) {
+        std::unique_ptr<uint8_t[]> bytes(new (std::nothrow) uint8_t[size_t(count > 0 ? count : 1)]);
+        if (!bytes)
+            return PictureStatus::noMemory;
+        if (!readAt(fd, offset, bytes.get(), size_t(count)))
+            return PictureStatus::corrupt;
+        return renderThumbnail(bytes.get(), size_t(count), pictureType, box, limits, out);
+    }
+    FileRegion region(fd, offset, offset + count);
+    if (!region.ready())
+        return PictureStatus::noMemory;
+    auto header = [&region, offset](size_t pos, uint8_t* h) { return region.read(offset + long(pos), h, 8); };
+    PictureStatus st;
+    if (count >= 8 && pngHasOversizedChunk(size_t(count), limits.maxPngChunkBytes, header)) {
+        st = PictureStatus::tooLarge;
+    } else {
+        RegionPngSource source(&region, offset);
+        ScalerSink sink(box, out);
+        st = qm::decodePngRows(&source, limits, &sink);
         if (st == PictureStatus::ok && !out->pixels.finished())
             st = PictureStatus::corrupt;
     }

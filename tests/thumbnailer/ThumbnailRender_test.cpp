@@ -1,12 +1,17 @@
 #include "thumbnailer/ThumbnailRender.h"
 
 #include "generator/GSThumbnailSize.h"
+#include "tests/support/TempFile.h"
 #include "tests/thumbnailer/PictureSamples.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
 #include <string>
 
 using qm::PictureStatus;
@@ -31,6 +36,18 @@ double psnr(RenderedThumbnail const& t, std::vector<double> const& ref)
     }
     double mse = se / double(n * 4);
     return mse == 0 ? 99.0 : 10 * std::log10(255.0 * 255.0 / mse);
+}
+
+// The PNG with a tEXt chunk of `length` bytes after its header chunk.
+Bytes withTextChunk(Bytes png, uint32_t length)
+{
+    Bytes chunk(12 + length, 'x');
+    samples::putBig32(&chunk, 0, length);
+    std::memcpy(chunk.data() + 4, "tEXtComment", 11);
+    chunk[15] = 0;  // the keyword's end
+    samples::putBig32(&chunk, 8 + length, samples::crc32(chunk.data() + 4, 4 + length));
+    png.insert(png.begin() + 33, chunk.begin(), chunk.end());  // signature 8 + IHDR 25
+    return png;
 }
 
 struct RenderCase {
@@ -102,8 +119,63 @@ TEST(ThumbnailSize, NeverGivesAnEmptySide)
     EXPECT_EQ(h, 1);
 }
 
+// Renders the picture both ways: from memory, and from a file that holds it between other bytes
+// (as a document does). Both must give the same status and, on success, the same pixels.
+PictureStatus renderBothWays(Bytes const& picture, short type, int box, qm::PictureLimits const& limits,
+                             RenderedThumbnail* t, std::string const& name)
+{
+    PictureStatus status = renderThumbnail(picture.data(), picture.size(), type, box, limits, t);
+    Bytes document(100 + picture.size() + 50, 0x5A);
+    std::copy(picture.begin(), picture.end(), document.begin() + 100);
+    qmtest::TempFile file(document);
+    int fd = ::open(file.path().c_str(), O_RDONLY);
+    EXPECT_GE(fd, 0);
+    RenderedThumbnail fromFile;
+    PictureStatus fileStatus = renderThumbnailFromFile(fd, 100, long(picture.size()), type, box, limits, &fromFile);
+    ::close(fd);
+    EXPECT_EQ(fileStatus, status) << name;
+    if (status == PictureStatus::ok && fileStatus == PictureStatus::ok) {
+        size_t n = size_t(t->pixels.width()) * size_t(t->pixels.height()) * 4;
+        EXPECT_EQ(fromFile.pixels.width(), t->pixels.width()) << name;
+        EXPECT_EQ(fromFile.pixels.height(), t->pixels.height()) << name;
+        EXPECT_EQ(Bytes(fromFile.pixels.pixels(), fromFile.pixels.pixels() + n), Bytes(t->pixels.pixels(), t->pixels.pixels() + n))
+            << name;
+    } else {
+        EXPECT_EQ(fromFile.pixels.pixels(), nullptr) << name;
+    }
+    return status;
+}
+
+TEST(ThumbnailRenderFromFile, GivesThePixelsOfTheBytesInMemory)
+{
+    Picture pic = samples::photoLike(300, 200, true);
+    struct Case {
+        char const* name;
+        Bytes bytes;
+        short type;
+    };
+    for (Case const& c : {Case{"JPEG", samples::encodeJpeg(pic), 2}, Case{"PNG RGB", samples::encodePng(pic, false), 3},
+                          Case{"PNG RGBA", samples::encodePng(pic, true), 3},
+                          Case{"interlaced PNG", samples::encodePng(pic, true, 6, true), 3}}) {
+        RenderedThumbnail t;
+        EXPECT_EQ(renderBothWays(c.bytes, c.type, 128, qm::PictureLimits{}, &t, c.name), PictureStatus::ok) << c.name;
+    }
+    // A region that reaches past the end of the file (the file shrank after the walk) is refused.
+    for (short type : {short(2), short(3)}) {
+        Bytes picture = type == 2 ? samples::encodeJpeg(pic) : samples::encodePng(pic, false);
+        qmtest::TempFile file(Bytes(picture.begin(), picture.begin() + long(picture.size() / 2)));
+        int fd = ::open(file.path().c_str(), O_RDONLY);
+        ASSERT_GE(fd, 0);
+        RenderedThumbnail t;
+        EXPECT_EQ(renderThumbnailFromFile(fd, 0, long(picture.size()), type, 128, qm::PictureLimits{}, &t),
+                  PictureStatus::corrupt);
+        EXPECT_EQ(t.pixels.pixels(), nullptr);
+        ::close(fd);
+    }
+}
+
 // The decoders' own refusals are in PictureDecoder_test.cpp; rendering streams PNG rows and
-// decodes JPEGs scaled, and must fail as a whole, leaving no pixels.
+// decodes JPEGs scaled, and must fail as a whole, leaving no pixels, from memory and from a file.
 TEST(ThumbnailRenderHostile, RefusesDamagedOrOversizedPictures)
 {
     Picture pic = samples::photoLike(300, 200);
@@ -124,9 +196,13 @@ TEST(ThumbnailRenderHostile, RefusesDamagedOrOversizedPictures)
                           Case{"huge JPEG", samples::withJpegSize(jpeg, 60000, 60000), 2, PictureStatus::tooLarge},
                           Case{"unknown type", png, 4, PictureStatus::unsupported},
                           Case{"PNG as JPEG", png, 2, PictureStatus::ok},
-                          Case{"JPEG as PNG", jpeg, 3, PictureStatus::ok}}) {
+                          Case{"JPEG as PNG", jpeg, 3, PictureStatus::ok},
+                          Case{"PNG with a text chunk above the chunk limit", withTextChunk(png, 2000), 3,
+                               PictureStatus::tooLarge}}) {
         RenderedThumbnail t;
-        PictureStatus status = renderThumbnail(c.bytes.data(), c.bytes.size(), c.type, 256, qm::PictureLimits{}, &t);
+        qm::PictureLimits limits;
+        limits.maxPngChunkBytes = 1000;
+        PictureStatus status = renderBothWays(c.bytes, c.type, 256, limits, &t, c.name);
         if (c.status == PictureStatus::ok)
             EXPECT_NE(status, PictureStatus::ok) << c.name;
         else
