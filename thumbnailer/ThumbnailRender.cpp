@@ -177,45 +177,62 @@ PictureStatus renderJpeg(uint8_t const* bytes, size_t count, int box, qm::Pictur
     return PictureStatus::ok;
 }
 
-}  // namespace
+// The PNG path for either source: the chunk check, then rows streamed into the scaler.
+template <class ReadHeader, class Decode>
+PictureStatus renderPng(size_t count, int box, qm::PictureLimits const& limits, ReadHeader readHeader, Decode decode,
+                        RenderedThumbnail* out)
+{
+    if (count >= 8 && pngHasOversizedChunk(count, limits.maxPngChunkBytes, readHeader))
+        return PictureStatus::tooLarge;
+    ScalerSink sink(box, out);
+    PictureStatus st = decode(&sink);
+    if (st == PictureStatus::ok && !out->pixels.finished())
+        st = PictureStatus::corrupt;
+    return st;
+}
 
-PictureStatus renderThumbnail(uint8_t const* bytes, size_t count, short pictureType, int box,
-                              qm::PictureLimits const& limits, RenderedThumbnail* out)
+// Clears *out and checks the request; ok and the format when there is a picture to render.
+PictureStatus startRender(short pictureType, int box, RenderedThumbnail* out, qm::PictureFormat* format)
 {
     out->pixels = AreaScaler();
     out->pictureWidth = out->pictureHeight = 0;
-    qm::PictureFormat format;
-    if (box < 1 || !qm::pictureFormatForType(pictureType, &format))
+    if (box < 1 || !qm::pictureFormatForType(pictureType, format))
         return PictureStatus::unsupported;
-    PictureStatus st;
-    if (format == qm::PictureFormat::jpeg) {
-        st = renderJpeg(bytes, count, box, limits, out);
-    } else {
-        ScalerSink sink(box, out);
-        auto header = [bytes](size_t pos, uint8_t* h) {
-            std::memcpy(h, bytes + pos, 8);
-            return true;
-        };
-        if (count >= 8 && pngHasOversizedChunk(count, limits.maxPngChunkBytes, header))
-            st = PictureStatus::tooLarge;
-        else
-            st = qm::decodePngRows(bytes, count, limits, &sink);
-        if (st == PictureStatus::ok && !out->pixels.finished())
-            st = PictureStatus::corrupt;
-    }
+    return PictureStatus::ok;
+}
+
+// A failed render leaves no pixels.
+PictureStatus finishRender(PictureStatus st, RenderedThumbnail* out)
+{
     if (st != PictureStatus::ok)
         out->pixels = AreaScaler();
     return st;
 }
 
+}  // namespace
+
+PictureStatus renderThumbnail(uint8_t const* bytes, size_t count, short pictureType, int box,
+                              qm::PictureLimits const& limits, RenderedThumbnail* out)
+{
+    qm::PictureFormat format;
+    if (PictureStatus st = startRender(pictureType, box, out, &format); st != PictureStatus::ok)
+        return st;
+    if (format == qm::PictureFormat::jpeg)
+        return finishRender(renderJpeg(bytes, count, box, limits, out), out);
+    auto header = [bytes](size_t pos, uint8_t* h) {
+        std::memcpy(h, bytes + pos, 8);
+        return true;
+    };
+    auto decode = [&](ScalerSink* sink) { return qm::decodePngRows(bytes, count, limits, sink); };
+    return finishRender(renderPng(count, box, limits, header, decode, out), out);
+}
+
 PictureStatus renderThumbnailFromFile(int fd, long offset, long count, short pictureType, int box,
                                       qm::PictureLimits const& limits, RenderedThumbnail* out)
 {
-    out->pixels = AreaScaler();
-    out->pictureWidth = out->pictureHeight = 0;
     qm::PictureFormat format;
-    if (box < 1 || !qm::pictureFormatForType(pictureType, &format))
-        return PictureStatus::unsupported;
+    if (PictureStatus st = startRender(pictureType, box, out, &format); st != PictureStatus::ok)
+        return st;
     if (fd < 0 || offset < 0 || count < 0 || count > LONG_MAX - offset)
         return PictureStatus::corrupt;
     if (format == qm::PictureFormat::jpeg) {
@@ -224,23 +241,13 @@ PictureStatus renderThumbnailFromFile(int fd, long offset, long count, short pic
             return PictureStatus::noMemory;
         if (!readAt(fd, offset, bytes.get(), size_t(count)))
             return PictureStatus::corrupt;
-        return renderThumbnail(bytes.get(), size_t(count), pictureType, box, limits, out);
+        return finishRender(renderJpeg(bytes.get(), size_t(count), box, limits, out), out);
     }
     FileRegion region(fd, offset, offset + count);
     if (!region.ready())
         return PictureStatus::noMemory;
     auto header = [&region, offset](size_t pos, uint8_t* h) { return region.read(offset + long(pos), h, 8); };
-    PictureStatus st;
-    if (count >= 8 && pngHasOversizedChunk(size_t(count), limits.maxPngChunkBytes, header)) {
-        st = PictureStatus::tooLarge;
-    } else {
-        RegionPngSource source(&region, offset);
-        ScalerSink sink(box, out);
-        st = qm::decodePngRows(&source, limits, &sink);
-        if (st == PictureStatus::ok && !out->pixels.finished())
-            st = PictureStatus::corrupt;
-    }
-    if (st != PictureStatus::ok)
-        out->pixels = AreaScaler();
-    return st;
+    RegionPngSource source(&region, offset);
+    auto decode = [&](ScalerSink* sink) { return qm::decodePngRows(&source, limits, sink); };
+    return finishRender(renderPng(size_t(count), box, limits, header, decode, out), out);
 }
