@@ -1,7 +1,9 @@
 // Fuzz target for the desktop thumbnail path as a whole: document bytes -> stored-picture walk ->
 // JPEG/PNG decode (DCT-scaled / row-streamed) -> area downscale -> PNG encode. The last input byte
-// picks the thumbnail box. Invariants: a rendered thumbnail has the size the core's rule gives and
-// its PNG decodes back to exactly those pixels.
+// picks the thumbnail box. Invariants: rendering from the bytes in memory and from the document as
+// a file (where a PNG streams from its offset) gives the same status and the same pixels; a
+// rendered thumbnail has the size the core's rule gives and its PNG decodes back to exactly those
+// pixels.
 #include "generator/GSThumbnailWalk.h"
 #include "gs/file/GSFile.h"
 #include "thumbnailer/ThumbnailPng.h"
@@ -12,6 +14,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
@@ -43,9 +47,24 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
     pictureLimits.maxPngChunkBytes = 1 << 16;
     pictureLimits.maxPngChunkCacheBytes = 1 << 20;
     RenderedThumbnail rendered;
-    if (renderThumbnail(picture.getPointer(), size_t(picture.getCount()), found.pictureType, box, pictureLimits,
-                        &rendered) != qm::PictureStatus::ok)
+    qm::PictureStatus status = renderThumbnail(picture.getPointer(), size_t(picture.getCount()), found.pictureType,
+                                               box, pictureLimits, &rendered);
+
+    int fd = memfd_create("document", 0);
+    if (fd < 0 || ::write(fd, data, size) != ssize_t(size))
+        std::abort();
+    RenderedThumbnail fromFile;
+    qm::PictureStatus fileStatus = renderThumbnailFromFile(fd, found.pictureOffset, found.pictureBytes,
+                                                           found.pictureType, box, pictureLimits, &fromFile);
+    ::close(fd);
+    if (fileStatus != status)
+        std::abort();
+    if (status != qm::PictureStatus::ok)
         return 0;
+    if (fromFile.pixels.width() != rendered.pixels.width() || fromFile.pixels.height() != rendered.pixels.height() ||
+        std::memcmp(fromFile.pixels.pixels(), rendered.pixels.pixels(),
+                    size_t(rendered.pixels.width()) * size_t(rendered.pixels.height()) * 4) != 0)
+        std::abort();
 
     int w = 0, h = 0;
     thumbnailSizeFor(rendered.pictureWidth, rendered.pictureHeight, box, &w, &h);
