@@ -37,17 +37,6 @@ inline bool readExact(GSFileWorker* worker, void* buffer, long n)
     return worker && worker->readBytes(buffer, n) == n;
 }
 
-// Reads N bytes and stores decode(bytes) in *value; 1 (value untouched) when they are not there.
-template <long N, class T, class Decode>
-inline short readDecoded(GSFileWorker* worker, T* value, Decode decode)
-{
-    unsigned char b[N];
-    if (!readExact(worker, b, N))
-        return 1;
-    *value = decode(b);
-    return 0;
-}
-
 } // namespace
 
 // --- Construction and opening --------------------------------------------------------------------
@@ -305,12 +294,12 @@ long GSFile::read(void* buffer, long size, long count)
 
 short GSFile::readBool(short* value)
 {
-    return readDecoded<1>(worker, value, [](unsigned char const* b) { return short(b[0]); });
+    return GSFileReadDecoded<1>(worker, value, [](unsigned char const* b) { return short(b[0]); });
 }
 
 short GSFile::readLittleShort(short* value)
 {
-    return readDecoded<2>(worker, value, [](unsigned char const* b) { return static_cast<short>(GetLittleUShort(b)); });
+    return GSFileReadDecoded<2>(worker, value, [](unsigned char const* b) { return static_cast<short>(GetLittleUShort(b)); });
 }
 
 short GSFile::readBoolAsShort(short* value)
@@ -338,7 +327,7 @@ short GSFile::readIntAsUShort(int* value)
 
 short GSFile::readLittleLong(int* value)
 {
-    return readDecoded<4>(worker, value, [](unsigned char const* b) { return static_cast<int>(GetLittleULong(b)); });
+    return GSFileReadDecoded<4>(worker, value, [](unsigned char const* b) { return static_cast<int>(GetLittleULong(b)); });
 }
 
 short GSFile::readPointer(void** value)
@@ -352,27 +341,27 @@ short GSFile::readPointer(void** value)
 
 short GSFile::readLittleLongLong(long* value)
 {
-    return readDecoded<8>(worker, value, [](unsigned char const* b) { return static_cast<long>(littleU64(b)); });
+    return GSFileReadDecoded<8>(worker, value, [](unsigned char const* b) { return static_cast<long>(littleU64(b)); });
 }
 
 short GSFile::readStandardFloat(float* value)
 {
-    return readDecoded<4>(worker, value, [](unsigned char const* b) { return bitCast<float>(GetBigULong(b)); });
+    return GSFileReadDecoded<4>(worker, value, [](unsigned char const* b) { return bitCast<float>(GetBigULong(b)); });
 }
 
 short GSFile::readLittleStandardFloat(float* value)
 {
-    return readDecoded<4>(worker, value, [](unsigned char const* b) { return bitCast<float>(GetLittleULong(b)); });
+    return GSFileReadDecoded<4>(worker, value, [](unsigned char const* b) { return bitCast<float>(GetLittleULong(b)); });
 }
 
 short GSFile::readStandardDouble(double* value)
 {
-    return readDecoded<8>(worker, value, [](unsigned char const* b) { return bitCast<double>(static_cast<std::uint64_t>(GetBigLongLong(b))); });
+    return GSFileReadDecoded<8>(worker, value, [](unsigned char const* b) { return bitCast<double>(static_cast<std::uint64_t>(GetBigLongLong(b))); });
 }
 
 short GSFile::readLittleStandardDouble(double* value)
 {
-    return readDecoded<8>(worker, value, [](unsigned char const* b) { return bitCast<double>(littleU64(b)); });
+    return GSFileReadDecoded<8>(worker, value, [](unsigned char const* b) { return bitCast<double>(littleU64(b)); });
 }
 
 short GSFile::readFloat(float* value)

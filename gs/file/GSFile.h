@@ -205,42 +205,38 @@ private:
     long reserved = 0;
 };
 
+// Reads N bytes and stores decode(bytes) in *value; 1 (value untouched) when they are not there.
+// Every fixed-width read of GSFile goes through here.
+template <long N, class T, class Decode>
+inline short GSFileReadDecoded(GSFileWorker* worker, T* value, Decode decode)
+{
+    unsigned char b[N];
+    if (!worker || worker->readBytes(b, N) != N)
+        return 1;
+    *value = decode(b);
+    return 0;
+}
+
 // The most frequent reads are inline: with a buffering worker a value costs a bounds check and a
 // load from the read-ahead window; everything else goes through the worker's readData.
 inline short GSFile::readChar(char* value)
 {
-    unsigned char b;
-    if (!worker || worker->readBytes(&b, 1) != 1)
-        return 1;
-    *value = static_cast<char>(b);
-    return 0;
+    return GSFileReadDecoded<1>(worker, value, [](unsigned char const* b) { return static_cast<char>(b[0]); });
 }
 
 inline short GSFile::readShort(short* value)
 {
-    unsigned char b[2];
-    if (!worker || worker->readBytes(b, 2) != 2)
-        return 1;
-    *value = GetBigShort(b);
-    return 0;
+    return GSFileReadDecoded<2>(worker, value, [](unsigned char const* b) { return GetBigShort(b); });
 }
 
 inline short GSFile::readLong(int* value)
 {
-    unsigned char b[4];
-    if (!worker || worker->readBytes(b, 4) != 4)
-        return 1;
-    *value = GetBigLong(b);
-    return 0;
+    return GSFileReadDecoded<4>(worker, value, [](unsigned char const* b) { return GetBigLong(b); });
 }
 
 inline short GSFile::readLongLong(long* value)
 {
-    unsigned char b[8];
-    if (!worker || worker->readBytes(b, 8) != 8)
-        return 1;
-    *value = GetBigLongLong(b);
-    return 0;
+    return GSFileReadDecoded<8>(worker, value, [](unsigned char const* b) { return GetBigLongLong(b); });
 }
 
 inline short GSFile::readCompact(long* value, bool* stored)

@@ -1,4 +1,5 @@
 // The plug-in glue against the platform double: factory, interface table, reference count.
+#include "DoubleTest.h"
 #include "QuickLookDouble.h"
 #include "generator/quicklook/QuickLookGeneratorPlugin.h"
 
@@ -8,19 +9,8 @@
 
 namespace {
 
-class PluginTest : public testing::Test {
+class PluginTest : public DoubleTest {
 protected:
-    void SetUp() override
-    {
-        qmdouble::reset();
-        baseline = qmdouble::liveReferences();
-    }
-    void TearDown() override
-    {
-        EXPECT_EQ(qmdouble::errors(), std::vector<std::string>{});
-        EXPECT_EQ(qmdouble::liveReferences(), baseline) << "a reference was not given back";
-    }
-
     static long count(std::string const& function)
     {
         auto const& calls = qmdouble::calls();
@@ -37,8 +27,6 @@ protected:
         return static_cast<QuickLookGeneratorPluginType*>(
             QuickLookGeneratorPluginFactory(kCFAllocatorDefault, kQLGeneratorTypeID));
     }
-
-    long baseline = 0;
 };
 
 // The interface table: IUnknown's slots always, the callbacks once the interface was queried.

@@ -1,6 +1,7 @@
 // The thumbnail and preview requests against the platform double, over documents on disk. Which
 // documents have a picture, and the size rule, are the generator core's (tests/generator/); these
 // check what the requests add: the platform calls, their contexts and every reference given back.
+#include "DoubleTest.h"
 #include "QuickLookDouble.h"
 #include "generator/quicklook/QuickLookGeneratorPlugin.h"
 #include "gs/object/GSExceptions.h"
@@ -19,17 +20,11 @@ namespace {
 Bytes jpegOf(int width, int height) { return samples::encodeJpeg(samples::testPattern(width, height)); }
 Bytes pngOf(int width, int height) { return samples::encodePng(samples::testPattern(width, height), true); }
 
-class RequestTest : public testing::Test {
+class RequestTest : public DoubleTest {
 protected:
-    void SetUp() override
-    {
-        qmdouble::reset();
-        baseline = qmdouble::liveReferences();
-    }
     void TearDown() override
     {
-        EXPECT_EQ(qmdouble::errors(), std::vector<std::string>{});
-        EXPECT_EQ(qmdouble::liveReferences(), baseline) << "a reference was not given back";
+        DoubleTest::TearDown();
         EXPECT_EQ(qmdouble::liveObjects(), 0);
     }
 
@@ -88,7 +83,6 @@ protected:
 
     qmtest::ScratchFolder folder;
     int files = 0;
-    long baseline = 0;
     QMDoubleThumbnailRequest thumbnailRequest;
     QMDoublePreviewRequest previewRequest;
 };
