@@ -23,8 +23,7 @@ short GSReadDocumentVersion(GSTagRead* reader, short* version, short* mergingSta
     if (mergingStarted)
         *mergingStarted = 0;
     GSFile* file = reader->getFile();
-    long length = file->getLength();
-    long remaining = length >= 0 ? length - file->tell() : 0;
+    long const remaining = file->getBytesLeft();
     // 0 is never a valid version, so a 0 left here after a failure with fewer than the four bytes
     // of the longest form remaining means the version could not be read at all.
     short v = 0;

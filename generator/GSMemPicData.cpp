@@ -61,11 +61,6 @@ short GSMemPicData::read(GSFile* file)
             size.height = h;
             continue;
         }
-        // A negative size would seek back onto this header and loop for ever; a size past the end
-        // of the file has nothing to skip to.
-        long length = file->getLength();
-        if (reader.getSize() < 0 || length < 0 || reader.getSize() > length - reader.getDataStart())
-            return 1;
         if (reader.skip())
             return 1;
     }

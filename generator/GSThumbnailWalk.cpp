@@ -29,6 +29,19 @@ constexpr long kDescriptionBytes = 14;
 // The thumbnail record's newest version: 1.x.
 constexpr short kMaximumThumbnailVersion = 0x0100;
 
+// Holds the file's record end at the walk's bound and gives the old one back.
+class RecordEndGuard {
+public:
+    RecordEndGuard(GSFile* f, long end) : file(f), previous(f->setRecordEnd(end)) {}
+    ~RecordEndGuard() { file->setRecordEnd(previous); }
+    RecordEndGuard(RecordEndGuard const&) = delete;
+    RecordEndGuard& operator=(RecordEndGuard const&) = delete;
+
+private:
+    GSFile* file;
+    long previous;
+};
+
 // Stops an object-merging read that the walk started, also when an exception passes.
 class MergingGuard {
 public:
@@ -57,6 +70,9 @@ public:
 
     GSThumbnailResult run()
     {
+        // The length is read once: every record reader of the walk is bounded by it.
+        length = file->getLength();
+        RecordEndGuard bound(file, length);
         MergingGuard merging(file);
         try {
             walkDocument(merging);
@@ -75,7 +91,6 @@ public:
 private:
     void walkDocument(MergingGuard& merging)
     {
-        length = file->getLength();
         if (length < 0) {
             result.reason = Reason::kReadError;
             return;
@@ -146,13 +161,13 @@ private:
                 stop = false;
                 break;
             case GSTagRead::kReadFailure:
-                fail(endOfDataReason());
+                fail(headerFailureReason(reader));
                 break;
             case kTagThumbnail:
                 stop = readThumbnail(reader);
                 break;
             default:
-                if (!skipChecked(reader, length))
+                if (!skip(reader))
                     return;
                 stop = false;
                 break;
@@ -163,17 +178,8 @@ private:
     // Record 13. Returns the new stop flag: false only after the picture bytes were read whole.
     bool readThumbnail(GSTagRead const& outer)
     {
-        long start = outer.getDataStart();
-        long size = outer.getSize();
-        if (size < 0) {
-            fail(Reason::kInconsistent);
-            return true;
-        }
-        if (size > length - start) {
-            fail(Reason::kTruncated);
-            return true;
-        }
-        long end = start + size;
+        // The reader has checked that the record lies inside the file.
+        long const end = outer.getDataStart() + outer.getSize();
         // Only the bytes after a picture can hold a second thumbnail record: two pictures for one
         // document contradict each other, whichever the buffer ends up with.
         if (pictureRead)
@@ -198,18 +204,14 @@ private:
             if (tag == GSTagRead::kEndTag)
                 break;
             if (tag == GSTagRead::kReadFailure) {
-                fail(endOfDataReason());
+                fail(headerFailureReason(inner));
                 break;
             }
             if (!countRecord())
                 return true;
-            long at = inner.getDataStart();
-            if (at > end) {
-                fail(Reason::kInconsistent);
-                break;
-            }
             if (tag == kInnerDescription) {
-                if (kDescriptionBytes > end - at) {
+                // The description is read whatever its record's size says, but inside the thumbnail.
+                if (kDescriptionBytes > end - inner.getDataStart()) {
                     fail(Reason::kInconsistent);
                     break;
                 }
@@ -234,7 +236,7 @@ private:
                 }
                 break;
             }
-            if (!skipChecked(inner, end))
+            if (!skip(inner))
                 return true;
         }
         if (count < 1) {
@@ -342,25 +344,27 @@ private:
         return false;
     }
 
-    // Skips the current record of `reader` when it fits between its data start and `end`.
-    bool skipChecked(GSTagRead& reader, long end)
+    // Skips the current record (which the reader has found to fit).
+    bool skip(GSTagRead& reader)
     {
-        long size = reader.getSize();
-        long at = reader.getDataStart();
-        if (size < 0 || at > end) {
-            fail(Reason::kInconsistent);
-            return false;
-        }
-        if (size > end - at) {
-            // Past the end of the file: cut short; inside the file but past its record: contradictory.
-            fail(size > length - at ? Reason::kTruncated : Reason::kInconsistent);
-            return false;
-        }
-        if (reader.skip() != 0) {
-            fail(endOfDataReason());
-            return false;
-        }
-        return true;
+        if (reader.skip() == 0)
+            return true;
+        fail(endOfDataReason());
+        return false;
+    }
+
+    // Why a header gave kReadFailure: it could not be read, or its record does not fit. A record
+    // reaching past the end of the file is cut short; one with a negative size, or inside the file
+    // but past its enclosing record, contradicts it.
+    Reason headerFailureReason(GSTagRead const& reader) const
+    {
+        if (!reader.isPastEnd())
+            return endOfDataReason();
+        long const at = reader.getDataStart();
+        long const size = reader.getSize();
+        if (size < 0 || at > reader.getEnd())
+            return Reason::kInconsistent;
+        return size > length - at ? Reason::kTruncated : Reason::kInconsistent;
     }
 
     bool countRecord()

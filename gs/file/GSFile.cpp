@@ -31,13 +31,27 @@ inline double fromMantissa(int mantissa, short exponent)
     return std::ldexp(static_cast<double>(mantissa), exponent - 30);
 }
 
-// Every read goes through here: the worker's read-ahead window first, then its readData.
+// Every read goes through here: the worker's read-ahead window first, then its readData. A read
+// that comes short gives its bytes back.
 inline bool readExact(GSFileWorker* worker, void* buffer, long n)
 {
-    return worker && worker->readBytes(buffer, n) == n;
+    if (!worker)
+        return false;
+    long const got = worker->readBytes(buffer, n);
+    if (got == n)
+        return true;
+    GSFileUnread(worker, got);
+    return false;
 }
 
 } // namespace
+
+short GSFileUnread(GSFileWorker* worker, long taken)
+{
+    if (taken > 0)
+        worker->seek(-taken, 1);
+    return 1;
+}
 
 // --- Construction and opening --------------------------------------------------------------------
 
@@ -196,6 +210,7 @@ short GSFile::close(short abort)
     flags &= 0x3F;
     formatVersion = 0;
     reserved = 0;
+    recordEnd = -1;
     if (flags & kDeleteOnClose) {
         GSFileSpec spec = getFileSpec();
         if (spec.isValid())
@@ -248,15 +263,17 @@ long GSFile::getLength() const
 {
     if (!worker)
         return -1;
-    long const saved = worker->tell();
-    if (saved < 0 || worker->seek(0, 2) != 0) {
-        if (saved >= 0)
-            worker->seek(saved, 0);
-        return -1;
-    }
-    long end = worker->tell();
-    worker->seek(saved, 0);
+    long const end = worker->getLength();
     return end < 0 ? -1 : end - fileOffset;
+}
+
+long GSFile::getBytesLeft() const
+{
+    long const end = recordEnd >= 0 ? recordEnd : getLength();
+    long const position = tell();
+    if (end < 0 || position < 0 || position > end)
+        return -1;
+    return end - position;
 }
 
 short GSFile::eof() const { return worker ? worker->eof() : 1; }
@@ -407,6 +424,8 @@ static short readVariable(GSFile* file, T* value, int width)
         char c;
         if (file->readChar(&c) != 0) {
             *value = v;
+            if (i > 0)
+                file->seek(-i, 1);
             return 1;
         }
         // Shifting by 8 in two steps keeps bytes beyond the type's width defined: they push out.

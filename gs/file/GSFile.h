@@ -80,8 +80,22 @@ public:
     // whence 0: absolute from the file offset (a negative position fails, position unchanged);
     // 1: relative; 2: from the end.
     short seek(long position, int whence = 0);
-    // The length relative to the file offset; the position is restored. -1 when unknown.
+    // The length relative to the file offset; the position (and a read-ahead) is kept. -1 when
+    // unknown.
     long getLength() const;
+    // The end of the record being read, set by GSTagRead for its records and sequences (-1 outside
+    // any). Every count a block reader takes from the file is checked against getBytesLeft().
+    long getRecordEnd() const { return recordEnd; }
+    // Returns the previous end, for the caller to give back.
+    long setRecordEnd(long end)
+    {
+        long previous = recordEnd;
+        recordEnd = end;
+        return previous;
+    }
+    // Bytes between the position and the end of the enclosing record (the end of the file outside
+    // any record); -1 when unknown.
+    long getBytesLeft() const;
     void setFileOffset(long offset) { fileOffset = offset; }
     long getFileOffset() const { return fileOffset; }
     short eof() const;
@@ -180,6 +194,12 @@ public:
     short writeObject(GSObject const* object);
     short writeObjectReference(GSObject const* object);
     short _writeObject(GSObject const* object);
+    // Bounds on reading objects, whatever the file says: how deep objects may nest inside objects
+    // (64 by default) and how many entries an object table may list (2^24 by default).
+    void setMaxObjectDepth(int depth) { maxObjectDepth = depth; }
+    int getMaxObjectDepth() const { return maxObjectDepth; }
+    void setMaxTableObjects(long count) { maxTableObjects = count; }
+    long getMaxTableObjects() const { return maxTableObjects; }
     // Throws bad_file when a table is already attached.
     short startObjectMergingRead();
     // Throws bad_file when no table is attached.
@@ -203,7 +223,17 @@ private:
     GSFileWorker* worker = nullptr;
     long fileOffset = 0;
     long reserved = 0;
+    long recordEnd = -1;
+    int objectDepth = 0;
+    int maxObjectDepth = 64;
+    long maxTableObjects = 1L << 24;
+
+    friend class GSObjectDepthGuard;
 };
+
+// A read that came short gives back what it took, so that a failed read leaves the position
+// where it was. Out of line: it runs only on failure.
+short GSFileUnread(GSFileWorker* worker, long taken);
 
 // Reads N bytes and stores decode(bytes) in *value; 1 (value untouched) when they are not there.
 // Every fixed-width read of GSFile goes through here.
@@ -211,8 +241,11 @@ template <long N, class T, class Decode>
 inline short GSFileReadDecoded(GSFileWorker* worker, T* value, Decode decode)
 {
     unsigned char b[N];
-    if (!worker || worker->readBytes(b, N) != N)
+    if (!worker)
         return 1;
+    long const got = worker->readBytes(b, N);
+    if (got != N)
+        return GSFileUnread(worker, got);
     *value = decode(b);
     return 0;
 }
@@ -248,10 +281,11 @@ inline short GSFile::readCompact(long* value, bool* stored)
     bool const negative = b & 0x40;
     unsigned long x = b & 63;
     short status = 0;
+    int count = 1;
     // At most 10 bytes carry a 64-bit value; a longer run is damaged data, not a longer number.
-    for (int shift = 6, count = 1; b & 0x80; shift += 7, ++count) {
+    for (int shift = 6; b & 0x80; shift += 7, ++count) {
         if (count == 10 || worker->readBytes(&b, 1) != 1) {
-            status = 1;
+            status = GSFileUnread(worker, count);
             break;
         }
         x |= static_cast<unsigned long>(b & 127) << shift;

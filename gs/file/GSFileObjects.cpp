@@ -16,33 +16,33 @@ namespace {
 // like those of any unknown class; the list tells them apart from damaged names.
 char const* const kRetiredClassNames[] = {"GifParameter"};
 
-// Objects nested inside objects being read on this thread. A file decides how deep objects nest,
-// so the depth is bounded (each level is a few stack frames).
-thread_local int objectReadDepth = 0;
-
-class DepthGuard {
-public:
-    DepthGuard() : entered(objectReadDepth < GSFileObjectTable::kMaxObjectDepth)
-    {
-        if (entered)
-            ++objectReadDepth;
-    }
-    ~DepthGuard()
-    {
-        if (entered)
-            --objectReadDepth;
-    }
-    DepthGuard(DepthGuard const&) = delete;
-    DepthGuard& operator=(DepthGuard const&) = delete;
-    bool ok() const { return entered; }
-
-private:
-    bool entered;
-};
-
 constexpr unsigned kLongPositionFlags = GSFile::kStandardFloats | GSFile::kStandardDoubles;
 
 } // namespace
+
+// Objects nested inside objects being read from one file. A file decides how deep objects nest,
+// so the depth is bounded (each level is a few stack frames).
+class GSObjectDepthGuard {
+public:
+    explicit GSObjectDepthGuard(GSFile* f) : file(f), entered(f->objectDepth < f->maxObjectDepth)
+    {
+        if (entered)
+            ++file->objectDepth;
+    }
+    ~GSObjectDepthGuard()
+    {
+        if (entered)
+            --file->objectDepth;
+    }
+    GSObjectDepthGuard(GSObjectDepthGuard const&) = delete;
+    GSObjectDepthGuard& operator=(GSObjectDepthGuard const&) = delete;
+    bool ok() const { return entered; }
+
+private:
+    GSFile* file;
+    bool entered;
+};
+
 
 bool GSFile::isRetiredClassName(GSString const& name)
 {
@@ -93,7 +93,7 @@ short GSFile::_readObject(GSObject** object)
         return 1;
     if (getChar() != 0)
         return 1;
-    DepthGuard depth;
+    GSObjectDepthGuard depth(this);
     if (!depth.ok())
         return 1;
     GSString name;
@@ -106,16 +106,20 @@ short GSFile::_readObject(GSObject** object)
         // Unknown, abstract or retired class: the object is dropped and the stream goes on
         // behind it, whichever it was.
         (void)isRetiredClassName(name);
-        skipObject();
+        if (skipObject() != 0)
+            seek(recordEnd >= 0 ? recordEnd : getLength(), 0);
         return 0;
     }
     long start = tell();
     short status = created->read(this);
     if (status != 0) {
-        if (start >= 0)
-            seek(start, 0);
-        skipObject();
         delete created;
+        // Step over the object by its records' sizes. When its block cannot be delimited either,
+        // nothing inside it may be read again (a parent going on from there would read this
+        // object's children once more for every level above them): go to the end of the record
+        // that holds it.
+        if (start < 0 || seek(start, 0) != 0 || skipObject() != 0)
+            seek(recordEnd >= 0 ? recordEnd : getLength(), 0);
         return status;
     }
     *object = created->objectAfterRead();
@@ -128,19 +132,12 @@ short GSFile::skipObject()
     short version;
     if (short st = reader.readVersion(3840, &version))
         return st;
-    long length = getLength();
     for (;;) {
         int tag = reader.read();
         if (tag == -1 || tag == -2)
             return 0;
-        if (tag == GSTagRead::kReadFailure)
+        if (tag == GSTagRead::kReadFailure || reader.skip() != 0)
             return 1;
-        // Sizes come from the file: a record must lie inside it, and skipping must move forward.
-        long start = reader.getDataStart();
-        long size = reader.getSize();
-        if (length < 0 || start < 0 || start > length || size < 0 || size > length - start)
-            return 1;
-        reader.skip();
     }
 }
 

@@ -37,6 +37,17 @@ void GSFileWorker::setAccessMode(char const* mode)
     accessMode[3] = '\0';
 }
 
+long GSFileWorker::getLength()
+{
+    long const saved = tell();
+    if (saved < 0)
+        return -1;
+    long end = seek(0, 2) == 0 ? tell() : -1;
+    if (seek(saved, 0) != 0)
+        return -1;
+    return end;
+}
+
 short GSFileWorker::open()
 {
     if (opened)
@@ -244,6 +255,23 @@ long GSFileWorkerStream::tell()
     if (readEnd)
         return bufferStart + (readNext - buffer);
     return ftello(stream);
+}
+
+long GSFileWorkerStream::getLength()
+{
+    if (!stream)
+        return -1;
+    // The stream itself stands at the end of the read-ahead window (or at the logical position
+    // without one): measuring from there and returning there keeps the window valid.
+    long const here = ftello(stream);
+    if (here < 0)
+        return -1;
+    long end = fseeko(stream, 0, SEEK_END) == 0 ? ftello(stream) : -1;
+    if (fseeko(stream, here, SEEK_SET) != 0) {
+        resetBuffer();
+        return -1;
+    }
+    return end;
 }
 
 short GSFileWorkerStream::flush()

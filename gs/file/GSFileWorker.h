@@ -38,6 +38,9 @@ public:
     // whence: 0 absolute, 1 relative, 2 from the end. 0 on success.
     virtual short seek(long offset, short whence) = 0;
     virtual long tell() = 0;
+    // The stream's length, the position unchanged; -1 when unknown. The default seeks to the end
+    // and back; workers override it to keep their read-ahead.
+    virtual long getLength();
     virtual short flush() = 0;
     virtual short eof() = 0;
     virtual short getError() = 0;
@@ -123,6 +126,7 @@ public:
     long readData(void* buffer, long length) override;
     short seek(long offset, short whence) override;
     long tell() override;
+    long getLength() override;
     short flush() override;
     short eof() override;
     short getError() override;
@@ -169,6 +173,7 @@ public:
     // A result outside 0..size is clamped and gives status 1.
     short seek(long offset, short whence) override;
     long tell() override { return position; }
+    long getLength() override { return bytes.getCount(); }
     short flush() override { return 0; }
     short eof() override { return position == bytes.getCount(); }
     short getError() override { return 0; }

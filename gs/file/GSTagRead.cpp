@@ -2,7 +2,21 @@
 
 #include "gs/file/GSFile.h"
 
-GSTagRead::GSTagRead(GSFile* f) : file(f), dataStart(f ? f->tell() : -1) {}
+GSTagRead::GSTagRead(GSFile* f) : file(f), dataStart(f ? f->tell() : -1)
+{
+    if (!file)
+        return;
+    outerEnd = file->getRecordEnd();
+    end = outerEnd >= 0 ? outerEnd : file->getLength();
+    // Readers of nested blocks at this level share the length read here.
+    file->setRecordEnd(end);
+}
+
+GSTagRead::~GSTagRead()
+{
+    if (file)
+        file->setRecordEnd(outerEnd);
+}
 
 short GSTagRead::readShortVersion(short* v)
 {
@@ -90,20 +104,36 @@ short GSTagRead::readByteTag()
 int GSTagRead::read()
 {
     size = 0;
+    pastEnd = false;
+    // The header belongs to this sequence, not to the record before it.
+    file->setRecordEnd(end);
     short status = file->getUse64Bit() ? readByteTag() : readLongTag();
+    dataStart = file->tell();
     if (status) {
         tag = kReadFailure;
         size = 0;
+        return tag;
     }
-    dataStart = file->tell();
+    if (end >= 0) {
+        // Checked as `size > end - dataStart`, never `dataStart + size > end`, which can wrap.
+        bool const headerInside = dataStart >= 0 && dataStart <= end;
+        if (!headerInside || (tag != kEndTag && (size < 0 || size > end - dataStart))) {
+            pastEnd = true;
+            tag = kReadFailure;
+            return tag;
+        }
+        if (tag != kEndTag)
+            file->setRecordEnd(dataStart + size);
+    }
     return tag;
 }
 
 short GSTagRead::skip()
 {
-    // A damaged size must never move the walk backwards (it would loop) or wrap around.
+    // A damaged size must never move the walk backwards (it would loop), wrap around, or leave
+    // the enclosing record.
     long target;
-    if (size < 0 || dataStart < 0 || __builtin_add_overflow(dataStart, size, &target))
+    if (size < 0 || dataStart < 0 || __builtin_add_overflow(dataStart, size, &target) || (end >= 0 && target > end))
         return 1;
     return file->seek(target, 0);
 }

@@ -11,6 +11,14 @@
 //   long header  tag byte with bit 7 set, size as 8 bytes big-endian
 //   end tag      a byte whose low 7 bits are 127
 // A version is valid when >= 256 with a minor number of 0..15; versions compare by major only.
+//
+// Bounds: a reader knows where its sequence must end: the end of the record it was made inside of
+// (the file's record end, which an enclosing reader sets while one of its records is current), or
+// the end of the file, read once, for a reader at the top level. A record that claims to reach
+// past that end, or whose size is negative, is refused by read() and skip() alike, whatever the
+// back end; while one of its records is current the reader makes that record's end the file's
+// record end, so that readers of nested blocks, and the counts they take from the file, are held
+// inside it. The destructor gives the file back the end it had.
 #pragma once
 
 class GSFile;
@@ -21,17 +29,21 @@ public:
 
     // Data start = the file's current position.
     explicit GSTagRead(GSFile* file);
+    ~GSTagRead();
+    GSTagRead(GSTagRead const&) = delete;
+    GSTagRead& operator=(GSTagRead const&) = delete;
 
     // Reads and validates a version; a major number above maximum's skips to the end of the
     // sequence and gives 1. The version is stored also on failure.
     short readVersion(short maximum, short* version);
     short readShortVersion(short* version);
     short readByteVersion(short* version);
-    // The next header: the tag, kEndTag at the end, kReadFailure when it cannot be read.
+    // The next header: the tag, kEndTag at the end, kReadFailure when it cannot be read or when
+    // its record does not fit (isPastEnd(); getSize() and getDataStart() then say what it claimed).
     int read();
     short readLongTag();
     short readByteTag();
-    // Seeks to the end of the current record.
+    // Seeks to the end of the current record; 1 (nothing moves) when it lies outside the bound.
     short skip();
 
     int getTag() const { return tag; }
@@ -39,6 +51,10 @@ public:
     long getDataStart() const { return dataStart; }
     short getVersion() const { return version; }
     GSFile* getFile() const { return file; }
+    // Where the sequence must end; -1 when the file's length is unknown (nothing is checked).
+    long getEnd() const { return end; }
+    // The last header was read but claimed a record outside the bound.
+    bool isPastEnd() const { return pastEnd; }
 
 private:
     GSFile* file;
@@ -46,4 +62,7 @@ private:
     long size = 0;
     long dataStart = 0;
     short version = 256;
+    long end = -1;
+    long outerEnd = -1;
+    bool pastEnd = false;
 };

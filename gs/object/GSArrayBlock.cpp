@@ -115,10 +115,8 @@ short readBlock(GSDynaArray<T>* array, GSFile* file)
     if (status == 0 && count < 0)
         status = 1;
     if (status == 0) {
-        long const length = file->getLength();
-        long const position = file->tell();
-        if (length < 0 || position < 0 || position > length ||
-            count > (length - position) / kMinimumElementBytes<T>)
+        long const left = file->getBytesLeft();
+        if (left < 0 || count > left / kMinimumElementBytes<T>)
             status = 1;
     }
     if (status == 0 && count > 0)

@@ -11,11 +11,14 @@ namespace {
 constexpr long kIndexThreshold = 32;
 
 // Returns the file to a noted position when it leaves scope, also when an exception passes.
+// Reading an object elsewhere in the file (through a reference): its records are bounded by the
+// file, not by the record the reference stands in; afterwards the reading goes on where it was.
 class PositionRestorer {
 public:
-    PositionRestorer(GSFile* f, long p) : file(f), position(p) {}
+    PositionRestorer(GSFile* f, long p, long fileEnd) : file(f), position(p), recordEnd(f->setRecordEnd(fileEnd)) {}
     ~PositionRestorer()
     {
+        file->setRecordEnd(recordEnd);
         if (position >= 0)
             file->seek(position, 0);
     }
@@ -25,6 +28,7 @@ public:
 private:
     GSFile* file;
     long position;
+    long recordEnd;
 };
 
 } // namespace
@@ -212,7 +216,7 @@ short GSFileObjectTable::startReadObjectTable(GSFile* f)
     // Each position takes at least 4 bytes, or 1 in the compact form. A negative count is no
     // table at all.
     long smallest = longPositions ? 1 : 4;
-    if (entryCount < 0 || entryCount > (length - here) / smallest)
+    if (entryCount < 0 || entryCount > (length - here) / smallest || entryCount > file->getMaxTableObjects())
         return 1;
     if (entryCount > 0) {
         if (entryCount > getCapacity() && setSize(entryCount) != 0)
@@ -232,6 +236,7 @@ short GSFileObjectTable::startReadObjectTable(GSFile* f)
     tablePosition = file->tell();
     if (tablePosition < 0)
         return 1;
+    fileLength = length;
     if (short st = file->seek(objectsStart, 0))
         return st;
     return buildPositionIndex();
@@ -365,7 +370,7 @@ short GSFileObjectTable::readObject(GSObject** object, short)
         long here = file->tell();
         if (here < 0)
             return 1;
-        PositionRestorer restore(file, here);
+        PositionRestorer restore(file, here, fileLength);
         if (short st = file->seek(e.position, 0))
             return st;
         return readEntry(index, object);

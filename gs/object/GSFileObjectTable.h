@@ -18,8 +18,9 @@
 //                 each object's marker byte, -1 for an object that was never written in full
 //
 // Reading is bounded: the entry count and every position are checked against the file length
-// before anything is reserved or sought, objects nest at most kMaxObjectDepth deep, and an object
-// that refers to itself while it is being read fails instead of recursing.
+// before anything is reserved or sought, the count is bounded by GSFile::getMaxTableObjects(),
+// objects nest at most GSFile::getMaxObjectDepth() deep, and an object that refers to itself while
+// it is being read fails instead of recursing.
 #pragma once
 
 #include "gs/object/GSArray.h"
@@ -39,8 +40,6 @@ public:
         short readStatus = 0;         // reading: the status of the object's read
     };
     enum : short { kIdle = 0, kReading = 1, kWriting = 2 };
-    // Deepest nesting of objects inside objects that a read follows.
-    static constexpr int kMaxObjectDepth = 64;
 
     GSFileObjectTable(long initialSize, long growthValue);
     // Releases the objects handed out while reading; never throws.
@@ -102,6 +101,8 @@ private:
     GSDynaArray<long> positionIndex;
     GSFile* file = nullptr;
     long tablePosition = -1;
+    // The file's length when the table was read: objects reached through references lie inside it.
+    long fileLength = -1;
     short longPositions = 0;
     short state = kIdle;
 };

@@ -122,11 +122,10 @@ short ObjectArray::read(GSFile* file)
         return status;
     if (n < 1)
         return n < 0 ? 1 : 0;
-    // Every object takes at least its marker byte: a count the rest of the file cannot hold is
-    // refused before anything is allocated.
-    long const length = file->getLength();
-    long const position = file->tell();
-    if (length < 0 || position < 0 || position > length || n > length - position)
+    // Every object takes at least its marker byte: a count that the rest of its record cannot hold
+    // is refused before anything is allocated.
+    long const left = file->getBytesLeft();
+    if (left < 0 || n > left)
         return 1;
     if (setSize(n) != 0)
         return 1;

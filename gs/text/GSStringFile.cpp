@@ -77,10 +77,9 @@ short GSString::read(GSFile* file)
         encoding = tag;
         return 0;
     }
-    // The count comes from the file: it must fit in what is left of it.
-    long position = file->tell();
-    long length = file->getLength();
-    if (count < 0 || position < 0 || length < position || count > length - position)
+    // The count comes from the file: it must fit in what is left of its record.
+    long const left = file->getBytesLeft();
+    if (count < 0 || left < 0 || count > left)
         return 1;
     char* data = new (std::nothrow) char[static_cast<size_t>(count)];
     if (!data)

@@ -52,7 +52,7 @@ protected:
     }
 
     // `read` gives `expected` over the bytes of `hex` and consumes them; one byte short, it fails
-    // and leaves its output alone.
+    // and leaves its output and the position alone.
     template <class T, class U>
     void reads(short (GSFile::*read)(T*), std::string const& hex, U expected)
     {
@@ -61,8 +61,10 @@ protected:
         std::vector<unsigned char> bytes = fromHex(hex);
         bytes.pop_back();
         T output = value;
-        EXPECT_EQ(((*makeFile(bytes)).*read)(&output), 1) << hex << " one byte short";
+        auto file = makeFile(bytes);
+        EXPECT_EQ(((*file).*read)(&output), 1) << hex << " one byte short";
         EXPECT_EQ(output, value) << hex << " one byte short";
+        EXPECT_EQ(file->tell(), 0) << hex << " one byte short";
     }
 
     // `write` of `value` gives the bytes of `hex`, which `read` reads back as above.

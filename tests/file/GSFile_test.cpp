@@ -43,17 +43,28 @@ TEST_P(GSFileRead, CompactValuesInBothDirections)
 
 TEST_P(GSFileRead, CompactValuesCutShortOrTooLong)
 {
-    // A value cut in the middle stores what came.
+    // A value cut in the middle stores what came, and gives its bytes back.
     EXPECT_EQ(get(&GSFile::readCompactLongLong, "BF FF", 1, 7L), 8191);  // 63 | 127 << 6, waiting for a third byte
     EXPECT_EQ(get(&GSFile::readCompactLongLong, "FF 81", 1, 7L), ~127L); // negative, 63 | 1 << 6 so far
     EXPECT_EQ(get(&GSFile::readCompactLongLong, "", 1, 7L), 7);
     EXPECT_EQ(get(&GSFile::readCompactInt, "", 1, 9), 9);
     EXPECT_EQ(get(&GSFile::readCompactInt, "85 80 80 80 20"), 5); // 2^32 + 5: the low 32 bits
     // A run longer than ten bytes fails after ten.
-    auto file = makeFile("FF FF FF FF FF FF FF FF FF FF FF FF 00");
-    long v = 0;
-    EXPECT_EQ(file->readCompactLongLong(&v), 1);
-    EXPECT_EQ(file->tell(), 10);
+    for (char const* hex : {"BF FF", "FF FF FF FF FF FF FF FF FF FF FF FF 00"}) {
+        auto file = makeFile(hex);
+        long v = 0;
+        EXPECT_EQ(file->readCompactLongLong(&v), 1) << hex;
+        EXPECT_EQ(file->tell(), 0) << hex;
+    }
+    // The same for the variable-width reads and raw bytes.
+    auto file = makeFile("01 02 03");
+    unsigned int u = 0;
+    EXPECT_EQ(file->readULongVariable(&u, 4), 1);
+    EXPECT_EQ(u, 0x010203u);
+    EXPECT_EQ(file->tell(), 0);
+    char raw[4];
+    EXPECT_EQ(file->read(raw, 4), 1);
+    EXPECT_EQ(file->tell(), 0);
 }
 
 // Floats and doubles are a 32-bit mantissa (a fraction) and a 16-bit exponent unless the file's

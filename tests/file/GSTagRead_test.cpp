@@ -78,13 +78,13 @@ TEST(GSTagReadVersion, TooNewSkipsToTheEndOfTheSequence)
 
 TEST(GSTagReadHeaders, ClassicHeadersEndTagAndFailure)
 {
-    ReadFile classic("00 00 00 05 00 00 00 10  FF FF FF FF  00 00 00");
+    ReadFile classic("00 00 00 05 00 00 00 10  " + std::string(32, 'A') + "  FF FF FF FF  00 00 00");
     GSTagRead reader(&classic.f);
     EXPECT_EQ(reader.getDataStart(), 0);
     EXPECT_EQ(reader.read(), 5);
     EXPECT_EQ(reader.getSize(), 16);
     EXPECT_EQ(reader.getDataStart(), 8);
-    ASSERT_EQ(classic.f.seek(8, 0), 0);
+    ASSERT_EQ(classic.f.seek(24, 0), 0);
     EXPECT_EQ(reader.read(), GSTagRead::kEndTag);
     EXPECT_EQ(reader.read(), GSTagRead::kReadFailure);
     EXPECT_EQ(reader.getSize(), 0);
@@ -147,48 +147,95 @@ TEST(GSTagReadSkip, IsOneSeekWithoutReadingTheData)
     EXPECT_EQ(worker->bytesRead, 2 + 8 + 8 + 4);
 }
 
-class GSTagReadDamaged : public FileOverBackend {};
+class GSTagReadBounds : public FileOverBackend {};
 
-INSTANTIATE_TEST_SUITE_P(Backends, GSTagReadDamaged, testing::Values(Backend::Memory, Backend::Stdio), backendName);
+INSTANTIATE_TEST_SUITE_P(Backends, GSTagReadBounds, testing::Values(Backend::Memory, Backend::Stdio), backendName);
 
-// Walks a sequence the way readers do and returns the number of headers met (capped).
-int walk(GSFile& file)
+// Every record must end inside its bound: the file at the top level, the enclosing record inside
+// one. Each case reads one header (`nested`: inside an outer record 9 that holds everything after
+// its own header) and skips it; both back ends must agree on status and position.
+TEST_P(GSTagReadBounds, RecordsMustEndInsideTheirBound)
 {
-    GSTagRead reader(&file);
-    int headers = 0;
-    while (headers < 100) {
-        int tag = reader.read();
-        ++headers;
-        if (tag == GSTagRead::kEndTag || tag == GSTagRead::kReadFailure)
-            break;
-        reader.skip();
+    struct Case {
+        char const* name;
+        char const* hex;
+        bool nested;
+        int tag;          // what read() gives
+        bool pastEnd;
+        long afterRead;   // the position after read()
+        short skip;       // skip()'s status
+        long afterSkip;
+    } const cases[] = {
+        {"size = bytes left", "00 00 00 01 00 00 00 03 AA BB CC", false, 1, false, 8, 0, 11},
+        {"size = bytes left + 1", "00 00 00 01 00 00 00 04 AA BB CC", false, GSTagRead::kReadFailure, true, 8, 1, 8},
+        {"4096 in an 11-byte file", "00 00 00 01 00 00 10 00 AA BB CC", false, GSTagRead::kReadFailure, true, 8, 1, 8},
+        {"largest size", "00 00 00 01 7F FF FF FF AA", false, GSTagRead::kReadFailure, true, 8, 1, 8},
+        {"negative size", "00 00 00 01 FF FF FF F8 AA", false, GSTagRead::kReadFailure, true, 8, 1, 8},
+        {"empty record at the end", "00 00 00 01 00 00 00 00", false, 1, false, 8, 0, 8},
+        {"size cut short", "00 00 00 01 00 00", false, GSTagRead::kReadFailure, false, 4, 0, 4},
+        {"end tag", "FF FF FF FF", false, GSTagRead::kEndTag, false, 4, 0, 4},
+        {"nested, fits its record", "00 00 00 09 00 00 00 0B  00 00 00 01 00 00 00 03 AA BB CC  DD DD", true, 1, false, 16, 0, 19},
+        {"nested, past its record", "00 00 00 09 00 00 00 0B  00 00 00 01 00 00 00 04 AA BB CC  DD DD", true, GSTagRead::kReadFailure, true, 16, 1, 16},
+        {"nested header past its record", "00 00 00 09 00 00 00 06  00 00 00 01 00 00 00 00  DD DD", true, GSTagRead::kReadFailure, true, 16, 1, 16},
+        {"nested end tag inside", "00 00 00 09 00 00 00 04  FF FF FF FF  DD DD", true, GSTagRead::kEndTag, false, 12, 0, 12},
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto file = makeFile(c.hex);
+        GSTagRead outer(file.get());
+        if (c.nested)
+            ASSERT_EQ(outer.read(), 9);
+        GSTagRead reader(file.get());
+        EXPECT_EQ(reader.read(), c.tag);
+        EXPECT_EQ(reader.isPastEnd(), c.pastEnd);
+        EXPECT_EQ(file->tell(), c.afterRead);
+        EXPECT_EQ(reader.skip(), c.skip);
+        EXPECT_EQ(file->tell(), c.afterSkip);
     }
-    return headers;
 }
 
-TEST_P(GSTagReadDamaged, NegativeSizeNeverMovesBackwardsAndSizesPastTheEndEndTheWalk)
+// Readers of nested blocks see their record's end through the file, and get the outer end back
+// when they are done; a damaged sequence still ends.
+TEST_P(GSTagReadBounds, TheFileCarriesTheEnclosingEnd)
 {
-    auto file = makeFile("00 00 00 01 FF FF FF F8  00 00 00 02 00 00 00 00  FF FF FF FF");
-    GSTagRead first(file.get());
-    ASSERT_EQ(first.read(), 1);
-    EXPECT_EQ(first.getSize(), -8);
-    EXPECT_EQ(first.skip(), 1);
-    EXPECT_EQ(file->tell(), 8);
-    ASSERT_EQ(file->seek(0, 0), 0);
-    EXPECT_EQ(walk(*file), 3); // the walk goes on after the header and still ends
+    auto file = makeFile("00 00 00 09 00 00 00 04 AA BB CC DD  00 00 00 02 00 00 00 00  FF FF FF FF");
+    EXPECT_EQ(file->getRecordEnd(), -1);
+    {
+        GSTagRead outer(file.get());
+        EXPECT_EQ(file->getRecordEnd(), 24);
+        ASSERT_EQ(outer.read(), 9);
+        EXPECT_EQ(file->getRecordEnd(), 12);
+        EXPECT_EQ(file->getBytesLeft(), 4);
+        {
+            GSTagRead inner(file.get());
+            EXPECT_EQ(inner.getEnd(), 12);
+        }
+        EXPECT_EQ(file->getRecordEnd(), 12);
+        ASSERT_EQ(outer.skip(), 0);
+        EXPECT_EQ(outer.read(), 2);
+        EXPECT_EQ(outer.read(), GSTagRead::kEndTag);
+    }
+    EXPECT_EQ(file->getRecordEnd(), -1);
 
-    file = makeFile("00 00 00 01 7F FF FF FF  00 00 00 02 00 00 00 00  FF FF FF FF");
-    EXPECT_EQ(walk(*file), 2);
-    EXPECT_EQ(GSTagRead(file.get()).read(), GSTagRead::kReadFailure);
+    // A negative size never moves a walk backwards: the walk goes on after the header and ends.
+    file = makeFile("00 00 00 01 FF FF FF F8  00 00 00 02 00 00 00 00  FF FF FF FF");
+    GSTagRead reader(file.get());
+    int headers = 0;
+    for (int tag = 0; tag != GSTagRead::kEndTag && headers < 100; ++headers) {
+        tag = reader.read();
+        reader.skip();
+    }
+    EXPECT_EQ(headers, 3);
 }
 
 TEST(GSTagReadCompactMode, HugeLongSizeCannotWrapAndArrayCountsAreCompact)
 {
     CompactFile c("81 7F FF FF FF FF FF FF FF  00");
     GSTagRead reader(&c.file);
-    EXPECT_EQ(reader.read(), 1);
+    EXPECT_EQ(reader.read(), GSTagRead::kReadFailure); // data start + size does not fit
+    EXPECT_TRUE(reader.isPastEnd());
     EXPECT_EQ(reader.getSize(), LONG_MAX);
-    EXPECT_EQ(reader.skip(), 1); // data start + size does not fit
+    EXPECT_EQ(reader.skip(), 1);
     EXPECT_EQ(c.file.tell(), c.start + 9);
 
     CompactFile counts("C0 01  80 01");

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include <algorithm>
 #include <string>
 
@@ -322,17 +324,20 @@ TEST(GSFileObjectTableRead, CyclesAndDeepNestingFailInsteadOfRecursing)
     EXPECT_NE(cycle.f.readObject(&o), 0); // the failure is remembered for the reference
     ASSERT_EQ(cycle.f.stopObjectMergingRead(), 0);
 
-    for (int depth : {GSFileObjectTable::kMaxObjectDepth - 1, GSFileObjectTable::kMaxObjectDepth + 10}) {
-        SCOPED_TRACE(depth);
+    // The default bound, and a lower one set on the file.
+    for (auto [limit, depth] : {std::pair{64, 63}, {64, 74}, {5, 4}, {5, 5}}) {
+        SCOPED_TRACE(testing::Message() << "limit " << limit << ", depth " << depth);
         GSObject* chain = new QMPoint(1);
         for (int i = 0; i < depth; ++i)
             chain = new QMNode(chain, false);
         chain->retain();
         ReadFile r(underTable(1, [&](GSFile& f) { f.writeObject(chain); }));
         chain->release();
+        if (limit != 64)
+            r.f.setMaxObjectDepth(limit);
         ASSERT_EQ(r.f.startObjectMergingRead(), 0);
         o = nullptr;
-        EXPECT_EQ(r.f.readObject(&o) == 0 && o, depth < GSFileObjectTable::kMaxObjectDepth);
+        EXPECT_EQ(r.f.readObject(&o) == 0 && o, depth < limit);
         ASSERT_EQ(r.f.stopObjectMergingRead(), 0);
     }
 }
