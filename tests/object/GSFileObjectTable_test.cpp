@@ -106,6 +106,66 @@ TEST(GSObjectEncoding, SkipPassesReferencesNullsAndFullObjectsButNotBadRecords)
     }
 }
 
+// A node that reads its children and ignores their failures, as a lenient reader may.
+class QMLenientNode : public GSObject {
+public:
+    GSRuntimeClass const& getRuntimeClass() const override { return gsClassQMLenientNode; }
+    short read(GSFile* f) override
+    {
+        ++reads;
+        GSTagRead r(f);
+        if (short st = r.readVersion(0x0100, nullptr))
+            return st;
+        for (int records = 0; records < 100; ++records) {
+            int t = r.read();
+            if (t == GSTagRead::kEndTag || t == GSTagRead::kReadFailure)
+                return t == GSTagRead::kEndTag ? 0 : 1;
+            if (t == 1) {
+                // The child's data is the whole record: go on right after it.
+                GSObject* c = nullptr;
+                (void)f->readObject(&c);
+                delete c;
+            } else {
+                (void)r.skip(); // a record that cannot be skipped is read on from its data
+            }
+        }
+        return 1;
+    }
+    static GSObject* _createFunction() { return new (std::nothrow) QMLenientNode; }
+    static inline long reads = 0;
+    static inline GSRuntimeClass gsClassQMLenientNode{GSString("QMLenientNode"), &GSObject::gsClassGSObject,
+                                                      &QMLenientNode::_createFunction};
+};
+
+// Nodes nested 16 deep, each with a record of negative size in front of its child, so that no
+// failed child can be skipped by its records. Reading never reads a failed child's content again:
+// no node is read more than once (a parent going on inside a failed child would read every node
+// twice as often as its parent).
+TEST(GSObjectEncoding, AFailedChildIsNeverReadAgain)
+{
+    std::string node;
+    for (int level = 0; level <= 16; ++level) {
+        std::string body = "01 00  00 00 00 07 FE 00 00 00 ";
+        if (!node.empty()) {
+            char size[16];
+            std::snprintf(size, sizeof size, "%08zX", fromHex(node).size());
+            std::string hexSize;
+            for (int i = 0; i < 8; i += 2)
+                hexSize += std::string(size + i, 2) + " ";
+            body += "00 00 00 01 " + hexSize + node;
+        }
+        std::string const name = "QMLenientNode";
+        node = "00 FF 9B 00 00 00 0E " + toHex(std::vector<unsigned char>(name.begin(), name.end())) + " 00 " + body;
+    }
+    ReadFile r(node + " 00");
+    QMLenientNode::reads = 0;
+    GSObject* o = nullptr;
+    (void)r.f.readObject(&o);
+    delete o;
+    EXPECT_GE(QMLenientNode::reads, 1);
+    EXPECT_LE(QMLenientNode::reads, 17);
+}
+
 // Long positions also switch the file to compact encodings while the table is attached.
 TEST(GSFileObjectTable, SharedObjectsAreWrittenOnceAndReadBackOnce)
 {
