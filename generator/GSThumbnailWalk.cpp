@@ -85,6 +85,9 @@ public:
         }
         if (contradicted && result.reason != Reason::kDuplicateObjectTable)
             result.reason = Reason::kInconsistent;
+        // The picture description accepts only JPEG and PNG, with 5 already read as PNG.
+        if (result.reason == Reason::kOk)
+            result.format = result.pictureType == GSMemPicData::kPNG ? GSPictureFormat::png : GSPictureFormat::jpeg;
         return result;
     }
 
@@ -403,6 +406,24 @@ private:
 };
 
 } // namespace
+
+char const* GSPictureFormatName(GSPictureFormat format)
+{
+    switch (format) {
+    case GSPictureFormat::jpeg: return "jpeg";
+    case GSPictureFormat::png: return "png";
+    default: return "none";
+    }
+}
+
+char const* GSPictureFormatExtension(GSPictureFormat format)
+{
+    switch (format) {
+    case GSPictureFormat::jpeg: return ".jpg";
+    case GSPictureFormat::png: return ".png";
+    default: return "";
+    }
+}
 
 GSThumbnailResult GSFindThumbnail(GSFile* file, GSDynaArray<unsigned char>* bytes, GSThumbnailLimits const& limits)
 {

@@ -23,6 +23,15 @@
 
 class GSFile;
 
+// The stored picture's format, decided once, by the walk, from the stored type: 2 is JPEG, 3 is
+// PNG and so is 5 (an older writer's value). Every front end takes it from the result.
+enum class GSPictureFormat : short { none = 0, jpeg = 2, png = 3 };
+
+// "jpeg", "png" or "none".
+char const* GSPictureFormatName(GSPictureFormat format);
+// The file extension of a picture of that format: ".jpg", ".png" ("" for none).
+char const* GSPictureFormatExtension(GSPictureFormat format);
+
 struct GSThumbnailResult {
     enum Kind : short { kUnrecognised = 0, kDocument = 1, kSelection = 2 };
     // Which of the outputs the walk wrote, as the editor's reader writes them: field by field as
@@ -45,6 +54,8 @@ struct GSThumbnailResult {
     unsigned written = 0;
     short version = 0;
     short pictureType = 0;
+    // jpeg or png exactly when reason is kOk (a picture was accepted), none otherwise.
+    GSPictureFormat format = GSPictureFormat::none;
     short variant = 0;
     GSTSize<int> size;
     // The stored byte count of the picture and where its bytes start; -1 when none was accepted.

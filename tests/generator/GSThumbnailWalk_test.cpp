@@ -49,9 +49,11 @@ TEST_P(ThumbnailWalk, PictureTypesTwoThreeAndFiveOnly)
         if (type == 2 || type == 3 || type == 5) {
             EXPECT_EQ(run.result.reason, Reason::kOk) << type;
             EXPECT_EQ(run.result.pictureType, type == 5 ? 3 : type) << type;
+            EXPECT_EQ(run.result.format, type == 2 ? GSPictureFormat::jpeg : GSPictureFormat::png) << type;
             EXPECT_EQ(run.picture(), fakePNG(40)) << type;
         } else {
             EXPECT_EQ(run.result.reason, Reason::kUnsupportedPictureType) << type;
+            EXPECT_EQ(run.result.format, GSPictureFormat::none) << type;
             EXPECT_FALSE(run.result.written & GSThumbnailResult::kWrotePictureType) << type;
             EXPECT_EQ(run.buffer.getCount(), 0) << type;
         }
