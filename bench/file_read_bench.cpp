@@ -7,12 +7,20 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
 
 namespace {
+
+// Set-up steps must work, or the figures would measure nothing.
+void must(short status)
+{
+    if (status != 0)
+        std::abort();
+}
 
 constexpr long kFileSize = 64L << 20;
 
@@ -22,7 +30,7 @@ std::string makeFile(char const* name, bool compact)
     if (std::filesystem::exists(path) && static_cast<long>(std::filesystem::file_size(path)) >= kFileSize)
         return path;
     GSFile file(GSString(path.c_str()));
-    file.setAccessMode("wb");
+    must(file.setAccessMode("wb"));
     if (file.open() != 0)
         return path;
     std::mt19937_64 random(3);
@@ -31,12 +39,12 @@ std::string makeFile(char const* name, bool compact)
             // Mostly small values, as counts and indexes are, with some long ones.
             std::uint64_t r = random();
             long v = static_cast<long>(r >> (r & 63));
-            file.writeCompactLongLong(r & 64 ? -v : v);
+            must(file.writeCompactLongLong(r & 64 ? -v : v));
         } else {
-            file.writeLong(static_cast<int>(random()));
+            must(file.writeLong(static_cast<int>(random())));
         }
     }
-    file.close();
+    must(file.close());
     return path;
 }
 
@@ -45,13 +53,13 @@ void BM_GSFileReadLong(benchmark::State& state)
     std::string path = makeFile("gs-bench-long.bin", false);
     for (auto _ : state) {
         GSFile file(GSString(path.c_str()));
-        file.open();
+        must(file.open());
         long sum = 0;
         int v;
         while (file.readLong(&v) == 0)
             sum += v;
         benchmark::DoNotOptimize(sum);
-        file.close();
+        must(file.close());
     }
     state.SetBytesProcessed(state.iterations() * kFileSize);
 }
@@ -81,13 +89,13 @@ void BM_GSFileReadCompact(benchmark::State& state)
     std::string path = makeFile("gs-bench-compact.bin", true);
     for (auto _ : state) {
         GSFile file(GSString(path.c_str()));
-        file.open();
+        must(file.open());
         long sum = 0;
         long v;
         while (file.readCompactLongLong(&v) == 0)
             sum += v;
         benchmark::DoNotOptimize(sum);
-        file.close();
+        must(file.close());
     }
     state.SetBytesProcessed(state.iterations() * kFileSize);
 }

@@ -20,9 +20,10 @@ GSThumbnailResult walk(uint8_t const* data, size_t size, GSDynaArray<unsigned ch
 {
     // Exactly the input's size, so that a sanitizer sees any read past it.
     GSDynaArray<unsigned char> bytes(static_cast<long>(size), 0);
-    bytes.append(data, static_cast<long>(size));
+    if (bytes.append(data, static_cast<long>(size)) != 0)
+        std::abort();
     GSFile file(bytes);
-    file.open();
+    (void)file.open(); // cannot fail for a memory file
     return GSFindThumbnail(&file, buffer, limits);
 }
 

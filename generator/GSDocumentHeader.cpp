@@ -59,9 +59,10 @@ short GSReadDocumentHeader(GSFile* file, short* version, short* mergingStarted, 
     long start = file->tell();
     bool selection = false;
     if (!file->hasID(kQuillmoorDocumentID, 1)) {
-        file->seek(start);
+        // hasID has sought back already; this only repeats it for a start it could not know.
+        (void)file->seek(start);
         if (!file->hasID(kQuillmoorSelectionID, 1)) {
-            file->seek(start);
+            (void)file->seek(start); // going back is best effort: the failure is reported either way
             d.failure = GSThumbnailReason::kNotADocument;
             return 1;
         }
@@ -73,7 +74,7 @@ short GSReadDocumentHeader(GSFile* file, short* version, short* mergingStarted, 
     if (isSelection)
         *isSelection = selection ? 1 : 0;
     if (status != 0) {
-        file->seek(start);
+        (void)file->seek(start); // best effort, as above
         return status;
     }
     return 0;

@@ -20,6 +20,6 @@ struct GSHeaderDetail {
 extern char const* const kQuillmoorDocumentID;  // "Quillmoor Document"
 extern char const* const kQuillmoorSelectionID; // "Quillmoor Selection"
 
-short GSReadDocumentHeader(GSFile* file, short* version, short* mergingStarted, short* isSelection,
+[[nodiscard]] short GSReadDocumentHeader(GSFile* file, short* version, short* mergingStarted, short* isSelection,
                            GSHeaderDetail* detail);
-short GSReadDocumentVersion(GSTagRead* reader, short* version, short* mergingStarted, GSHeaderDetail* detail);
+[[nodiscard]] short GSReadDocumentVersion(GSTagRead* reader, short* version, short* mergingStarted, GSHeaderDetail* detail);

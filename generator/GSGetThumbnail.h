@@ -22,15 +22,15 @@ class GSTagRead;
 
 // Checks the document ID and version at the current position. 0 on success; on failure the file
 // is back where the call started. *isSelection is set also when the version check fails.
-short QuillmoorDataReadHeader(GSFile* file, short* version, short* mergingStarted, short* isSelection);
+[[nodiscard]] short QuillmoorDataReadHeader(GSFile* file, short* version, short* mergingStarted, short* isSelection);
 
 // Reads and checks the document version through a reader positioned at it; from version 768 on
 // switches to IEEE floats and, when mergingStarted is given, starts the object-merging read.
-short QuillmoorDataReadVersion(GSTagRead* reader, short* version, short* mergingStarted);
+[[nodiscard]] short QuillmoorDataReadVersion(GSTagRead* reader, short* version, short* mergingStarted);
 
 // Fills `bytes` with the stored picture of the document named by `spec`. The result is the status
 // of opening the file: 0 whenever it opened, whether or not a picture was found. A picture was
 // found when `bytes` is non-empty; the other outputs are written only when their records are read.
 // Throws bad_file for a document with two object-table records.
-short GSGetThumbnail(GSFileSpec const& spec, GSDynaArray<unsigned char>* bytes, short* pictureType,
+[[nodiscard]] short GSGetThumbnail(GSFileSpec const& spec, GSDynaArray<unsigned char>* bytes, short* pictureType,
                      short* variant, GSTSize<int>* size);

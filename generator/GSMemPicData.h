@@ -30,15 +30,15 @@ public:
     // picture bytes) or when the sequence ended without it; 1 on a read failure, an unreadable
     // header, an unusable type or a record that does not fit the file. The version's status when
     // it is refused.
-    short read(GSFile* file) override;
+    [[nodiscard]] short read(GSFile* file) override;
     // The inline form: picture type and byte count. 1 when a read fails or the count does not fit
     // 32 bits (nothing is stored), or when the type is not JPEG or PNG (type and count are stored
     // all the same).
-    short readData(GSFile* file);
+    [[nodiscard]] short readData(GSFile* file);
 
     int getByteCount() const { return byteCount; }
-    short getPictureType() const { return pictureType; }
-    short getVariant() const { return variant; }
+    [[nodiscard]] short getPictureType() const { return pictureType; }
+    [[nodiscard]] short getVariant() const { return variant; }
     GSTSize<int> const& getSize() const { return size; }
 
     // A new instance with the count 0.

@@ -31,4 +31,4 @@ GSDynaArray<unsigned char> GSMakePictureBuffer();
 // 3), or `none` (no thumbnail record, a selection file, a damaged record, an unknown type), in
 // which case the front end draws an empty picture. Throws bad_file for a document with two
 // object-table records.
-short GSReadStoredPicture(GSFileSpec const& spec, GSDynaArray<unsigned char>* bytes, GSStoredPicture* picture);
+[[nodiscard]] short GSReadStoredPicture(GSFileSpec const& spec, GSDynaArray<unsigned char>* bytes, GSStoredPicture* picture);

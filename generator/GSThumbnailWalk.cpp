@@ -53,7 +53,7 @@ public:
         // A record 11 whose table could not be read leaves no table: stopping then is misuse.
         if (active && file->getObjectTable()) {
             try {
-                file->stopObjectMergingRead();
+                (void)file->stopObjectMergingRead(); // the walk's outcome is decided already
             } catch (...) {
             }
         }
@@ -118,7 +118,7 @@ private:
                 char first = 0;
                 if (file->readChar(&first) != 0 && file->getError() != 0)
                     result.reason = Reason::kReadError;
-                file->seek(start);
+                (void)file->seek(start); // the walk ends here: the position no longer matters
             }
             return;
         }
@@ -328,7 +328,7 @@ private:
         long previous = bytes->getCount();
         unsigned char* data = nullptr;
         if (bytes->setCount(count) != 0 || !(data = bytes->getWritablePointer())) {
-            bytes->setCount(previous);
+            (void)bytes->setCount(previous); // shrinking back to a count it held cannot fail
             setFailure(Reason::kOutOfMemory);
             return true;
         }

@@ -70,10 +70,10 @@ struct GSThumbnailResult {
 // The file's flags and object table change as the records say; a table the walk attached is
 // stopped before it returns. Never throws: a second object table record gives
 // kDuplicateObjectTable (GSGetThumbnail turns that into bad_file).
-GSThumbnailResult GSFindThumbnail(GSFile* file, GSDynaArray<unsigned char>* bytes,
+[[nodiscard]] GSThumbnailResult GSFindThumbnail(GSFile* file, GSDynaArray<unsigned char>* bytes,
                                   GSThumbnailLimits const& limits = GSThumbnailLimits());
 
 // Opens the file named by `spec` (no alias resolution), walks it and closes it. A file that
 // cannot be opened gives kCannotOpen and its status in openStatus; `bytes` is then untouched.
-GSThumbnailResult GSFindThumbnail(GSFileSpec const& spec, GSDynaArray<unsigned char>* bytes,
+[[nodiscard]] GSThumbnailResult GSFindThumbnail(GSFileSpec const& spec, GSDynaArray<unsigned char>* bytes,
                                   GSThumbnailLimits const& limits = GSThumbnailLimits());

@@ -70,4 +70,4 @@ void CancelPreviewGeneration(void* thisInterface, QLPreviewRequestRef preview);
 // image reads the bytes in place: `bytes` must outlive it. Returns the status of opening the
 // file: 0 also when there is no picture (the image is then null). Throws what reading the
 // document throws (bad_file for a document with two object tables).
-short GenerateFillCGImage(CFURLRef url, GSDynaArray<unsigned char>* bytes, GSCFTypeRef<CGImageRef>* image);
+[[nodiscard]] short GenerateFillCGImage(CFURLRef url, GSDynaArray<unsigned char>* bytes, GSCFTypeRef<CGImageRef>* image);

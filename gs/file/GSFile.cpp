@@ -40,7 +40,7 @@ inline bool readExact(GSFileWorker* worker, void* buffer, long n)
     long const got = worker->readBytes(buffer, n);
     if (got == n)
         return true;
-    GSFileUnread(worker, got);
+    (void)GSFileUnread(worker, got); // always 1: the read failed
     return false;
 }
 
@@ -59,22 +59,23 @@ GSFile::GSFile() = default;
 
 GSFile::GSFile(GSString const& path)
 {
-    setFilename(path);
+    // Constructors report nothing: a file without a worker fails at open().
+    (void)setFilename(path);
 }
 
 GSFile::GSFile(GSFileSpec const& spec, short followLink)
 {
-    init(spec, followLink);
+    (void)init(spec, followLink);
 }
 
 GSFile::GSFile(long growth, long capacity)
 {
-    init(new (std::nothrow) GSFileWorkerMemory(growth, capacity), 1);
+    (void)init(new (std::nothrow) GSFileWorkerMemory(growth, capacity), 1);
 }
 
 GSFile::GSFile(GSDynaArray<unsigned char> const& bytes)
 {
-    init(new (std::nothrow) GSFileWorkerMemory(bytes), 1);
+    (void)init(new (std::nothrow) GSFileWorkerMemory(bytes), 1);
 }
 
 GSFile::~GSFile()
@@ -85,7 +86,7 @@ GSFile::~GSFile()
     if (worker) {
         flags &= ~static_cast<unsigned>(kDeleteOnClose);
         if (worker->isOpened())
-            close(0);
+            (void)close(0); // a destructor has nobody to report to; call close() to see the status
         freeFileWorker();
     }
 }
@@ -100,7 +101,7 @@ short GSFile::init(GSFileSpec const& spec, short followLink)
         if (!memory)
             return 1;
         memory->setFileSpec(spec);
-        init(memory, 1);
+        (void)init(memory, 1); // cannot fail for a new, non-null worker
     }
     return setFileSpec(spec);
 }
@@ -199,7 +200,8 @@ short GSFile::initWithID(char const* id, short forWriting)
 
 short GSFile::initWithFileSpecAndID(GSFileSpec const& spec, char const* id, short forWriting)
 {
-    init(spec, 0);
+    // A spec that gives no worker leaves the file without one, and initWithID then fails.
+    (void)init(spec, 0);
     return initWithID(id, forWriting);
 }
 
@@ -425,7 +427,7 @@ static short readVariable(GSFile* file, T* value, int width)
         if (file->readChar(&c) != 0) {
             *value = v;
             if (i > 0)
-                file->seek(-i, 1);
+                (void)file->seek(-i, 1); // going back is best effort; the read fails either way
             return 1;
         }
         // Shifting by 8 in two steps keeps bytes beyond the type's width defined: they push out.
@@ -492,7 +494,7 @@ short GSFile::isToken(char const* token, short skipWhiteSpace)
     if (read(bytes, static_cast<long>(length)) != 0 || std::memcmp(bytes, token, length) != 0)
         return 0;
     if (skipWhiteSpace)
-        readWhiteSpace();
+        (void)readWhiteSpace(); // always 0
     return 1;
 }
 
@@ -507,7 +509,7 @@ short GSFile::hasID(char const* id, short restore)
     if (isToken(id, 0) && getChar() == 0)
         return 1;
     if (restore && start >= 0)
-        seek(start, 0);
+        (void)seek(start, 0); // best effort: the answer is 0 either way
     return 0;
 }
 
@@ -532,7 +534,7 @@ short GSFile::readWhiteSpace()
         if (c == -1)
             return 0;
         if (c != 9 && c != 10 && c != 13 && c != 32 && c != 0) {
-            seek(-1, 1);
+            (void)seek(-1, 1); // one byte back over a byte just read: only a broken stream fails
             return 0;
         }
     }
@@ -554,7 +556,7 @@ short GSFile::isUTF8()
     if (got == 3 && b[0] == 0xEF && b[1] == 0xBB && b[2] == 0xBF)
         return 1;
     if (got > 0)
-        seek(-got, 1);
+        (void)seek(-got, 1); // back over bytes just read: only a broken stream fails
     return 0;
 }
 

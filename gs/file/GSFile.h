@@ -49,19 +49,19 @@ public:
     virtual ~GSFile();
 
     // --- Construction and opening -------------------------------------------------------------
-    short init(GSFileSpec const& spec, short followLink);
+    [[nodiscard]] short init(GSFileSpec const& spec, short followLink);
     // Attaches an existing worker (retained); `owns` decides whether freeing it deletes it.
-    short init(GSFileWorker* worker, short owns);
-    short setFilename(GSString const& path);
-    short setFileSpec(GSFileSpec const& spec);
-    short setAccessMode(char const* mode);
-    short open();
+    [[nodiscard]] short init(GSFileWorker* worker, short owns);
+    [[nodiscard]] short setFilename(GSString const& path);
+    [[nodiscard]] short setFileSpec(GSFileSpec const& spec);
+    [[nodiscard]] short setAccessMode(char const* mode);
+    [[nodiscard]] short open();
     // Reading: open, then checkID(id) when an id is given. Writing: mode "wb", open, write the ID.
-    short initWithID(char const* id, short forWriting);
-    short initWithFileSpecAndID(GSFileSpec const& spec, char const* id, short forWriting);
+    [[nodiscard]] short initWithID(char const* id, short forWriting);
+    [[nodiscard]] short initWithFileSpecAndID(GSFileSpec const& spec, char const* id, short forWriting);
     // Closes the worker (abort abandons a safe save). With flag 1 set the file is removed and this
     // object destroyed: the caller must not touch it afterwards.
-    short close(short abort = 0);
+    [[nodiscard]] short close(short abort = 0);
     void freeFileWorker();
 
     GSFileWorker* getFileWorker() const { return worker; }
@@ -79,7 +79,7 @@ public:
     long tell() const;
     // whence 0: absolute from the file offset (a negative position fails, position unchanged);
     // 1: relative; 2: from the end.
-    short seek(long position, int whence = 0);
+    [[nodiscard]] short seek(long position, int whence = 0);
     // The length relative to the file offset; the position (and a read-ahead) is kept. -1 when
     // unknown.
     long getLength() const;
@@ -98,102 +98,102 @@ public:
     long getBytesLeft() const;
     void setFileOffset(long offset) { fileOffset = offset; }
     long getFileOffset() const { return fileOffset; }
-    short eof() const;
-    short getError() const;
+    [[nodiscard]] short eof() const;
+    [[nodiscard]] short getError() const;
     bool isOpened() const;
     bool isMemoryBased() const;
     void* getMemoryAddress() const;
 
     // --- Primitive reads -----------------------------------------------------------------------
-    short read(void* buffer, long length);
+    [[nodiscard]] short read(void* buffer, long length);
     // Whole items read.
     long read(void* buffer, long size, long count);
-    short readChar(char* value);
-    short readBool(short* value);
-    short readShort(short* value);
-    short readLittleShort(short* value);
-    short readBoolAsShort(short* value);
-    short readIntAsShort(int* value);
-    short readIntAsUShort(int* value);
-    short readLong(int* value);
-    short readInt(int* value) { return readLong(value); }
-    short readLittleLong(int* value);
-    short readLongLong(long* value);
-    short readPointer(void** value);
-    short readLittleLongLong(long* value);
-    short readStandardFloat(float* value);
-    short readLittleStandardFloat(float* value);
-    short readStandardDouble(double* value);
-    short readLittleStandardDouble(double* value);
-    short readFloat(float* value);
-    short readDouble(double* value);
+    [[nodiscard]] short readChar(char* value);
+    [[nodiscard]] short readBool(short* value);
+    [[nodiscard]] short readShort(short* value);
+    [[nodiscard]] short readLittleShort(short* value);
+    [[nodiscard]] short readBoolAsShort(short* value);
+    [[nodiscard]] short readIntAsShort(int* value);
+    [[nodiscard]] short readIntAsUShort(int* value);
+    [[nodiscard]] short readLong(int* value);
+    [[nodiscard]] short readInt(int* value) { return readLong(value); }
+    [[nodiscard]] short readLittleLong(int* value);
+    [[nodiscard]] short readLongLong(long* value);
+    [[nodiscard]] short readPointer(void** value);
+    [[nodiscard]] short readLittleLongLong(long* value);
+    [[nodiscard]] short readStandardFloat(float* value);
+    [[nodiscard]] short readLittleStandardFloat(float* value);
+    [[nodiscard]] short readStandardDouble(double* value);
+    [[nodiscard]] short readLittleStandardDouble(double* value);
+    [[nodiscard]] short readFloat(float* value);
+    [[nodiscard]] short readDouble(double* value);
     // Unsigned big-endian of `width` bytes (0 reads nothing and yields 0).
-    short readULongVariable(unsigned int* value, int width);
-    short readULongLongVariable(unsigned long* value, int width);
-    short readFileSizeVariable(long* value, int width);
-    short readIntXVariable(long* value, int width);
+    [[nodiscard]] short readULongVariable(unsigned int* value, int width);
+    [[nodiscard]] short readULongLongVariable(unsigned long* value, int width);
+    [[nodiscard]] short readFileSizeVariable(long* value, int width);
+    [[nodiscard]] short readIntXVariable(long* value, int width);
     // On a failure in the middle the partly assembled value is still stored.
-    short readCompactLongLong(long* value);
-    short readCompactInt(int* value);
-    short readCompactLong(int* value) { return readCompactInt(value); }
-    short readArrayCount(long* value);
+    [[nodiscard]] short readCompactLongLong(long* value);
+    [[nodiscard]] short readCompactInt(int* value);
+    [[nodiscard]] short readCompactLong(int* value) { return readCompactInt(value); }
+    [[nodiscard]] short readArrayCount(long* value);
 
     // --- IDs, tokens and text ------------------------------------------------------------------
     // 1 when the next strlen(token) bytes equal the token (0 without reading for tokens over 255).
-    short isToken(char const* token, short skipWhiteSpace);
+    [[nodiscard]] short isToken(char const* token, short skipWhiteSpace);
     // 0 when the ID and a 0 byte follow; the position is not restored.
-    short checkID(char const* id);
+    [[nodiscard]] short checkID(char const* id);
     // 1 when the ID and a 0 byte follow; on failure with `restore` seeks back.
-    short hasID(char const* id, short restore);
+    [[nodiscard]] short hasID(char const* id, short restore);
     int getChar();
-    short getString(GSString* s, int maximum);
-    short readWhiteSpace();
-    short readToEndOfLine();
-    short isUTF8();
+    [[nodiscard]] short getString(GSString* s, int maximum);
+    [[nodiscard]] short readWhiteSpace();
+    [[nodiscard]] short readToEndOfLine();
+    [[nodiscard]] short isUTF8();
 
     // --- Primitive writes (each the exact inverse of the read of the same name) -----------------
-    short write(void const* buffer, long length);
+    [[nodiscard]] short write(void const* buffer, long length);
     long write(void const* buffer, long size, long count);
-    short writeChar(char value);
-    short writeBool(short value);
-    short writeShort(short value);
-    short writeBoolAsShort(short value) { return writeShort(value); }
-    short writeIntAsShort(int value) { return writeShort(static_cast<short>(value)); }
-    short writeLittleShort(short value);
-    short writeLong(int value);
-    short writeInt(int value) { return writeLong(value); }
-    short writeLittleLong(int value);
-    short writeLongLong(long value);
-    short writePointer(void* value);
-    short writeStandardFloat(float value);
-    short writeStandardDouble(double value);
-    short writeFloat(float value);
-    short writeDouble(double value);
-    short writeCompactLongLong(long value);
-    short writeCompactInt(int value) { return writeCompactLongLong(value); }
-    short writeCompactLong(int value) { return writeCompactLongLong(value); }
-    short writeArrayCount(long value);
-    short writeUTF8BOM();
-    short putChar(char c);
-    short putString(GSString const& s, short addNewLine);
-    short putLong(int value, int width = 0);
-    short putFloat(float value, int decimals);
-    short flush();
-    short copySize(long n, GSFile* destination);
-    short copyContent(GSFile* destination);
+    [[nodiscard]] short writeChar(char value);
+    [[nodiscard]] short writeBool(short value);
+    [[nodiscard]] short writeShort(short value);
+    [[nodiscard]] short writeBoolAsShort(short value) { return writeShort(value); }
+    [[nodiscard]] short writeIntAsShort(int value) { return writeShort(static_cast<short>(value)); }
+    [[nodiscard]] short writeLittleShort(short value);
+    [[nodiscard]] short writeLong(int value);
+    [[nodiscard]] short writeInt(int value) { return writeLong(value); }
+    [[nodiscard]] short writeLittleLong(int value);
+    [[nodiscard]] short writeLongLong(long value);
+    [[nodiscard]] short writePointer(void* value);
+    [[nodiscard]] short writeStandardFloat(float value);
+    [[nodiscard]] short writeStandardDouble(double value);
+    [[nodiscard]] short writeFloat(float value);
+    [[nodiscard]] short writeDouble(double value);
+    [[nodiscard]] short writeCompactLongLong(long value);
+    [[nodiscard]] short writeCompactInt(int value) { return writeCompactLongLong(value); }
+    [[nodiscard]] short writeCompactLong(int value) { return writeCompactLongLong(value); }
+    [[nodiscard]] short writeArrayCount(long value);
+    [[nodiscard]] short writeUTF8BOM();
+    [[nodiscard]] short putChar(char c);
+    [[nodiscard]] short putString(GSString const& s, short addNewLine);
+    [[nodiscard]] short putLong(int value, int width = 0);
+    [[nodiscard]] short putFloat(float value, int decimals);
+    [[nodiscard]] short flush();
+    [[nodiscard]] short copySize(long n, GSFile* destination);
+    [[nodiscard]] short copyContent(GSFile* destination);
     void transferWorker(GSFile* destination);
 
     // --- Objects -------------------------------------------------------------------------------
-    short readObject(GSObject** object);
+    [[nodiscard]] short readObject(GSObject** object);
     GSObject* readObject();
-    short readObjectReference(GSObject** object);
+    [[nodiscard]] short readObjectReference(GSObject** object);
     GSObject* readObjectReference();
-    short _readObject(GSObject** object);
-    short skipObject();
-    short _skipObject();
-    short writeObject(GSObject const* object);
-    short writeObjectReference(GSObject const* object);
-    short _writeObject(GSObject const* object);
+    [[nodiscard]] short _readObject(GSObject** object);
+    [[nodiscard]] short skipObject();
+    [[nodiscard]] short _skipObject();
+    [[nodiscard]] short writeObject(GSObject const* object);
+    [[nodiscard]] short writeObjectReference(GSObject const* object);
+    [[nodiscard]] short _writeObject(GSObject const* object);
     // Bounds on reading objects, whatever the file says: how deep objects may nest inside objects
     // (64 by default) and how many entries an object table may list (2^24 by default).
     void setMaxObjectDepth(int depth) { maxObjectDepth = depth; }
@@ -201,20 +201,20 @@ public:
     void setMaxTableObjects(long count) { maxTableObjects = count; }
     long getMaxTableObjects() const { return maxTableObjects; }
     // Throws bad_file when a table is already attached.
-    short startObjectMergingRead();
+    [[nodiscard]] short startObjectMergingRead();
     // Throws bad_file when no table is attached.
-    short stopObjectMergingRead();
-    short startObjectMergingWrite(short longPositions);
-    short stopObjectMergingWrite();
+    [[nodiscard]] short stopObjectMergingRead();
+    [[nodiscard]] short startObjectMergingWrite(short longPositions);
+    [[nodiscard]] short stopObjectMergingWrite();
     GSFileObjectTable* getObjectTable() const { return objectTable; }
     // True in compact mode: an object table of the newer kind is attached.
-    short getUse64Bit() const;
+    [[nodiscard]] short getUse64Bit() const;
     // True for the names of classes that no longer exist (their objects are skipped on reading).
     static bool isRetiredClassName(GSString const& name);
 
 private:
     // The compact signed encoding; `stored` tells whether a value was assembled (the first byte came).
-    short readCompact(long* value, bool* stored);
+    [[nodiscard]] short readCompact(long* value, bool* stored);
 
     unsigned flags = 6;
     int formatVersion = 0;
@@ -233,12 +233,12 @@ private:
 
 // A read that came short gives back what it took, so that a failed read leaves the position
 // where it was. Out of line: it runs only on failure.
-short GSFileUnread(GSFileWorker* worker, long taken);
+[[nodiscard]] short GSFileUnread(GSFileWorker* worker, long taken);
 
 // Reads N bytes and stores decode(bytes) in *value; 1 (value untouched) when they are not there.
 // Every fixed-width read of GSFile goes through here.
 template <long N, class T, class Decode>
-inline short GSFileReadDecoded(GSFileWorker* worker, T* value, Decode decode)
+[[nodiscard]] inline short GSFileReadDecoded(GSFileWorker* worker, T* value, Decode decode)
 {
     unsigned char b[N];
     if (!worker)
@@ -302,23 +302,23 @@ inline short GSFile::readCompactLongLong(long* value)
 }
 
 // Template-friendly forwarding: GSFileRead(file, &x) reads any primitive by its type.
-short GSFileRead(GSFile* file, char* value);
-short GSFileRead(GSFile* file, unsigned char* value);
-short GSFileRead(GSFile* file, short* value);
-short GSFileRead(GSFile* file, unsigned short* value);
-short GSFileRead(GSFile* file, int* value);
-short GSFileRead(GSFile* file, unsigned int* value);
-short GSFileRead(GSFile* file, long* value);
-short GSFileRead(GSFile* file, float* value);
-short GSFileRead(GSFile* file, double* value);
-short GSFileRead(GSFile* file, GSObject** value);
-short GSFileWrite(GSFile* file, char value);
-short GSFileWrite(GSFile* file, unsigned char value);
-short GSFileWrite(GSFile* file, short value);
-short GSFileWrite(GSFile* file, unsigned short value);
-short GSFileWrite(GSFile* file, int value);
-short GSFileWrite(GSFile* file, unsigned int value);
-short GSFileWrite(GSFile* file, long value);
-short GSFileWrite(GSFile* file, float value);
-short GSFileWrite(GSFile* file, double value);
-short GSFileWrite(GSFile* file, GSObject const* value);
+[[nodiscard]] short GSFileRead(GSFile* file, char* value);
+[[nodiscard]] short GSFileRead(GSFile* file, unsigned char* value);
+[[nodiscard]] short GSFileRead(GSFile* file, short* value);
+[[nodiscard]] short GSFileRead(GSFile* file, unsigned short* value);
+[[nodiscard]] short GSFileRead(GSFile* file, int* value);
+[[nodiscard]] short GSFileRead(GSFile* file, unsigned int* value);
+[[nodiscard]] short GSFileRead(GSFile* file, long* value);
+[[nodiscard]] short GSFileRead(GSFile* file, float* value);
+[[nodiscard]] short GSFileRead(GSFile* file, double* value);
+[[nodiscard]] short GSFileRead(GSFile* file, GSObject** value);
+[[nodiscard]] short GSFileWrite(GSFile* file, char value);
+[[nodiscard]] short GSFileWrite(GSFile* file, unsigned char value);
+[[nodiscard]] short GSFileWrite(GSFile* file, short value);
+[[nodiscard]] short GSFileWrite(GSFile* file, unsigned short value);
+[[nodiscard]] short GSFileWrite(GSFile* file, int value);
+[[nodiscard]] short GSFileWrite(GSFile* file, unsigned int value);
+[[nodiscard]] short GSFileWrite(GSFile* file, long value);
+[[nodiscard]] short GSFileWrite(GSFile* file, float value);
+[[nodiscard]] short GSFileWrite(GSFile* file, double value);
+[[nodiscard]] short GSFileWrite(GSFile* file, GSObject const* value);

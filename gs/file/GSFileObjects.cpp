@@ -106,8 +106,8 @@ short GSFile::_readObject(GSObject** object)
         // Unknown, abstract or retired class: the object is dropped and the stream goes on
         // behind it, whichever it was.
         (void)isRetiredClassName(name);
-        if (skipObject() != 0)
-            seek(recordEnd >= 0 ? recordEnd : getLength(), 0);
+        if (skipObject() != 0 && seek(recordEnd >= 0 ? recordEnd : getLength(), 0) != 0)
+            return 1;
         return 0;
     }
     long start = tell();
@@ -119,7 +119,7 @@ short GSFile::_readObject(GSObject** object)
         // object's children once more for every level above them): go to the end of the record
         // that holds it.
         if (start < 0 || seek(start, 0) != 0 || skipObject() != 0)
-            seek(recordEnd >= 0 ? recordEnd : getLength(), 0);
+            (void)seek(recordEnd >= 0 ? recordEnd : getLength(), 0); // the read has failed either way
         return status;
     }
     *object = created->objectAfterRead();
@@ -219,7 +219,7 @@ short GSFile::startObjectMergingRead()
     objectTable = table;
     short status = table->startReadObjectTable(this);
     if (status != 0) {
-        stopObjectMergingRead();
+        (void)stopObjectMergingRead(); // the table's own status is the one to report
         return status;
     }
     if (table->getLongPositions())

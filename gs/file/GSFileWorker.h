@@ -31,37 +31,37 @@ public:
     GSRuntimeClass const& getRuntimeClass() const override;
 
     virtual void* getMemoryAddress() const { return nullptr; }
-    virtual short startCompression(int) { return 0; }
-    virtual short endCompression() { return 0; }
+    [[nodiscard]] virtual short startCompression(int) { return 0; }
+    [[nodiscard]] virtual short endCompression() { return 0; }
     // Bytes actually read (0 at the end or on failure).
     virtual long readData(void* buffer, long length) = 0;
     // whence: 0 absolute, 1 relative, 2 from the end. 0 on success.
-    virtual short seek(long offset, short whence) = 0;
+    [[nodiscard]] virtual short seek(long offset, short whence) = 0;
     virtual long tell() = 0;
     // The stream's length, the position unchanged; -1 when unknown. The default seeks to the end
     // and back; workers override it to keep their read-ahead.
     virtual long getLength();
-    virtual short flush() = 0;
-    virtual short eof() = 0;
-    virtual short getError() = 0;
-    virtual short getString(GSString* s, int maximum);
-    virtual short putString(GSString const& s, short addNewLine);
-    virtual short putLong(int value, int width);
-    virtual short putFloat(float value, int decimals);
-    virtual short putChar(char c);
+    [[nodiscard]] virtual short flush() = 0;
+    [[nodiscard]] virtual short eof() = 0;
+    [[nodiscard]] virtual short getError() = 0;
+    [[nodiscard]] virtual short getString(GSString* s, int maximum);
+    [[nodiscard]] virtual short putString(GSString const& s, short addNewLine);
+    [[nodiscard]] virtual short putLong(int value, int width);
+    [[nodiscard]] virtual short putFloat(float value, int decimals);
+    [[nodiscard]] virtual short putChar(char c);
     // The next byte as 0..255, -1 at the end; outside binary mode every line end reads as 10.
     virtual int getChar();
     // Bytes actually written.
     virtual long _write(void const* buffer, long length) = 0;
-    virtual short _open() = 0;
-    virtual short _close(short abort) = 0;
+    [[nodiscard]] virtual short _open() = 0;
+    [[nodiscard]] virtual short _close(short abort) = 0;
     virtual GSFileSpec const& getFileSpec() const { return fileSpec; }
     virtual GSFileSpec const& getWorkingFileSpec() const { return fileSpec; }
 
     // 1 when already open; otherwise _open(), setting the opened flag on success.
-    short open();
+    [[nodiscard]] short open();
     // 1 when not open; ends compression, then _close(abort), clearing the opened flag on success.
-    short close(short abort);
+    [[nodiscard]] short close(short abort);
     long writeData(void const* buffer, long length) { return _write(buffer, length); }
     // readData with the read-ahead window tried first; bytes actually read.
     long readBytes(void* buffer, long length)
@@ -124,21 +124,21 @@ public:
     ~GSFileWorkerStream() override;
 
     long readData(void* buffer, long length) override;
-    short seek(long offset, short whence) override;
+    [[nodiscard]] short seek(long offset, short whence) override;
     long tell() override;
     long getLength() override;
-    short flush() override;
-    short eof() override;
-    short getError() override;
-    short putChar(char c) override;
+    [[nodiscard]] short flush() override;
+    [[nodiscard]] short eof() override;
+    [[nodiscard]] short getError() override;
+    [[nodiscard]] short putChar(char c) override;
     long _write(void const* buffer, long length) override;
-    short _open() override;
-    short _close(short abort) override;
+    [[nodiscard]] short _open() override;
+    [[nodiscard]] short _close(short abort) override;
     GSFileSpec const& getWorkingFileSpec() const override { return workingSpec; }
 
 protected:
     // Before output: moves the stream to the logical position and drops the window.
-    short prepareWrite();
+    [[nodiscard]] short prepareWrite();
     // Forgets the stream's buffered input (after close or when the stream changes).
     void resetBuffer();
 
@@ -171,21 +171,21 @@ public:
     void* getMemoryAddress() const override;
     long readData(void* buffer, long length) override;
     // A result outside 0..size is clamped and gives status 1.
-    short seek(long offset, short whence) override;
+    [[nodiscard]] short seek(long offset, short whence) override;
     long tell() override { return position; }
     long getLength() override { return bytes.getCount(); }
-    short flush() override { return 0; }
-    short eof() override { return position == bytes.getCount(); }
-    short getError() override { return 0; }
+    [[nodiscard]] short flush() override { return 0; }
+    [[nodiscard]] short eof() override { return position == bytes.getCount(); }
+    [[nodiscard]] short getError() override { return 0; }
     long _write(void const* buffer, long length) override;
-    short _open() override;
-    short _close(short) override { return 0; }
+    [[nodiscard]] short _open() override;
+    [[nodiscard]] short _close(short) override { return 0; }
 
     void setArray(GSDynaArray<unsigned char> const& array);
     GSDynaArray<unsigned char> const& getArray() const { return bytes; }
     void empty();
     void clear();
-    short setSize(long size);
+    [[nodiscard]] short setSize(long size);
 
     static GSObject* _createFunction();
     static GSRuntimeClass gsClassGSFileWorkerMemory;

@@ -46,7 +46,9 @@ short GSFileWorkerStream::_open()
         }
         temporary = true;
     } else if (create) {
-        workingSpec.remove(nullptr);
+        // Without a temporary file the target is replaced in place; a file that cannot be removed
+        // makes fopen fail below.
+        (void)workingSpec.remove(nullptr);
     }
 
     resetBuffer();
@@ -55,7 +57,7 @@ short GSFileWorkerStream::_open()
         if (create)
             GSLog("Couldn't create file: %s\n", workingSpec.getPath().c_str());
         if (temporary)
-            workingSpec.remove(nullptr);
+            (void)workingSpec.remove(nullptr); // best effort: the open has failed either way
         workingSpec = GSFileSpec();
         return 1;
     }
@@ -76,7 +78,8 @@ short GSFileWorkerStream::_close(short abort)
         GSLog("Couldn't close file: %s\n", workingSpec.getPath().c_str());
         error = 1;
     } else if (create && workingSpec.isValid()) {
-        workingSpec.writeAdditionalInfo(same ? nullptr : &fileSpec);
+        // The file's permissions and dates follow the target's where they can; the content is saved.
+        (void)workingSpec.writeAdditionalInfo(same ? nullptr : &fileSpec);
     }
     stream = nullptr;
     resetBuffer();
@@ -102,7 +105,7 @@ short GSFileWorkerStream::_close(short abort)
     // Only a file this worker created is removed: aborting a file opened for reading or updating
     // must never delete it.
     if ((abort || error) && create)
-        workingSpec.remove(nullptr);
+        (void)workingSpec.remove(nullptr); // best effort: the save has failed either way
     workingSpec = GSFileSpec();
     return error;
 }
@@ -112,6 +115,6 @@ void GSFileWorkerStream::abandon()
     std::fclose(stream);
     stream = nullptr;
     if ((accessFlags & kCreate) && workingSpec.isValid() && workingSpec != fileSpec)
-        workingSpec.remove(nullptr);
+        (void)workingSpec.remove(nullptr); // best effort, as in _close
     workingSpec = GSFileSpec();
 }

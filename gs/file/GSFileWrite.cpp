@@ -227,7 +227,7 @@ void GSFile::transferWorker(GSFile* destination)
     // Closing must not destroy the destination here, whatever its delete-on-close flag says.
     unsigned const deleteOnClose = destination->flags & kDeleteOnClose;
     destination->flags &= ~static_cast<unsigned>(kDeleteOnClose);
-    destination->close(0);
+    (void)destination->close(0); // whatever it held is replaced: its close status has no reader
     destination->flags |= deleteOnClose;
     unsigned const carried = kSafetyModeMask | kStandardFloats | kStandardDoubles;
     destination->flags = (destination->flags & ~carried) | (flags & carried);
@@ -235,7 +235,7 @@ void GSFile::transferWorker(GSFile* destination)
     destination->fileOffset = fileOffset;
     destination->reserved = reserved;
     if (worker)
-        destination->init(worker, (flags & kOwnsWorker) ? 1 : 0);
+        (void)destination->init(worker, (flags & kOwnsWorker) ? 1 : 0); // cannot fail: non-null
     freeFileWorker();
 }
 

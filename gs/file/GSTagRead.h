@@ -35,21 +35,21 @@ public:
 
     // Reads and validates a version; a major number above maximum's skips to the end of the
     // sequence and gives 1. The version is stored also on failure.
-    short readVersion(short maximum, short* version);
-    short readShortVersion(short* version);
-    short readByteVersion(short* version);
+    [[nodiscard]] short readVersion(short maximum, short* version);
+    [[nodiscard]] short readShortVersion(short* version);
+    [[nodiscard]] short readByteVersion(short* version);
     // The next header: the tag, kEndTag at the end, kReadFailure when it cannot be read or when
     // its record does not fit (isPastEnd(); getSize() and getDataStart() then say what it claimed).
     int read();
-    short readLongTag();
-    short readByteTag();
+    [[nodiscard]] short readLongTag();
+    [[nodiscard]] short readByteTag();
     // Seeks to the end of the current record; 1 (nothing moves) when it lies outside the bound.
-    short skip();
+    [[nodiscard]] short skip();
 
     int getTag() const { return tag; }
     long getSize() const { return size; }
     long getDataStart() const { return dataStart; }
-    short getVersion() const { return version; }
+    [[nodiscard]] short getVersion() const { return version; }
     GSFile* getFile() const { return file; }
     // Where the sequence must end; -1 when the file's length is unknown (nothing is checked).
     long getEnd() const { return end; }

@@ -49,7 +49,7 @@ short GSTagWriteFileWorker::activate(GSFile* file)
     passThrough = 0;
     buffered = 0;
     failed = 0;
-    file->init(this, 0);
+    (void)file->init(this, 0); // cannot fail: this worker is not null
     if (old->isCompressionActive())
         return startPassThrough();
     return 0;
@@ -60,7 +60,7 @@ void GSTagWriteFileWorker::deactivate(GSFile* file)
     GSFileWorker* old = replaced;
     if (!old)
         return;
-    file->init(old, ownsReplaced);
+    (void)file->init(old, ownsReplaced); // cannot fail: old is not null
     // The file holds the worker again; drop the reference taken on activation.
     old->releaseNoDelete();
     replaced = nullptr;
@@ -172,7 +172,7 @@ GSTagWrite::GSTagWrite(GSFile* f) : file(f), worker(this) {}
 GSTagWrite::~GSTagWrite()
 {
     if (worker.isActive())
-        endCompactRecord();
+        (void)endCompactRecord(); // a writer that wants the status calls writeEnd()
 }
 
 void GSTagWrite::prepareWorker()
@@ -305,7 +305,7 @@ short GSTagWrite::clearLengthCache()
     struct Restore {
         GSFile* file;
         long position;
-        ~Restore() { file->seek(position, 0); }
+        ~Restore() { (void)file->seek(position, 0); } // a destructor cannot report a failure
     } restore{file, here};
     for (int i = 0; i < pendingCount && status == 0; ++i) {
         status = file->seek(pending[i].position, 0);

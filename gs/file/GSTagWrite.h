@@ -40,26 +40,26 @@ public:
     GSRuntimeClass const& getRuntimeClass() const override;
     // Reads, seeks, tell and the rest switch to pass-through first, then forward.
     long readData(void* buffer, long length) override;
-    short seek(long offset, short whence) override;
+    [[nodiscard]] short seek(long offset, short whence) override;
     long tell() override;
-    short flush() override;
-    short eof() override;
-    short getError() override;
-    short startCompression(int level) override;
-    short putChar(char c) override;
+    [[nodiscard]] short flush() override;
+    [[nodiscard]] short eof() override;
+    [[nodiscard]] short getError() override;
+    [[nodiscard]] short startCompression(int level) override;
+    [[nodiscard]] short putChar(char c) override;
     long _write(void const* buffer, long length) override;
-    short _open() override { return 0; }
-    short _close(short) override { return 0; }
+    [[nodiscard]] short _open() override { return 0; }
+    [[nodiscard]] short _close(short) override { return 0; }
     GSFileSpec const& getFileSpec() const override;
     GSFileSpec const& getWorkingFileSpec() const override;
 
     // Stands in for the file's worker (retaining it); 1 when the file has none.
-    short activate(GSFile* file);
+    [[nodiscard]] short activate(GSFile* file);
     // Gives the file its worker back, with the ownership it had.
     void deactivate(GSFile* file);
     // Writes the long header and the buffered bytes to the replaced worker; from then on every
     // write goes straight through. Enclosing records switch first. 0 on success.
-    short startPassThrough();
+    [[nodiscard]] short startPassThrough();
 
     bool isActive() const { return replaced != nullptr; }
     bool isPassThrough() const { return passThrough != 0; }
@@ -90,24 +90,24 @@ public:
     GSTagWrite(GSTagWrite const&) = delete;
     GSTagWrite& operator=(GSTagWrite const&) = delete;
 
-    short writeVersion(short version);
+    [[nodiscard]] short writeVersion(short version);
     // Always the one-byte form: (v & 15) | ((v >> 4) & 240).
-    short writeByteVersion(short version);
+    [[nodiscard]] short writeByteVersion(short version);
     // Classic: the two-short form as one int32 (v & 255) | ((v << 8) & 0xFF0000); compact: as
     // writeVersion.
-    short writeLongVersionIfNeeded(short version);
+    [[nodiscard]] short writeLongVersionIfNeeded(short version);
     // Begins a record. Compact tags are 0..126 (1 otherwise).
-    short writeStart(int tag);
+    [[nodiscard]] short writeStart(int tag);
     // Ends the record begun last, in the framing it was begun in.
-    short writeEnd();
+    [[nodiscard]] short writeEnd();
     // Classic: writes every pending size, then -1. Compact: 7F.
-    short writeEndTag();
+    [[nodiscard]] short writeEndTag();
     // Writes the pending classic sizes and returns to the current position; the status of the
     // last write (the first failure stops).
-    short clearLengthCache();
+    [[nodiscard]] short clearLengthCache();
     // Compact headers: a negative size writes the long header with size 0 and remembers the data
     // start behind it; otherwise the short header with the size's low byte.
-    short writeTagWithSize(int size);
+    [[nodiscard]] short writeTagWithSize(int size);
 
     int getPendingCount() const { return pendingCount; }
     GSFile* getFile() const { return file; }
@@ -121,7 +121,7 @@ private:
     };
 
     void prepareWorker();
-    short endCompactRecord();
+    [[nodiscard]] short endCompactRecord();
 
     GSFile* file;
     Pending pending[kPendingSlots];

@@ -35,17 +35,17 @@ public:
     // --- The item on disk ---------------------------------------------------------------------
     // Clears state->valid, then fills the state; 0 on success, 1 when this file spec is invalid or the
     // item does not exist or cannot be reached.
-    short fillState(GSFileState* state) const;
+    [[nodiscard]] short fillState(GSFileState* state) const;
     bool exists() const;
     bool isDirectory() const;
     // Removes the file (or empty folder). The system's error text goes to `error` when given.
-    short remove(GSString* error);
+    [[nodiscard]] short remove(GSString* error);
     // Moves the item to `newName` in the same folder, never over an existing item; on success the
     // spec names it there.
-    short rename(GSString const& newName, GSString* error);
+    [[nodiscard]] short rename(GSString const& newName, GSString* error);
     // Carries over to this file what a save must keep of the file it replaces: on POSIX the
     // permission bits of `source`. Nothing for a null source. 0 on success.
-    short writeAdditionalInfo(GSFileSpec const* source) const;
+    [[nodiscard]] short writeAdditionalInfo(GSFileSpec const* source) const;
 
     // --- Temporary and backup names -----------------------------------------------------------
     // "tmp" and 10 characters from 0-9 and a-z, each from one GSRandom32() value (modulo 36).
@@ -53,7 +53,7 @@ public:
     // Gives this spec a fresh temporary name in its own folder (with `extension` after a dot when it
     // is not empty) and creates that file, empty and exclusively, so that no other process or thread
     // can take the name. 0 on success; 1 when the folder does not allow it (read-only, missing).
-    short createTemporaryFilename(GSString const& extension);
+    [[nodiscard]] short createTemporaryFilename(GSString const& extension);
     // For this spec as a target: the first usable backup name, name.extbak, then name.extbak1 up to
     // name.extbak999 ("ext" the target's extension; name.bak... without one). A name is usable
     // when it is free or the old backup under it could be removed (removeBackupSpec). True when
@@ -71,7 +71,7 @@ public:
     // target's old content takes this spec's name (the files exchange places); with noBackup 1 it
     // is dropped. 0 on success; on failure both files are as they were and `error` gets the
     // system's text.
-    short exchangeWith(GSFileSpec const& target, short noBackup, GSString* error) const;
+    [[nodiscard]] short exchangeWith(GSFileSpec const& target, short noBackup, GSString* error) const;
 
     // --- Numbered messages ---------------------------------------------------------------------
     using ErrorMessageHandler = void (*)(int messageID, GSFileSpec const& spec, void* context);

@@ -21,18 +21,18 @@ public:
 
     // Frees any storage and starts over with count 0 and room for initialSize elements; 1 when
     // that room cannot be allocated (the capacity is then 0).
-    short init(long elementSize, long initialSize, long growth) noexcept;
+    [[nodiscard]] short init(long elementSize, long initialSize, long growth) noexcept;
     // Count 0, storage freed, capacity 0.
     void exit() noexcept;
     void empty() noexcept { exit(); }
 
     // Copies elementSize bytes from `element` to the end.
-    short add(void const* element) noexcept { return insertAt(-1, element); }
+    [[nodiscard]] short add(void const* element) noexcept { return insertAt(-1, element); }
     // Index below 0: the end. An index above the count inserts nothing and returns 0. 1 when the
     // array could not grow (see above: the count is raised all the same).
-    short insertAt(long index, void const* element) noexcept;
+    [[nodiscard]] short insertAt(long index, void const* element) noexcept;
     // Grows by the growth rule, keeping the bytes; on failure the capacity becomes 0 and 1.
-    short enlarge() noexcept;
+    [[nodiscard]] short enlarge() noexcept;
     // Nothing for an index outside 0..count-1; always 0.
     short removeAt(long index) noexcept;
     long getCount() const { return count; }
@@ -41,14 +41,14 @@ public:
     long getElementSize() const { return elementSize; }
     // Room for n elements (the bytes are kept); the capacity becomes n, or 0 with 1 on failure.
     // The count does not change.
-    short setSize(long n) noexcept;
+    [[nodiscard]] short setSize(long n) noexcept;
     // First index whose elementSize bytes equal the element's, or -1.
     long find(void const* element) const noexcept;
     // find, then removeAt: the index or -1.
     long remove(void* element) noexcept;
     // Makes the target a copy with this array's element size and growth, sized count + growth / 2
     // (never below the count). 1 when the target could not get room (it is then empty).
-    short copyContent(GSArray* target) const noexcept;
+    [[nodiscard]] short copyContent(GSArray* target) const noexcept;
 
     // The element's bytes, or null outside 0..count-1 and outside the storage.
     void* getElementPointer(long index) const noexcept;
@@ -65,7 +65,7 @@ protected:
 
     void freeStorage() noexcept;
     // Storage of at least `bytes` bytes, keeping its content; 1 on failure (storage unchanged).
-    short reserveBytes(long bytes) noexcept;
+    [[nodiscard]] short reserveBytes(long bytes) noexcept;
 
     Storage storage;
     long elementSize = 0;
@@ -79,14 +79,14 @@ public:
     PointerArray(long initialSize, long growth) noexcept;
     ~PointerArray() override;
 
-    short init(long initialSize, long growth) noexcept;
+    [[nodiscard]] short init(long initialSize, long growth) noexcept;
     // Null for an index outside 0..count-1.
     void* getElementAt(long index) const noexcept;
-    short add(void const* pointer) noexcept { return insertAt(-1, pointer); }
+    [[nodiscard]] short add(void const* pointer) noexcept { return insertAt(-1, pointer); }
     // Appends only when the pointer is not in the array yet.
-    short addIfAbsent(void const* pointer) noexcept;
+    [[nodiscard]] short addIfAbsent(void const* pointer) noexcept;
     long find(void const* pointer) const noexcept;
-    short insertAt(long index, void const* pointer) noexcept;
+    [[nodiscard]] short insertAt(long index, void const* pointer) noexcept;
     // Removes the first equal pointer: its index, or -1.
     long remove(void const* pointer) noexcept;
 };
@@ -98,8 +98,8 @@ public:
 
     // 0 for an index outside the storage.
     int getElementAt(long index) const noexcept;
-    short add(int value) noexcept { return insertAt(-1, value); }
+    [[nodiscard]] short add(int value) noexcept { return insertAt(-1, value); }
     long find(int value) const noexcept;
-    short insertAt(long index, int value) noexcept;
+    [[nodiscard]] short insertAt(long index, int value) noexcept;
     long remove(int value) noexcept;
 };

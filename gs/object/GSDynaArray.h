@@ -138,13 +138,13 @@ public:
     // With `extraReference` the caller holds one more reference to the current block (to keep a
     // source inside it alive), so a count of 2 still counts as unshared. 0 on success; on failure
     // (1) the array is unchanged.
-    short makeRoom(long n, bool extraReference = false) { return _makeRoom(n, -1, extraReference); }
+    [[nodiscard]] short makeRoom(long n, bool extraReference = false) { return _makeRoom(n, -1, extraReference); }
     // Room for exactly `capacity` elements (nothing when there already is room); 0 drops the storage.
-    short reserve(long capacity) { return _makeRoom(capacity, capacity, false); }
+    [[nodiscard]] short reserve(long capacity) { return _makeRoom(capacity, capacity, false); }
 
     // Sets the element count to n, making room first; new elements are value-initialised.
     // On failure the count is capped at the storage's capacity and 1 is returned.
-    short setCount(long n)
+    [[nodiscard]] short setCount(long n)
     {
         if (n < 0)
             return 1;
@@ -164,7 +164,7 @@ public:
 
     // Inserts n elements taken from `elements` at `index` (0..count). The source may lie inside
     // this array's own storage. Throws bad_index for any other index; 1 when room cannot be made.
-    short insertAt(long index, T const* elements, long n)
+    [[nodiscard]] short insertAt(long index, T const* elements, long n)
     {
         long count = getCount();
         if (index < 0 || index > count)
@@ -194,7 +194,7 @@ public:
             hold->release();
         return status;
     }
-    short append(T const* elements, long n)
+    [[nodiscard]] short append(T const* elements, long n)
     {
         // Room at the end of a private block: a plain copy (a source inside the block stays put).
         if (GSArrayData<T>* block = data) {
@@ -207,8 +207,8 @@ public:
         }
         return insertAt(getCount(), elements, n);
     }
-    short append(GSDynaArray const& other) { return append(other.getPointer(), other.getCount()); }
-    short add(T const& element)
+    [[nodiscard]] short append(GSDynaArray const& other) { return append(other.getPointer(), other.getCount()); }
+    [[nodiscard]] short add(T const& element)
     {
         // The common case stays inline: a private block with room at the end. The element is
         // copied first, as it may lie in the block.
@@ -226,7 +226,7 @@ public:
     }
 
     // Replaces the element at index (0..count-1); 1 for another index or when copying failed.
-    short setAt(long index, T const& element)
+    [[nodiscard]] short setAt(long index, T const& element)
     {
         if (index < 0 || index >= getCount())
             return 1;
@@ -283,7 +283,7 @@ public:
     // Sorting with a comparison returning negative, zero or positive; 1 when copying failed.
     using Compare = int (*)(T const*, T const*);
     static int compareAscending(T const* a, T const* b) { return *a < *b ? -1 : (*b < *a ? 1 : 0); }
-    short sort(Compare compare = compareAscending)
+    [[nodiscard]] short sort(Compare compare = compareAscending)
     {
         if (getCount() < 2)
             return 0;
@@ -301,16 +301,16 @@ public:
     // 32-bit positions, or with 64-bit positions when `longPositions` is set (which puts the file
     // in compact mode for the count). Throws bad_file when a table is to be started while one is
     // attached. The first failing write's status is returned.
-    short write(GSFile* file, short withObjectTable = 0, short longPositions = 0) const;
+    [[nodiscard]] short write(GSFile* file, short withObjectTable = 0, short longPositions = 0) const;
     // Reads an array block and appends its elements. 1 for a version above 512, a negative count,
     // a count the file cannot hold, a table that cannot start (also when the file has one attached
     // already) or a failed allocation; a failed element read returns its status.
-    short read(GSFile* file);
+    [[nodiscard]] short read(GSFile* file);
 
 private:
     // Room for n elements. `requested` < 0 asks for the growth rule, otherwise for that capacity
     // (0 with a block present drops it).
-    short _makeRoom(long n, long requested, bool extraReference)
+    [[nodiscard]] short _makeRoom(long n, long requested, bool extraReference)
     {
         if (n < 0)
             return 1;

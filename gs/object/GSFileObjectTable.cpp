@@ -20,7 +20,7 @@ public:
     {
         file->setRecordEnd(recordEnd);
         if (position >= 0)
-            file->seek(position, 0);
+            (void)file->seek(position, 0); // a destructor cannot report a failure
     }
     PositionRestorer(PositionRestorer const&) = delete;
     PositionRestorer& operator=(PositionRestorer const&) = delete;

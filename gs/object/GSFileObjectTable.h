@@ -49,16 +49,16 @@ public:
 
     // Writing ---------------------------------------------------------------------------------
     // Writes the version and a placeholder table offset at the file's position.
-    short startWriteObjectTable(GSFile* file, short longPositions);
+    [[nodiscard]] short startWriteObjectTable(GSFile* file, short longPositions);
     // A position: compact signed when `compact` is set, else int64 with long positions, else int32
     // (1 when it does not fit in 32 bits).
-    short writeFilePosition(long position, short compact);
+    [[nodiscard]] short writeFilePosition(long position, short compact);
     // Fills in the table offset and writes the entry count and positions behind the objects.
-    short endWriteObjectTable();
+    [[nodiscard]] short endWriteObjectTable();
     // A null object writes marker 1. An object seen before writes marker 2 and its index, unless
     // it was only referred to so far and this is a full write. A reference to a new object gets
     // an entry with position -1 and writes its index.
-    short writeObject(GSObject const* object, short asReference);
+    [[nodiscard]] short writeObject(GSObject const* object, short asReference);
     // The index of the object (pointer identity, searching from the last entry), or -1.
     long findObject(GSObject const* object) const;
 
@@ -66,19 +66,19 @@ public:
     // Reads the header and the directory, then returns to where the objects begin. 1 for a
     // version outside 256..4096, a directory that lies outside the file, a count that the file
     // cannot hold, or a position outside -1..length-1.
-    short startReadObjectTable(GSFile* file);
-    short readFilePosition(long* position, short compact);
+    [[nodiscard]] short startReadObjectTable(GSFile* file);
+    [[nodiscard]] short readFilePosition(long* position, short compact);
     // Seeks behind the directory and releases every object handed out; state idle.
-    short endReadObjectTable();
+    [[nodiscard]] short endReadObjectTable();
     // One encoded object (marker 0, 1 or 2) at the file's position. Objects handed out are
     // retained by the table until it ends; a caller that keeps one retains it. `asReference` is
     // not used on reading.
-    short readObject(GSObject** object, short asReference);
+    [[nodiscard]] short readObject(GSObject** object, short asReference);
     // The last entry with this position, or -1.
     long findObjectWithPosition(long position);
 
-    short getLongPositions() const { return longPositions; }
-    short getState() const { return state; }
+    [[nodiscard]] short getLongPositions() const { return longPositions; }
+    [[nodiscard]] short getState() const { return state; }
     // The entry at an index in 0..getCount()-1.
     Entry const& getEntry(long index) const { return *entryAt(index); }
     long getTablePosition() const { return tablePosition; }
@@ -90,10 +90,10 @@ public:
 
 private:
     Entry* entryAt(long index) const { return static_cast<Entry*>(getElementPointer(index)); }
-    short appendEntry(GSObject* object, long position);
-    short handOut(GSObject* object);
-    short readEntry(long index, GSObject** object);
-    short buildPositionIndex();
+    [[nodiscard]] short appendEntry(GSObject* object, long position);
+    [[nodiscard]] short handOut(GSObject* object);
+    [[nodiscard]] short readEntry(long index, GSObject** object);
+    [[nodiscard]] short buildPositionIndex();
     void releaseReadObjects();
 
     ObjectArray readObjects;

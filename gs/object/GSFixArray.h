@@ -28,7 +28,7 @@ public:
 
     // Drops the elements and sizes the array as the constructor does; 1 for a negative size or a
     // failed allocation (the array is then empty).
-    short init(long initialSize) noexcept
+    [[nodiscard]] short init(long initialSize) noexcept
     {
         freeHeap();
         resetInline(0, count);
@@ -54,7 +54,7 @@ public:
     // Inserts n elements taken from `items` at `index` (below 0: the end). The source may lie in
     // this array, also while it grows. 1 for an index above the count, a negative n or a failed
     // allocation (nothing changes then).
-    short insertAt(long index, T const* items, long n)
+    [[nodiscard]] short insertAt(long index, T const* items, long n)
     {
         if (index < 0)
             index = count;
@@ -82,7 +82,7 @@ public:
         count = needed;
         return 0;
     }
-    short add(T const& item) { return insertAt(-1, &item, 1); }
+    [[nodiscard]] short add(T const& item) { return insertAt(-1, &item, 1); }
 
     // Removes n elements from index on (clamped to the count); nothing for an index out of range.
     void removeAt(long index, long n = 1)
@@ -114,7 +114,7 @@ public:
     T const* end() const { return elements + count; }
 
 private:
-    short moveToHeap(long capacity, long index, T const* items, long n)
+    [[nodiscard]] short moveToHeap(long capacity, long index, T const* items, long n)
     {
         T* block = GSArrayElements<T>::create(capacity);
         if (!block)
@@ -184,7 +184,7 @@ public:
 
     // Makes a new, empty array with the given initial size, dropping any earlier one; 1 when it
     // cannot be made (the pointer is then null).
-    short create(long initialSize = 0)
+    [[nodiscard]] short create(long initialSize = 0)
     {
         delete array;
         array = new (std::nothrow) GSFixArray<T, N>(initialSize);

@@ -35,11 +35,11 @@ public:
 
     // Copies this object's content into `target`, which must be of exactly the same class:
     // copyContentWithFile(target, 4096, nullptr). 0 on success.
-    virtual short copyContentTo(GSObject* target) const;
+    [[nodiscard]] virtual short copyContentTo(GSObject* target) const;
     virtual GSRuntimeClass const& getRuntimeClass() const;
     // Fill the object from a file / write its content; the base reads and writes nothing (status 0).
-    virtual short read(GSFile* file);
-    virtual short write(GSFile* file) const;
+    [[nodiscard]] virtual short read(GSFile* file);
+    [[nodiscard]] virtual short write(GSFile* file) const;
     // The object that takes a read object's place (the base: the object itself).
     virtual GSObject* objectAfterRead();
     // The object written in this object's place (the base: the object itself).
@@ -56,7 +56,7 @@ public:
     // Copies the content by writing this object through an object table and reading `target` back:
     // into `file` when given, else into a scratch memory file of `bufferSize` bytes. 1 when the
     // classes differ or any step fails.
-    short copyContentWithFile(GSObject* target, int bufferSize, GSFile* file) const;
+    [[nodiscard]] short copyContentWithFile(GSObject* target, int bufferSize, GSFile* file) const;
     // A deep copy made the same way (writeObject / readObject), with the count 0; null on failure.
     GSObject* copyWithFile(int bufferSize, GSFile* file) const;
 

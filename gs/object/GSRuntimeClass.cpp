@@ -3,6 +3,7 @@
 #include "gs/object/GSFixArray.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 namespace {
@@ -22,18 +23,27 @@ bool nameLess(GSRuntimeClass const* a, char const* b)
     return std::strcmp(a->getName().c_str(), b) < 0;
 }
 
+// Constant-initialised, so that it is ready for the static initialisers that register classes.
+constinit std::atomic<long> failedRegistrations{0};
+
 } // namespace
 
 GSRuntimeClass::GSRuntimeClass(GSString const& n, GSRuntimeClass* p, CreateFunction f)
     : name(n), parent(p), createFunction(f)
 {
-    insertIntoChain(this);
+    if (insertIntoChain(this) != 0)
+        failedRegistrations.fetch_add(1, std::memory_order_relaxed);
+}
+
+long GSRuntimeClass::getFailedRegistrationCount()
+{
+    return failedRegistrations.load(std::memory_order_relaxed);
 }
 
 // Insertion position: at 0 when the registry is empty or the name sorts at or before the first;
 // otherwise a binary search that lands on an equal name (inserting before it) or between
 // neighbours. A second class of an existing name goes in front of the first.
-void GSRuntimeClass::insertIntoChain(GSRuntimeClass* c)
+short GSRuntimeClass::insertIntoChain(GSRuntimeClass* c)
 {
     auto& classes = registry();
     long count = classes.getCount();
@@ -55,9 +65,7 @@ void GSRuntimeClass::insertIntoChain(GSRuntimeClass* c)
         }
         at = last <= 0 ? mid : mid + 1;
     }
-    // Registration runs from static initialisers: a class that cannot be stored (out of memory)
-    // is simply not found by name later.
-    (void)classes.insertAt(at, &c, 1);
+    return classes.insertAt(at, &c, 1) == 0 ? 0 : 1;
 }
 
 GSObject* GSRuntimeClass::createObject() const

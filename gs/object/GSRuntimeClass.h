@@ -12,7 +12,8 @@ class GSRuntimeClass {
 public:
     using CreateFunction = GSObject* (*)();
 
-    // Stores the fields and inserts the class into the registry.
+    // Stores the fields and inserts the class into the registry. A class that cannot be stored
+    // (out of memory) is counted in getFailedRegistrationCount() and is not found by name.
     GSRuntimeClass(GSString const& name, GSRuntimeClass* parent, CreateFunction createFunction);
     GSRuntimeClass(GSRuntimeClass const&) = delete;
     GSRuntimeClass& operator=(GSRuntimeClass const&) = delete;
@@ -24,12 +25,16 @@ public:
     // True when `c` is met walking up from the parent; a class is not its own descendant.
     bool isDescendantOf(GSRuntimeClass const& c) const;
 
-    static void insertIntoChain(GSRuntimeClass* c);
+    // 0 when the class was stored, 1 when the registry could not grow.
+    [[nodiscard]] static short insertIntoChain(GSRuntimeClass* c);
     // Binary search by byte-wise name comparison; null when absent.
     static GSRuntimeClass* getRuntimeClassForName(GSString const& name);
     // Null when the class is unknown or abstract.
     static GSObject* createObjectForName(GSString const& name);
     static long getRegisteredCount();
+    // Classes that could not be registered since start-up: a front end that finds any reports
+    // it, since objects of such a class in a file would be skipped as unknown.
+    static long getFailedRegistrationCount();
 
     GSString name;
     GSRuntimeClass* parent;

@@ -17,8 +17,9 @@ ObjectArray& ObjectArray::operator=(ObjectArray const& other) noexcept
     empty();
     // Appending grows the storage anyway when this fails.
     (void)setSize(other.getCount());
-    for (long i = 0, n = other.getCount(); i < n; ++i)
-        add(other.getElementAt(i));
+    // A copy that runs out of memory keeps the objects it could take.
+    for (long i = 0, n = other.getCount(); i < n && add(other.getElementAt(i)) == 0; ++i) {
+    }
     return *this;
 }
 

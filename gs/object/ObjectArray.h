@@ -24,15 +24,15 @@ public:
     // Null for an index outside 0..count-1.
     GSObject* getElementAt(long index) const noexcept;
     // Inserts (see GSArray::insertAt) and retains the object when the insertion succeeded.
-    short insertAt(long index, GSObject const* object) noexcept;
-    short add(GSObject const* object) noexcept { return insertAt(-1, object); }
+    [[nodiscard]] short insertAt(long index, GSObject const* object) noexcept;
+    [[nodiscard]] short add(GSObject const* object) noexcept { return insertAt(-1, object); }
     // Releases the element (when the index is in range and it is not null), then removes the slot.
     short removeAt(long index) noexcept;
     // Removes and releases the first equal pointer: its index, or -1.
     long remove(GSObject const* object) noexcept;
     // Releases the old element and stores the new one, retained. Only an index in 0..count-1
     // stores anything; 1 for any other index.
-    short replaceAt(long index, GSObject* object) noexcept;
+    [[nodiscard]] short replaceAt(long index, GSObject* object) noexcept;
     // Removes every element from the last to the first, then frees the storage.
     void empty() noexcept;
     // Removes every element from the last to the first; the storage stays.
@@ -43,12 +43,12 @@ public:
     long findRuntimeClass(GSRuntimeClass const& c, long start) const noexcept;
 
     // The count, then each element as an object; the first failure stops and is returned.
-    short write(GSFile* file) const;
+    [[nodiscard]] short write(GSFile* file) const;
     // Empties the array, then reads a count and that many objects, each stored retained. 1 for a
     // count the file cannot hold, a failed allocation, or an element that is missing or null (the
     // elements read so far stay).
-    short read(GSFile* file);
+    [[nodiscard]] short read(GSFile* file);
     // Empties the target and fills it with copyObject() of every element (null stays null). 1 when
     // a copy fails; the target keeps the copies made so far.
-    short copyTo(ObjectArray* target) const;
+    [[nodiscard]] short copyTo(ObjectArray* target) const;
 };

@@ -48,8 +48,8 @@ public:
     // The binary file form above. read() checks the count against the bytes left in the file
     // before taking them; a failed read returns its status and leaves the string empty. Data whose
     // last byte is not zero reads as an empty string with status 0.
-    short read(GSFile* file);
-    short write(GSFile* file) const;
+    [[nodiscard]] short read(GSFile* file);
+    [[nodiscard]] short write(GSFile* file) const;
 
 private:
     std::string bytes;

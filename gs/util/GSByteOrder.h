@@ -11,7 +11,7 @@ inline unsigned short GetBigUShort(void const* p)
     auto b = static_cast<unsigned char const*>(p);
     return static_cast<unsigned short>(b[0] << 8 | b[1]);
 }
-inline short GetBigShort(void const* p) { return static_cast<short>(GetBigUShort(p)); }
+[[nodiscard]] inline short GetBigShort(void const* p) { return static_cast<short>(GetBigUShort(p)); }
 
 inline unsigned int GetBigULong(void const* p)
 {

@@ -39,4 +39,4 @@ void GSMemCopyFloat(float* destination, float const* source, long n);
 int GSMemCompareFloat(float const* a, float const* b, long n);
 // 1 when no value lies below `minimum` or above `maximum` (checked from the last element to the
 // first), 0 at the first violation. A NaN is neither below nor above anything and passes.
-short GSMemCheckFloat(float const* values, float minimum, float maximum, long n);
+[[nodiscard]] short GSMemCheckFloat(float const* values, float minimum, float maximum, long n);

@@ -30,12 +30,12 @@ protected:
     {
         if (GetParam() == Backend::Memory) {
             auto file = std::make_unique<GSFile>(toArray(bytes));
-            file->setAccessMode(mode);
+            EXPECT_EQ(file->setAccessMode(mode), 0);
             return file;
         }
         temps.push_back(std::make_unique<TempFile>(bytes));
         auto file = std::make_unique<GSFile>(pathOf(*temps.back()));
-        file->setAccessMode(mode);
+        EXPECT_EQ(file->setAccessMode(mode), 0);
         EXPECT_EQ(file->open(), 0);
         return file;
     }

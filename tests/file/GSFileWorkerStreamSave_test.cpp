@@ -113,7 +113,7 @@ TEST(GSSafeSave, WritesBesideAnExistingTargetAndExchangesAtClose)
     for (auto [name, safety] : {std::pair{"new.qmd", 1}, std::pair{"doc.qmd", 0}}) {
         GSFile direct(specFor(dir / name), 0);
         direct.setSafetyMode(safety);
-        direct.setAccessMode("wb");
+        EXPECT_EQ(direct.setAccessMode("wb"), 0);
         ASSERT_EQ(direct.open(), 0);
         EXPECT_EQ(direct.getWorkingFileSpec(), specFor(dir / name));
         EXPECT_EQ(readText(dir / name), "");
@@ -165,7 +165,7 @@ TEST(GSSafeSave, AbortOrAbandonRemovesTheTemporaryFile)
     // Aborting a file opened for reading or updating never deletes it.
     for (char const* mode : {"rb", "rb+"}) {
         GSFile reader(specFor(target), 0);
-        reader.setAccessMode(mode);
+        EXPECT_EQ(reader.setAccessMode(mode), 0);
         ASSERT_EQ(reader.open(), 0) << mode;
         EXPECT_EQ(reader.close(1), 0) << mode;
         EXPECT_EQ(readText(target), "old") << mode;
@@ -180,7 +180,7 @@ TEST(GSSafeSave, LockedTargetIsRefusedWithMessage49713)
     chmod(target.c_str(), 0444);
     for (char const* mode : {"wb", "rb+", "ab"}) {
         GSFile file(specFor(target), 0);
-        file.setAccessMode(mode);
+        EXPECT_EQ(file.setAccessMode(mode), 0);
         EXPECT_EQ(file.open(), 1) << mode;
     }
     ASSERT_EQ(log.messages.size(), 3u);

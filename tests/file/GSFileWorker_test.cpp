@@ -106,7 +106,7 @@ TEST(GSFileWorkerStream, RandomWalkMatchesTheMemoryWorker)
         b = static_cast<unsigned char>(random());
     TempFile path(bytes);
     GSFile stdio(pathOf(path));
-    stdio.setAccessMode("rb+");
+    EXPECT_EQ(stdio.setAccessMode("rb+"), 0);
     ASSERT_EQ(stdio.open(), 0);
     GSFile memory(qmtest::toArray(bytes));
 

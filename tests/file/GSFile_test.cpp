@@ -235,8 +235,8 @@ TEST(GSFileFlags, CloseDropsTheFormatFlagsAndABackupImpliesATemporaryFile)
     EXPECT_EQ(file.getFlags() & ~0x3Cu & ~2u, 0u);
     EXPECT_EQ(file.getSafetyMode(), 1);
     file.addFlags(GSFile::kStandardFloats | GSFile::kStandardDoubles);
-    file.open();
-    file.close();
+    EXPECT_EQ(file.open(), 0);
+    EXPECT_EQ(file.close(), 0);
     EXPECT_EQ(file.getFlags() & (GSFile::kStandardFloats | GSFile::kStandardDoubles), 0u);
     EXPECT_TRUE(file.getFlags() & GSFile::kOwnsWorker);
     file.setSafetyMode(2);
@@ -257,7 +257,7 @@ TEST(GSFileWorkers, AttachingRetainsAndOwnershipDecidesDeletion)
     EXPECT_EQ(worker->getRefCount(), 1);
     {
         GSFile file;
-        file.init(worker, 1);
+        EXPECT_EQ(file.init(worker, 1), 0);
     }
     // An owning file releases with deletion; the test's reference keeps it alive.
     EXPECT_EQ(worker->getRefCount(), 1);

@@ -18,13 +18,15 @@ class TagFile : public WriteFile {
 public:
     explicit TagFile(bool compact) : start(compact ? 10 : 0)
     {
-        if (compact)
-            f.startObjectMergingWrite(1);
+        if (compact) {
+            EXPECT_EQ(f.startObjectMergingWrite(1), 0);
+        }
     }
     ~TagFile()
     {
-        if (start)
-            f.stopObjectMergingWrite();
+        if (start) {
+            EXPECT_EQ(f.stopObjectMergingWrite(), 0);
+        }
     }
     // The bytes behind the table header.
     std::string body() const

@@ -101,9 +101,9 @@ TEST(GSGetThumbnail, SecondObjectTableThrowsBadFile)
 std::unique_ptr<GSFile> memoryFile(Bytes const& bytes)
 {
     GSDynaArray<unsigned char> array;
-    array.append(bytes.data(), static_cast<long>(bytes.size()));
+    EXPECT_EQ(array.append(bytes.data(), static_cast<long>(bytes.size())), 0);
     auto file = std::make_unique<GSFile>(array);
-    file->open();
+    EXPECT_EQ(file->open(), 0);
     return file;
 }
 

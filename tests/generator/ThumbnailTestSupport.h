@@ -7,6 +7,8 @@
 #include "tests/support/DocumentBuilder.h"
 #include "tests/support/TempFile.h"
 
+#include <gtest/gtest.h>
+
 #include <string>
 
 namespace qmtest {
@@ -33,9 +35,9 @@ inline WalkRun runWalk(Bytes const& document, Backend backend, bool withBuffer =
     GSDynaArray<unsigned char>* buffer = withBuffer ? &run.buffer : nullptr;
     if (backend == Backend::kMemory) {
         GSDynaArray<unsigned char> bytes;
-        bytes.append(document.data(), static_cast<long>(document.size()));
+        EXPECT_EQ(bytes.append(document.data(), static_cast<long>(document.size())), 0);
         GSFile file(bytes);
-        file.open();
+        EXPECT_EQ(file.open(), 0);
         run.result = GSFindThumbnail(&file, buffer, limits);
         run.flags = file.getFlags();
     } else {

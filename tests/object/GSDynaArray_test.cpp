@@ -117,8 +117,8 @@ TEST(GSDynaArrayInsert, OwnElementsInsertWhatTheSourceHeldBefore)
     EXPECT_EQ(contents(b), (std::vector<int>{1, 2, 3}));
     // The index may be the count (appending); beyond it or negative throws; nothing to insert is fine.
     int v = 3;
-    EXPECT_THROW(a.insertAt(7, &v, 1), bad_index);
-    EXPECT_THROW(a.insertAt(-1, &v, 1), bad_index);
+    EXPECT_THROW((void)a.insertAt(7, &v, 1), bad_index);
+    EXPECT_THROW((void)a.insertAt(-1, &v, 1), bad_index);
     EXPECT_EQ(a.insertAt(1, &v, 0), 0);
     EXPECT_EQ(a.insertAt(6, &v, 1), 0);
     EXPECT_EQ(contents(a), (std::vector<int>{1, 1, 2, 3, 2, 3, 3}));

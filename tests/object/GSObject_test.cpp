@@ -1,4 +1,5 @@
 #include "gs/file/GSTagWrite.h"
+#include "gs/object/GSArrayMemory.h"
 #include "gs/object/GSObject.h"
 #include "gs/object/GSRuntimeClass.h"
 #include "tests/object/TestObjects.h"
@@ -98,6 +99,28 @@ TEST(GSRuntimeClassRegistry, LookupIsExactAndTheLaterOfTwoNamesakesWins)
     static GSRuntimeClass dup(GSString("QMZebra"), nullptr, &QMPoint::_createFunction);
     EXPECT_EQ(GSRuntimeClass::getRuntimeClassForName(GSString("QMAardvark")), &b);
     EXPECT_EQ(GSRuntimeClass::getRuntimeClassForName(GSString("QMZebra")), &dup);
+}
+
+// A class that cannot be stored when the registry must grow is counted and not found; the next
+// one is stored again. The classes made here live until the process ends, as registered ones do.
+TEST(GSRuntimeClassRegistry, AFailedRegistrationIsCounted)
+{
+    auto registerOne = [](int i) {
+        GSString name(("QMFiller" + std::to_string(i)).c_str());
+        return new GSRuntimeClass(name, &GSObject::gsClassGSObject, nullptr);
+    };
+    int i = 0;
+    while (GSRuntimeClass::getRegisteredCount() < 64)
+        registerOne(i++);
+    long const failedBefore = GSRuntimeClass::getFailedRegistrationCount();
+    GSArrayAllocationHook previous = GSSetArrayAllocationHook([](size_t) { return false; });
+    GSRuntimeClass* refused = registerOne(i++);
+    GSSetArrayAllocationHook(previous);
+    EXPECT_EQ(GSRuntimeClass::getFailedRegistrationCount(), failedBefore + 1);
+    EXPECT_EQ(GSRuntimeClass::getRuntimeClassForName(refused->getName()), nullptr);
+    GSRuntimeClass* stored = registerOne(i++);
+    EXPECT_EQ(GSRuntimeClass::getFailedRegistrationCount(), failedBefore + 1);
+    EXPECT_EQ(GSRuntimeClass::getRuntimeClassForName(stored->getName()), stored);
 }
 
 TEST(GSObjectCopy, CopyObjectGivesAnEqualUnownedObjectOfTheSameClassOrNull)

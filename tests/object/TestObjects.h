@@ -14,6 +14,8 @@
 #include "gs/object/GSRuntimeClass.h"
 #include "tests/support/Hex.h"
 
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <new>
 #include <string>
@@ -74,7 +76,7 @@ public:
     GSRuntimeClass const& getRuntimeClass() const override { return gsClassQMBroken; }
     short read(GSFile* f) override
     {
-        GSTagRead(f).readVersion(0x0100, nullptr);
+        (void)GSTagRead(f).readVersion(0x0100, nullptr); // reads a little, then fails anyway
         return 7;
     }
     static GSObject* _createFunction() { return new (std::nothrow) QMBroken; }
@@ -125,7 +127,7 @@ inline std::string fileHex(GSFile const& f) { return toHex(fileBytes(f)); }
 inline GSDynaArray<unsigned char> toArray(std::vector<unsigned char> const& bytes)
 {
     GSDynaArray<unsigned char> a(static_cast<long>(bytes.size()) + 1, -100);
-    a.append(bytes.data(), static_cast<long>(bytes.size()));
+    EXPECT_EQ(a.append(bytes.data(), static_cast<long>(bytes.size())), 0);
     return a;
 }
 
@@ -133,7 +135,7 @@ template <class T>
 GSDynaArray<T> arrayOf(std::vector<T> const& values, long capacity = 0, long growth = -100)
 {
     GSDynaArray<T> a(capacity, growth);
-    a.append(values.data(), static_cast<long>(values.size()));
+    EXPECT_EQ(a.append(values.data(), static_cast<long>(values.size())), 0);
     return a;
 }
 
@@ -147,14 +149,14 @@ std::vector<T> contents(GSDynaArray<T> const& a)
 struct WriteFile {
     WriteFile() : f(-100, 64)
     {
-        f.setAccessMode("wb+");
-        f.open();
+        EXPECT_EQ(f.setAccessMode("wb+"), 0);
+        EXPECT_EQ(f.open(), 0);
     }
     GSFile f;
 };
 
 struct ReadFile {
-    explicit ReadFile(std::vector<unsigned char> const& bytes) : f(toArray(bytes)) { f.open(); }
+    explicit ReadFile(std::vector<unsigned char> const& bytes) : f(toArray(bytes)) { EXPECT_EQ(f.open(), 0); }
     explicit ReadFile(std::string const& hex) : ReadFile(fromHex(hex)) {}
     explicit ReadFile(GSFile const& written) : ReadFile(fileBytes(written)) {}
     GSFile f;

@@ -15,13 +15,15 @@ std::string written(GSString const& s, short compact)
 {
     WriteFile w;
     GSFile& f = w.f;
-    if (compact)
-        f.startObjectMergingWrite(1);
+    if (compact) {
+        EXPECT_EQ(f.startObjectMergingWrite(1), 0);
+    }
     long start = f.tell();
     EXPECT_EQ(s.write(&f), 0);
     std::vector<unsigned char> b = fileBytes(f);
-    if (compact)
-        f.stopObjectMergingWrite();
+    if (compact) {
+        EXPECT_EQ(f.stopObjectMergingWrite(), 0);
+    }
     return toHex(std::vector<unsigned char>(b.begin() + start, b.end()));
 }
 
@@ -34,14 +36,15 @@ short readBack(std::string const& hex, short compact, GSString* s, long* consume
     if (compact) {
         // The directory (an empty one) is in front of the string here: read it, then step back.
         EXPECT_EQ(f.startObjectMergingRead(), 0);
-        f.seek(14, 0);
+        EXPECT_EQ(f.seek(14, 0), 0);
     }
     long start = f.tell();
     short st = s->read(&f);
     if (consumed)
         *consumed = f.tell() - start;
-    if (compact)
-        f.stopObjectMergingRead();
+    if (compact) {
+        EXPECT_EQ(f.stopObjectMergingRead(), 0);
+    }
     return st;
 }
 
