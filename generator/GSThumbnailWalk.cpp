@@ -364,10 +364,9 @@ private:
         if (!reader.isPastEnd())
             return endOfDataReason();
         long const at = reader.getDataStart();
-        long const size = reader.getSize();
-        if (size < 0 || at > reader.getEnd())
+        if (at > reader.getEnd())
             return Reason::kInconsistent;
-        return size > length - at ? Reason::kTruncated : Reason::kInconsistent;
+        return reader.getSize() > length - at ? Reason::kTruncated : Reason::kInconsistent;
     }
 
     bool countRecord()

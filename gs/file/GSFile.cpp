@@ -273,7 +273,8 @@ long GSFile::getBytesLeft() const
 {
     long const end = recordEnd >= 0 ? recordEnd : getLength();
     long const position = tell();
-    if (end < 0 || position < 0 || position > end)
+    // An unknown end (-1) is below every known position.
+    if (position < 0 || position > end)
         return -1;
     return end - position;
 }
@@ -417,10 +418,7 @@ short GSFile::readDouble(double* value)
 template <class T>
 static short readVariable(GSFile* file, T* value, int width)
 {
-    if (width <= 0) {
-        *value = 0;
-        return 0;
-    }
+    // A width of 0 or less reads nothing and yields 0.
     T v = 0;
     for (int i = 0; i < width; ++i) {
         char c;

@@ -38,10 +38,8 @@ GSFileObjectTable::GSFileObjectTable(long initialSize, long growthValue)
 {
 }
 
-GSFileObjectTable::~GSFileObjectTable()
-{
-    releaseReadObjects();
-}
+// The objects handed out are released with readObjects.
+GSFileObjectTable::~GSFileObjectTable() = default;
 
 void GSFileObjectTable::releaseReadObjects()
 {

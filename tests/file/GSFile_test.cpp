@@ -219,6 +219,15 @@ TEST(GSFileWithoutWorker, EveryOperationFails)
     int i = 5;
     EXPECT_EQ(file.readLong(&i), 1);
     EXPECT_EQ(i, 5);
+    float f = 5;
+    double d = 5;
+    long l = 5;
+    char raw[2];
+    EXPECT_EQ(file.readFloat(&f) + file.readDouble(&d) + file.readCompactLongLong(&l) + file.read(raw, 2), 4);
+    EXPECT_EQ(f + d + l, 15);
+    GSString s("kept?");
+    EXPECT_EQ(file.getString(&s, 10), 1);
+    EXPECT_TRUE(s.isEmpty());
     EXPECT_EQ(file.tell(), -1);
     EXPECT_EQ(file.getLength(), -1);
     EXPECT_EQ(file.seek(0, 0), 1);
@@ -242,6 +251,10 @@ TEST(GSFileFlags, CloseDropsTheFormatFlagsAndABackupImpliesATemporaryFile)
     file.setSafetyMode(2);
     EXPECT_EQ(file.getSafetyMode(), 3);
     EXPECT_EQ(file.getFileWorker()->getSafetyMode(), 3);
+    // A worker attached later takes the file's safety mode; a file spec is taken with status 0.
+    EXPECT_EQ(file.init(new GSFileWorkerMemory(), 1), 0);
+    EXPECT_EQ(file.getFileWorker()->getSafetyMode(), 3);
+    EXPECT_EQ(file.setFileSpec(GSFileSpec(GSString("/tmp/x.qmd"))), 0);
 }
 
 TEST(GSFileWorkers, AttachingRetainsAndOwnershipDecidesDeletion)

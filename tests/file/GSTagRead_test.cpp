@@ -214,7 +214,9 @@ TEST_P(GSTagReadBounds, TheFileCarriesTheEnclosingEnd)
         EXPECT_EQ(file->getRecordEnd(), 12);
         ASSERT_EQ(outer.skip(), 0);
         EXPECT_EQ(outer.read(), 2);
+        EXPECT_EQ(file->getRecordEnd(), 20);
         EXPECT_EQ(outer.read(), GSTagRead::kEndTag);
+        EXPECT_EQ(file->getRecordEnd(), 24); // the header belongs to the sequence, not to record 2
     }
     EXPECT_EQ(file->getRecordEnd(), -1);
 

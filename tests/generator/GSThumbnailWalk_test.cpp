@@ -1,10 +1,15 @@
 #include "generator/GSThumbnailWalk.h"
 
+#include "generator/GSMemPicData.h"
+#include "gs/object/GSArrayMemory.h"
+#include "gs/object/GSRuntimeClass.h"
+
 #include "tests/generator/ThumbnailTestSupport.h"
 #include "tests/support/Hex.h"
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <optional>
 #include <set>
 
@@ -100,7 +105,9 @@ TEST_P(ThumbnailWalk, NoPictureSaysWhy)
         b.documentID().version(v).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(8))).endTag();
         return Bytes(b.bytes());
     };
-    DocumentBuilder selection, none, missingZero;
+    DocumentBuilder selection, none, missingZero, cut;
+    cut.documentID().version(0x0200).header(13, 0);
+    Bytes const cutThumbnail = cut.bytes();
     selection.selectionID().version(0x0200).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(30))).endTag();
     none.documentID().version(0x0200).standardFloats().record(20, Bytes(40, 1)).endTag();
     Bytes body = simpleDocument(kPictureJPEG, fakeJPEG(10));
@@ -115,6 +122,9 @@ TEST_P(ThumbnailWalk, NoPictureSaysWhy)
         // Minor numbers are not compared; major 2 is refused.
         {"thumbnail version 2.0", documentWith(ThumbnailRecord().version(0x0200).inlinePicture(kPictureJPEG, fakeJPEG(20))),
          Reason::kUnsupportedThumbnailVersion, R::kDocument, version},
+        {"thumbnail version 1.16", documentWith(ThumbnailRecord().version(0x0110).inlinePicture(kPictureJPEG, fakeJPEG(20))),
+         Reason::kInconsistent, R::kDocument, version},
+        {"thumbnail record without its version", cutThumbnail, Reason::kTruncated, R::kDocument, version},
         {"selection", selection.bytes(), Reason::kSelection, R::kSelection, version},
         {"version 4.0", withVersion(0x0400), Reason::kUnsupportedVersion, R::kDocument, version},
         {"version 2.16", withVersion(0x0210), Reason::kUnsupportedVersion, R::kDocument, version},
@@ -234,6 +244,11 @@ TEST_P(ThumbnailWalk, RecordSizesAreCheckedAgainstFileAndRecord)
         add("negative thumbnail size", b, Reason::kInconsistent);
     }
     {
+        DocumentBuilder b; // the last record: the count runs past the end of the file
+        b.documentID().version(0x0200).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(50), 60));
+        add("count past the end of the file", b, Reason::kTruncated);
+    }
+    {
         DocumentBuilder b; // the count fits the file (a record follows) but not the thumbnail record
         b.documentID().version(0x0200).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(50), 60));
         b.record(20, Bytes(100, 0)).endTag();
@@ -291,6 +306,86 @@ TEST_P(ThumbnailWalk, WithoutABufferLocatesThePictureOnly)
     ASSERT_GT(run.result.pictureOffset, 0);
     EXPECT_EQ(Bytes(document.begin() + run.result.pictureOffset, document.begin() + run.result.pictureOffset + 77), jpeg);
     EXPECT_EQ(run.buffer.getCount(), 0);
+}
+
+// A thumbnail record whose inline picture claims `count` bytes and whose bytes right after the
+// count are a second, valid thumbnail record. A walk that stops after a refused picture reads that
+// record's header and ends; one that went on would take the second picture.
+Bytes refusedPictureThenAThumbnail(int64_t count)
+{
+    DocumentBuilder second;
+    second.thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(10)));
+    Bytes const inner = second.bytes();
+    ThumbnailRecord t;
+    t.custom([&](RecordWriter& w) {
+        w.record(6, [&](RecordWriter& r) {
+            r.out().i16(kPictureJPEG);
+            r.arrayCount(count);
+            r.out().raw(inner);
+        });
+    });
+    return documentWith(t);
+}
+
+bool refuseAllocations(size_t)
+{
+    return false;
+}
+
+TEST_P(ThumbnailWalk, ARefusedPictureEndsTheWalk)
+{
+    GSThumbnailLimits small;
+    small.maxPictureBytes = 10;
+    EXPECT_EQ(walk(refusedPictureThenAThumbnail(int64_t{1} << 30)).result.reason, Reason::kTruncated);
+    EXPECT_EQ(walk(refusedPictureThenAThumbnail(20), small).result.reason, Reason::kLimitExceeded);
+    // From a file on disk, whose reading allocates nothing through the hook.
+    Bytes const document = refusedPictureThenAThumbnail(20);
+    GSArrayAllocationHook previous = GSSetArrayAllocationHook(refuseAllocations);
+    WalkRun noMemory = runWalk(document, Backend::kDisk, true);
+    GSSetArrayAllocationHook(previous);
+    EXPECT_EQ(noMemory.result.reason, Reason::kOutOfMemory);
+    EXPECT_EQ(noMemory.buffer.getCount(), 0);
+}
+
+// The description is 14 bytes whatever its record's size says (here 0), but it must lie inside the
+// thumbnail record; the picture may fill the thumbnail record to its last byte.
+TEST_P(ThumbnailWalk, DescriptionAndPictureFitTheirRecordsExactly)
+{
+    unsigned const description = GSThumbnailResult::kWroteWidth | GSThumbnailResult::kWroteHeight;
+    ThumbnailRecord t; // version 2 bytes, header 8, description 14: 24 bytes
+    t.custom([](RecordWriter& w) { w.header(0, 0).out().i16(1).i32(2).i32(3).i32(0); }).withoutEndTag();
+    for (int recordSize : {24, 23}) {
+        DocumentBuilder b;
+        b.documentID().version(0x0200).thumbnail(t, recordSize).raw(Bytes(30, 0));
+        WalkRun run = walk(b.bytes());
+        EXPECT_EQ((run.result.written & description) == description, recordSize == 24) << recordSize;
+    }
+    DocumentBuilder b;
+    b.documentID().version(0x0200).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(30)).withoutEndTag());
+    b.endTag();
+    WalkRun filled = walk(b.bytes());
+    EXPECT_EQ(filled.result.reason, Reason::kOk);
+    EXPECT_EQ(filled.picture(), fakeJPEG(30));
+}
+
+// A picture description that counts its instances.
+class QMCountedPicData : public GSMemPicData {
+public:
+    QMCountedPicData() { ++live; }
+    ~QMCountedPicData() override { --live; }
+    GSRuntimeClass const& getRuntimeClass() const override { return gsClass; }
+    static GSObject* create() { return new (std::nothrow) QMCountedPicData; }
+    static inline int live = 0;
+    static inline GSRuntimeClass gsClass{GSString("QMCountedPicData"), &GSMemPicData::gsClassGSMemPicData, &create};
+};
+
+// Without an object table nobody else holds the picture's description: the walk frees it.
+TEST_P(ThumbnailWalk, ThePictureObjectIsFreedAfterTheWalk)
+{
+    WalkRun run = walk(documentWith(ThumbnailRecord().objectPicture("QMCountedPicData", kPictureJPEG, fakeJPEG(40), 8, 6)));
+    EXPECT_EQ(run.result.reason, Reason::kOk);
+    EXPECT_EQ(run.picture(), fakeJPEG(40));
+    EXPECT_EQ(QMCountedPicData::live, 0);
 }
 
 TEST_P(ThumbnailWalk, ASecondThumbnailAfterThePictureContradictsIt)

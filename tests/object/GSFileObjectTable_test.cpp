@@ -9,6 +9,7 @@
 #include <utility>
 
 #include <algorithm>
+#include <memory>
 #include <string>
 
 using namespace qmtest;
@@ -402,7 +403,8 @@ TEST(GSFileObjectTableRead, CyclesAndDeepNestingFailInsteadOfRecursing)
     }
 }
 
-TEST(GSFileObjectTableRead, AFileDestroyedDuringAMergingReadReleasesItsObjects)
+// The table releases the objects it handed out when it ends, and when the file goes first.
+TEST(GSFileObjectTableRead, EndingTheTableOrDestroyingTheFileReleasesItsObjects)
 {
     int before = QMPoint::live;
     {
@@ -412,4 +414,78 @@ TEST(GSFileObjectTableRead, AFileDestroyedDuringAMergingReadReleasesItsObjects)
         EXPECT_EQ(QMPoint::live, before + 1);
     }
     EXPECT_EQ(QMPoint::live, before);
+    ReadFile r(kTableClassic);
+    ASSERT_EQ(r.f.startObjectMergingRead(), 0);
+    ASSERT_NE(r.f.readObject(), nullptr);
+    EXPECT_EQ(r.f.getObjectTable()->endReadObjectTable(), 0);
+    EXPECT_EQ(QMPoint::live, before);
+    EXPECT_EQ(r.f.stopObjectMergingRead(), 0);
+}
+
+// An object of an unknown class under a table is skipped like one without a table; a file's bound
+// on the entry count refuses a larger table.
+TEST(GSFileObjectTableRead, UnknownClassesAndTheEntryBound)
+{
+    std::string const unknown = fullObject("QMNope"); // 32 bytes at 6
+    ReadFile r("01 00 00 00 00 20 " + unknown + " 00 00 00 01 00 00 00 06");
+    ASSERT_EQ(r.f.startObjectMergingRead(), 0);
+    GSObject* o = reinterpret_cast<GSObject*>(&r);
+    EXPECT_EQ(r.f.readObject(&o), 0);
+    EXPECT_EQ(o, nullptr);
+    EXPECT_EQ(r.f.tell(), 38);
+    ASSERT_EQ(r.f.stopObjectMergingRead(), 0);
+
+    ReadFile two(kTableClassic);
+    two.f.setMaxTableObjects(0);
+    EXPECT_EQ(two.f.startObjectMergingRead(), 1);
+    two.f.setMaxTableObjects(1);
+    ASSERT_EQ(two.f.seek(0, 0), 0);
+    EXPECT_EQ(two.f.startObjectMergingRead(), 0);
+    ASSERT_EQ(two.f.stopObjectMergingRead(), 0);
+}
+
+// With 32 entries and more, positions are found through a sorted index: an unlisted position is
+// still not found. With registerUnknownPositions set, it is registered instead, and a table
+// without a directory (offset 0) starts empty.
+TEST(GSFileObjectTableRead, UnlistedPositionsInALargeTable)
+{
+    std::string directory = " 00 00 00 20";
+    for (int i = 0; i < 32; ++i)
+        directory += " 00 00 00 00"; // every entry at position 0, where no object starts
+    ReadFile r("01 00 00 00 00 21 " + kObjectClassic + directory);
+    ASSERT_EQ(r.f.startObjectMergingRead(), 0);
+    GSObject* o = nullptr;
+    EXPECT_EQ(r.f.readObject(&o), 1);
+    EXPECT_EQ(o, nullptr);
+    ASSERT_EQ(r.f.stopObjectMergingRead(), 0);
+
+    ReadFile open("01 00 00 00 00 00 " + kObjectClassic);
+    GSFileObjectTable table(4, -100);
+    table.registerUnknownPositions = true;
+    ASSERT_EQ(table.startReadObjectTable(&open.f), 0);
+    EXPECT_EQ(table.getCount(), 0);
+    EXPECT_EQ(table.readObject(&o, 0), 0);
+    ASSERT_NE(o, nullptr);
+    EXPECT_EQ(xOf(o), 7);
+    EXPECT_EQ(table.findObjectWithPosition(6), 0);
+    EXPECT_EQ(table.endReadObjectTable(), 0);
+}
+
+// A table that cannot grow refuses the new object and keeps its count.
+TEST(GSFileObjectTableWrite, AFullTableThatCannotGrowRefusesTheObject)
+{
+    WriteFile w;
+    ASSERT_EQ(w.f.startObjectMergingWrite(0), 0);
+    std::vector<std::unique_ptr<QMPoint>> points;
+    for (int i = 0; i < 64; ++i) {
+        points.push_back(std::make_unique<QMPoint>(i));
+        ASSERT_EQ(w.f.writeObject(points.back().get()), 0);
+    }
+    QMPoint extra(64);
+    GSArrayAllocationHook old = GSSetArrayAllocationHook([](size_t) { return false; });
+    EXPECT_EQ(w.f.writeObject(&extra), 1);
+    GSSetArrayAllocationHook(old);
+    EXPECT_EQ(w.f.getObjectTable()->getCount(), 64);
+    EXPECT_EQ(w.f.getObjectTable()->findObject(&extra), -1);
+    EXPECT_EQ(w.f.stopObjectMergingWrite(), 0);
 }
