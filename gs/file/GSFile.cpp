@@ -93,16 +93,9 @@ GSFile::~GSFile()
 
 short GSFile::init(GSFileSpec const& spec, short followLink)
 {
-    // The spec carries neither settings (with in-memory content) nor link information yet: the
-    // memory spec is the only case that changes the worker here.
+    // The spec carries neither settings (with in-memory content), nor link information, nor a
+    // memory form yet: every spec names a file for the stdio worker.
     (void)followLink;
-    if (spec.isMemoryFileSpec()) {
-        auto* memory = new (std::nothrow) GSFileWorkerMemory(-100, 33554432);
-        if (!memory)
-            return 1;
-        memory->setFileSpec(spec);
-        (void)init(memory, 1); // cannot fail for a new, non-null worker
-    }
     return setFileSpec(spec);
 }
 

@@ -105,7 +105,8 @@ short GSFileObjectTable::endWriteObjectTable()
         return 1;
     long n = getCount();
     long end = file->tell();
-    if (end < 0 || tablePosition < 0 || n > INT_MAX)
+    // writeObject keeps the count below INT_MAX, so it fits the 32-bit field.
+    if (end < 0 || tablePosition < 0)
         return 1;
     long width = longPositions ? 8 : 4;
     if (short st = file->seek(tablePosition, 0))
@@ -226,8 +227,7 @@ short GSFileObjectTable::startReadObjectTable(GSFile* f)
         long position;
         if (short st = readFilePosition(&position, longPositions))
             return st;
-        if (appendEntry(nullptr, position) != 0)
-            return 1;
+        (void)appendEntry(nullptr, position); // cannot fail: the storage was reserved above
         if (position >= length || position < -1)
             return 1;
     }

@@ -62,6 +62,9 @@ TEST_P(GSFileRead, CompactValuesCutShortOrTooLong)
     EXPECT_EQ(file->readULongVariable(&u, 4), 1);
     EXPECT_EQ(u, 0x010203u);
     EXPECT_EQ(file->tell(), 0);
+    auto one = makeFile("01"); // one byte back, as well as three
+    EXPECT_EQ(one->readULongVariable(&u, 2), 1);
+    EXPECT_EQ(one->tell(), 0);
     char raw[4];
     EXPECT_EQ(file->read(raw, 4), 1);
     EXPECT_EQ(file->tell(), 0);
@@ -171,6 +174,9 @@ TEST_P(GSFileRead, DocumentIDsAndTokens)
     file = makeFile(bad);
     EXPECT_EQ(file->hasID(id.c_str(), 1), 0);
     EXPECT_EQ(file->tell(), 0);
+    file = makeFile(bad);
+    EXPECT_EQ(file->hasID(id.c_str(), 0), 0);
+    EXPECT_EQ(file->tell(), static_cast<long>(id.size()) + 1); // no going back without restore
     EXPECT_EQ(makeFile(bad)->checkID(id.c_str()), 1);
     EXPECT_EQ(makeFile(good)->checkID(id.c_str()), 0);
     EXPECT_EQ(makeFile(good)->checkID("Quillmoor Selection"), 1);

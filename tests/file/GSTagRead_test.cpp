@@ -212,7 +212,10 @@ TEST_P(GSTagReadBounds, TheFileCarriesTheEnclosingEnd)
             EXPECT_EQ(inner.getEnd(), 12);
         }
         EXPECT_EQ(file->getRecordEnd(), 12);
+        ASSERT_EQ(file->seek(16, 0), 0);
+        EXPECT_EQ(file->getBytesLeft(), -1); // past the record: nothing is left, not a negative count
         ASSERT_EQ(outer.skip(), 0);
+        EXPECT_EQ(file->getBytesLeft(), 0);
         EXPECT_EQ(outer.read(), 2);
         EXPECT_EQ(file->getRecordEnd(), 20);
         EXPECT_EQ(outer.read(), GSTagRead::kEndTag);

@@ -327,10 +327,22 @@ Bytes refusedPictureThenAThumbnail(int64_t count)
     return documentWith(t);
 }
 
-bool refuseAllocations(size_t)
+// Refuses the first request after it is installed, and no other.
+int requests = 0;
+bool refuseTheFirstRequest(size_t)
 {
-    return false;
+    return requests++ > 0;
 }
+
+// A memory back end whose reads of 20 bytes and more fail, as an I/O error would.
+class FailingLargeReads : public GSFileWorkerMemory {
+public:
+    using GSFileWorkerMemory::GSFileWorkerMemory;
+    long readData(void* buffer, long length) override
+    {
+        return length >= 20 ? 0 : GSFileWorkerMemory::readData(buffer, length);
+    }
+};
 
 TEST_P(ThumbnailWalk, ARefusedPictureEndsTheWalk)
 {
@@ -338,13 +350,25 @@ TEST_P(ThumbnailWalk, ARefusedPictureEndsTheWalk)
     small.maxPictureBytes = 10;
     EXPECT_EQ(walk(refusedPictureThenAThumbnail(int64_t{1} << 30)).result.reason, Reason::kTruncated);
     EXPECT_EQ(walk(refusedPictureThenAThumbnail(20), small).result.reason, Reason::kLimitExceeded);
-    // From a file on disk, whose reading allocates nothing through the hook.
+    // From a file on disk, whose reading allocates nothing but the picture buffer's growth.
     Bytes const document = refusedPictureThenAThumbnail(20);
-    GSArrayAllocationHook previous = GSSetArrayAllocationHook(refuseAllocations);
-    WalkRun noMemory = runWalk(document, Backend::kDisk, true);
+    TempFile onDisk(document);
+    GSFile diskFile(GSString(onDisk.path().c_str()));
+    ASSERT_EQ(diskFile.open(), 0);
+    GSDynaArray<unsigned char> buffer(8, -100);
+    requests = 0;
+    GSArrayAllocationHook previous = GSSetArrayAllocationHook(refuseTheFirstRequest);
+    EXPECT_EQ(GSFindThumbnail(&diskFile, &buffer).reason, Reason::kOutOfMemory);
     GSSetArrayAllocationHook(previous);
-    EXPECT_EQ(noMemory.result.reason, Reason::kOutOfMemory);
-    EXPECT_EQ(noMemory.buffer.getCount(), 0);
+    EXPECT_EQ(buffer.getCount(), 0);
+
+    GSDynaArray<unsigned char> bytes;
+    ASSERT_EQ(bytes.append(document.data(), static_cast<long>(document.size())), 0);
+    GSFile file;
+    ASSERT_EQ(file.init(new FailingLargeReads(bytes), 1), 0);
+    ASSERT_EQ(file.open(), 0);
+    GSDynaArray<unsigned char> picture(8, -100);
+    EXPECT_EQ(GSFindThumbnail(&file, &picture).reason, Reason::kTruncated);
 }
 
 // The description is 14 bytes whatever its record's size says (here 0), but it must lie inside the

@@ -471,6 +471,38 @@ TEST(GSFileObjectTableRead, UnlistedPositionsInALargeTable)
     EXPECT_EQ(table.endReadObjectTable(), 0);
 }
 
+// A reference followed to an object elsewhere in the file is read inside the file's bound, and the
+// enclosing record's end holds again afterwards. An object handed out again whose place in the
+// table's list cannot grow is refused, and the list keeps its count.
+TEST(GSFileObjectTableRead, ReferencesKeepTheEnclosingBoundAndFailWithoutMemory)
+{
+    // The object at 6, then a record (tag 1, 5 bytes) holding a reference to it, then the directory.
+    ReadFile r("01 00 00 00 00 32 " + kObjectClassic + " 00 00 00 01 00 00 00 05 02 00 00 00 00 FF FF FF FF"
+               " 00 00 00 01 00 00 00 06");
+    ASSERT_EQ(r.f.startObjectMergingRead(), 0);
+    ASSERT_EQ(r.f.seek(39, 0), 0);
+    GSTagRead records(&r.f);
+    ASSERT_EQ(records.read(), 1);
+    GSObject* o = nullptr;
+    EXPECT_EQ(r.f.readObjectReference(&o), 0);
+    ASSERT_NE(o, nullptr);
+    EXPECT_EQ(r.f.getRecordEnd(), 52);
+    EXPECT_EQ(r.f.getObjectTable()->getReadObjectCount(), 1);
+    // Every hand-out takes a place in the list; once it must grow, it cannot.
+    GSArrayAllocationHook old = GSSetArrayAllocationHook([](size_t) { return false; });
+    long handedOut = 1;
+    short status = 0;
+    for (int i = 0; i < 100 && status == 0; ++i) {
+        ASSERT_EQ(r.f.seek(47, 0), 0);
+        status = r.f.readObjectReference(&o);
+        handedOut += status == 0;
+    }
+    GSSetArrayAllocationHook(old);
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(r.f.getObjectTable()->getReadObjectCount(), handedOut);
+    ASSERT_EQ(r.f.stopObjectMergingRead(), 0);
+}
+
 // A table that cannot grow refuses the new object and keeps its count.
 TEST(GSFileObjectTableWrite, AFullTableThatCannotGrowRefusesTheObject)
 {
