@@ -1,14 +1,10 @@
-// Writes sample Quillmoor documents for the desktop tests, the fuzz corpus and the benchmarks.
-//
-//   make_desktop_samples DIR            documents of each shape; prints per document its file name
-//                                       and the expected thumbnail width and height at 128, 256,
-//                                       512 and 1024 (0 0 without a picture), tab-separated
-//   make_desktop_samples --corpus DIR   small documents as fuzz seeds
-//   make_desktop_samples --hostile DIR  documents whose stored pictures are hostile or damaged
-//   make_desktop_samples --bench DIR    photo-like documents for the benchmarks, each beside its
-//                                       stored picture extracted (.jpg / .png)
+// make_examples desktop: documents with real JPEG and PNG pictures (encoded by TurboJPEG and
+// libspng) for the desktop tests, the decode fuzz seeds and the benchmarks. Built with the
+// thumbnailer, whose size rule gives the expected thumbnail sizes.
+#include "tools/DesktopSamples.h"
+
 #include "tests/support/DocumentBuilder.h"
-#include "tests/thumbnailer/PictureSamples.h"
+#include "tests/support/PictureSamples.h"
 #include "thumbnailer/ThumbnailRender.h"
 
 #include <algorithm>
@@ -190,16 +186,16 @@ int writeBench(std::string const& dir)
 
 }  // namespace
 
-int main(int argc, char** argv)
+int writeDesktopSamples(int argc, char** argv)
 {
-    if (argc == 2)
-        return writeShapes(argv[1]);
-    if (argc == 3 && std::strcmp(argv[1], "--corpus") == 0)
-        return writeCorpus(argv[2]);
-    if (argc == 3 && std::strcmp(argv[1], "--hostile") == 0)
-        return writeHostile(argv[2]);
-    if (argc == 3 && std::strcmp(argv[1], "--bench") == 0)
-        return writeBench(argv[2]);
-    std::fprintf(stderr, "usage: make_desktop_samples [--corpus | --hostile | --bench] DIR\n");
+    if (argc == 1)
+        return writeShapes(argv[0]);
+    if (argc == 2 && std::strcmp(argv[0], "--corpus") == 0)
+        return writeCorpus(argv[1]);
+    if (argc == 2 && std::strcmp(argv[0], "--hostile") == 0)
+        return writeHostile(argv[1]);
+    if (argc == 2 && std::strcmp(argv[0], "--bench") == 0)
+        return writeBench(argv[1]);
+    std::fprintf(stderr, "usage: make_examples desktop [--corpus | --hostile | --bench] DIR\n");
     return 2;
 }
