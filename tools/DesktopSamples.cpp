@@ -12,6 +12,7 @@
 #include <cstring>
 #include <fstream>
 #include <string>
+#include <utility>
 
 using qmtest::DocumentBuilder;
 using qmtest::ThumbnailRecord;
@@ -84,22 +85,9 @@ int writeShapes(std::string const& dir)
 
 int writeCorpus(std::string const& dir)
 {
-    int n = 0;
-    // The fuzz target reads the thumbnail box from a byte after the document.
-    auto put = [&](Bytes b) {
-        b.push_back(uint8_t(n & 3));
-        return writeFile(dir + "/seed-" + std::to_string(n++) + ".qmd", b);
-    };
-    Picture small = samples::testPattern(40, 30, true);
-    bool ok = put(document(2, small, samples::encodeJpeg(small, 80, TJSAMP_420)));
-    ok = put(document(2, small, samples::encodeJpeg(small, 95, TJSAMP_444))) && ok;
-    ok = put(document(3, small, samples::encodePng(small, true))) && ok;
-    ok = put(document(3, small, samples::encodePng(small, false))) && ok;
-    ok = put(document(3, small, samples::encodePng(small, true, 6, true))) && ok;
-    Picture tall = samples::photoLike(9, 300, false, 4);
-    ok = put(document(2, tall, samples::encodeJpeg(tall))) && ok;
-    ok = put(document(3, tall, samples::encodePng(tall, false, 1))) && ok;
-    ok = put(documentWithoutPicture()) && ok;
+    bool ok = true;
+    for (auto const& [name, bytes] : decodeSeeds())
+        ok = writeFile(dir + "/" + name, bytes) && ok;
     return ok ? 0 : 1;
 }
 
@@ -185,6 +173,28 @@ int writeBench(std::string const& dir)
 }
 
 }  // namespace
+
+std::map<std::string, std::vector<uint8_t>> decodeSeeds()
+{
+    std::map<std::string, Bytes> seeds;
+    int n = 0;
+    // The fuzz target reads the thumbnail box from a byte after the document.
+    auto put = [&](Bytes b) {
+        b.push_back(uint8_t(n & 3));
+        seeds["seed-" + std::to_string(n++) + ".qmd"] = std::move(b);
+    };
+    Picture small = samples::testPattern(40, 30, true);
+    put(document(2, small, samples::encodeJpeg(small, 80, TJSAMP_420)));
+    put(document(2, small, samples::encodeJpeg(small, 95, TJSAMP_444)));
+    put(document(3, small, samples::encodePng(small, true)));
+    put(document(3, small, samples::encodePng(small, false)));
+    put(document(3, small, samples::encodePng(small, true, 6, true)));
+    Picture tall = samples::photoLike(9, 300, false, 4);
+    put(document(2, tall, samples::encodeJpeg(tall)));
+    put(document(3, tall, samples::encodePng(tall, false, 1)));
+    put(documentWithoutPicture());
+    return seeds;
+}
 
 int writeDesktopSamples(int argc, char** argv)
 {

@@ -1,8 +1,10 @@
 // The one generator of sample and seed documents, all written with the test support library.
 //
 // Committed files: the sample documents of examples/ and the seed corpora of the thumbnail and
-// object-table fuzz targets (fuzz/corpus/thumbnail/, fuzz/corpus/objecttable/). The pictures they
-// embed come from tests/data/pictures/ (drawn by tools/make_pictures.py).
+// object-table fuzz targets (fuzz/corpus/thumbnail/, fuzz/corpus/objecttable/); in a build with the
+// thumbnailer also those of the decode fuzz target (fuzz/corpus/decode/), whose pictures TurboJPEG
+// and libspng encode. The other pictures come from tests/data/pictures/ (drawn by
+// tools/make_pictures.py).
 //
 //   make_examples ROOT                 writes the committed files under the repository root ROOT
 //   make_examples --check ROOT         exits 1 when a committed file differs from what would be written
@@ -195,6 +197,10 @@ int main(int argc, char** argv)
     fs::path root = argv[argc - 1];
     std::map<std::string, Bytes> files = examples(root);
     files.merge(corpus());
+#ifdef QM_DESKTOP_SAMPLES
+    for (auto& [name, bytes] : decodeSeeds())
+        files["fuzz/corpus/decode/" + name] = std::move(bytes);
+#endif
     int differences = 0;
     for (auto const& [name, bytes] : files) {
         fs::path path = root / name;
