@@ -22,8 +22,9 @@ test-asan: deps
 	cmake --build --preset asan
 	ctest --preset asan
 
-# ThreadSanitizer over the object tests only (the library and one test program): the shared
-# arrays and reference counts are the code that promises to work across threads.
+# ThreadSanitizer over the object tests (the shared arrays and reference counts are the code that
+# promises to work across threads) and the replay of every fuzz corpus and hostile input the
+# library alone reads (tests/crashers/).
 test-tsan: deps
 	cmake --preset tsan >/dev/null
 	cmake --build --preset tsan

@@ -10,12 +10,12 @@ cd "$(dirname "$0")/.."
 runs=${1:-20}
 scripts/install-deps.sh hyperfine libvips-tools libgdk-pixbuf2.0-bin time
 cmake --preset release >/dev/null
-cmake --build --preset release -j2 --target quillmoor-thumbnailer make_desktop_samples >/dev/null
+cmake --build --preset release -j2 --target quillmoor-thumbnailer make_examples >/dev/null
 prog=$PWD/build/release/thumbnailer/quillmoor-thumbnailer
-tool=$PWD/build/release/tests/desktop/make_desktop_samples
+tool=$PWD/build/release/tools/make_examples
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-"$tool" --bench "$work"
+"$tool" desktop --bench "$work"
 
 peak_rss() { # median peak RSS in MiB of 5 runs of a command
   for _ in 1 2 3 4 5; do /usr/bin/time -f %M "$@" 2>&1 >/dev/null | tail -1; done | sort -n | sed -n 3p |

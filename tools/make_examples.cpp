@@ -1,11 +1,21 @@
-// Writes the sample documents of examples/ and the seed corpora of the thumbnail and object-table
-// fuzz targets (fuzz/corpus/thumbnail/, fuzz/corpus/objecttable/) with the test document builder. The pictures it embeds come from
-// tests/data/pictures/ (drawn by tools/make_pictures.py).
+// The one generator of sample and seed documents, all written with the test support library.
 //
-//   make_examples ROOT          writes the files under the repository root ROOT
-//   make_examples --check ROOT  exits 1 when a committed file differs from what would be written
+// Committed files: the sample documents of examples/ and the seed corpora of the thumbnail and
+// object-table fuzz targets (fuzz/corpus/thumbnail/, fuzz/corpus/objecttable/); in a build with the
+// thumbnailer also those of the decode fuzz target (fuzz/corpus/decode/), whose pictures TurboJPEG
+// and libspng encode. The other pictures come from tests/data/pictures/ (drawn by
+// tools/make_pictures.py).
+//
+//   make_examples ROOT                 writes the committed files under the repository root ROOT
+//   make_examples --check ROOT         exits 1 when a committed file differs from what would be written
+//   make_examples desktop [...] DIR    documents with real pictures for the desktop tests, the decode
+//                                      fuzz seeds and the benchmarks (tools/DesktopSamples.h); only
+//                                      in a build with the thumbnailer
 #include "tests/support/DocumentBuilder.h"
 #include "tests/support/ObjectDocuments.h"
+#ifdef QM_DESKTOP_SAMPLES
+#include "tools/DesktopSamples.h"
+#endif
 
 #include <cstdio>
 #include <filesystem>
@@ -171,14 +181,26 @@ std::map<std::string, Bytes> corpus()
 
 int main(int argc, char** argv)
 {
+    if (argc >= 2 && std::string(argv[1]) == "desktop") {
+#ifdef QM_DESKTOP_SAMPLES
+        return writeDesktopSamples(argc - 2, argv + 2);
+#else
+        std::fprintf(stderr, "make_examples: desktop samples need a build with the thumbnailer\n");
+        return 2;
+#endif
+    }
     bool check = argc == 3 && std::string(argv[1]) == "--check";
     if (argc != 2 && !check) {
-        std::fprintf(stderr, "usage: make_examples [--check] ROOT\n");
+        std::fprintf(stderr, "usage: make_examples [--check] ROOT | make_examples desktop [--corpus | --hostile | --bench] DIR\n");
         return 2;
     }
     fs::path root = argv[argc - 1];
     std::map<std::string, Bytes> files = examples(root);
     files.merge(corpus());
+#ifdef QM_DESKTOP_SAMPLES
+    for (auto& [name, bytes] : decodeSeeds())
+        files["fuzz/corpus/decode/" + name] = std::move(bytes);
+#endif
     int differences = 0;
     for (auto const& [name, bytes] : files) {
         fs::path path = root / name;

@@ -244,8 +244,12 @@ template <long N, class T, class Decode>
     if (!worker)
         return 1;
     long const got = worker->readBytes(b, N);
-    if (got != N)
-        return GSFileUnread(worker, got);
+    if (got != N) {
+        // GSFileUnread always answers 1; returning 1 here lets the compiler see that 0 comes only
+        // with *value set (else g++ warns at -O3 in every caller that reads `value` after a 0).
+        static_cast<void>(GSFileUnread(worker, got));
+        return 1;
+    }
     *value = decode(b);
     return 0;
 }

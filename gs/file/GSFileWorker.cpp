@@ -1,6 +1,7 @@
 #include "gs/file/GSFileWorker.h"
 
 #include "gs/object/GSRuntimeClass.h"
+#include "gs/platform/GSPlatformFile.h"
 #include "gs/util/GSLog.h"
 
 #include <algorithm>
@@ -176,7 +177,7 @@ short GSFileWorkerStream::prepareWrite()
         long position = tell();
         dropReadWindow();
         lastOperation = kNone;
-        if (position < 0 || fseeko(stream, position, SEEK_SET) != 0)
+        if (position < 0 || GSPlatformFileSeek(stream, position, SEEK_SET) != 0)
             return 1;
     }
     lastOperation = kLastWrite;
@@ -190,7 +191,7 @@ long GSFileWorkerStream::refill(unsigned char* destination, long length)
         dropReadWindow();
         return static_cast<long>(std::fread(destination, 1, static_cast<size_t>(length), stream));
     }
-    long start = ftello(stream);
+    long start = GSPlatformFileTell(stream);
     if (start < 0) {
         // Not seekable: the window could not give positions back; read unbuffered.
         dropReadWindow();
@@ -245,7 +246,7 @@ short GSFileWorkerStream::seek(long offset, short whence)
         return 1;
     dropReadWindow();
     lastOperation = kNone;
-    return fseeko(stream, target, whence == 0 ? SEEK_SET : SEEK_END) == 0 ? 0 : 1;
+    return GSPlatformFileSeek(stream, target, whence == 0 ? SEEK_SET : SEEK_END);
 }
 
 long GSFileWorkerStream::tell()
@@ -254,7 +255,7 @@ long GSFileWorkerStream::tell()
         return -1;
     if (readEnd)
         return bufferStart + (readNext - buffer);
-    return ftello(stream);
+    return GSPlatformFileTell(stream);
 }
 
 long GSFileWorkerStream::getLength()

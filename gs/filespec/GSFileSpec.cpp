@@ -3,11 +3,13 @@
 #include "gs/platform/GSPlatformPath.h"
 
 #include <cstring>
+#include <string>
 
 GSFileSpec::GSFileSpec(GSString const& p)
 {
-    if (p.isEmpty() || GSPlatformMakeAbsolutePath(p, &path) != 0)
-        path.clear();
+    std::string absolute;
+    if (!p.isEmpty() && GSPlatformMakeAbsolutePath(p.c_str(), &absolute) == 0)
+        path = GSString(absolute.c_str(), p.getEncoding());
 }
 
 GSString GSFileSpec::getFilename() const

@@ -30,6 +30,25 @@ void splitName(GSFileSpec const& spec, std::string* stem, std::string* extension
     *stem = extension->empty() ? name : name.substr(0, name.size() - extension->size() - 1);
 }
 
+// A platform call's error text handed on as the caller's GSString, when the caller wants it: the
+// text is the system's, in UTF-8.
+class ErrorText {
+public:
+    explicit ErrorText(GSString* caller) : target(caller) {}
+    ~ErrorText()
+    {
+        if (target)
+            *target = GSString(text.c_str());
+    }
+    ErrorText(ErrorText const&) = delete;
+    ErrorText& operator=(ErrorText const&) = delete;
+    std::string* get() { return target ? &text : nullptr; }
+
+private:
+    GSString* target;
+    std::string text;
+};
+
 } // namespace
 
 void GSFileSpec::setFilename(GSString const& name)
@@ -48,7 +67,7 @@ short GSFileSpec::fillState(GSFileState* state) const
 {
     state->valid = 0;
     GSPlatformFileInfo info;
-    if (!isValid() || GSPlatformGetFileInfo(path, &info) != 0)
+    if (!isValid() || GSPlatformGetFileInfo(path.c_str(), &info) != 0)
         return 1;
     state->flags = static_cast<unsigned char>((info.isLocked ? GSFileState::kLocked : 0)
         | (info.isHidden ? GSFileState::kHidden : 0)
@@ -75,7 +94,7 @@ short GSFileSpec::remove(GSString* error)
 {
     if (!isValid())
         return 1;
-    return GSPlatformRemoveFile(path, error);
+    return GSPlatformRemoveFile(path.c_str(), ErrorText(error).get());
 }
 
 short GSFileSpec::rename(GSString const& newName, GSString* error)
@@ -84,7 +103,7 @@ short GSFileSpec::rename(GSString const& newName, GSString* error)
         return 1;
     GSFileSpec moved(*this);
     moved.setFilename(newName);
-    short status = GSPlatformMoveFile(path, moved.path, error);
+    short status = GSPlatformMoveFile(path.c_str(), moved.path.c_str(), ErrorText(error).get());
     if (status == 0)
         *this = moved;
     return status;
@@ -96,7 +115,7 @@ short GSFileSpec::writeAdditionalInfo(GSFileSpec const* source) const
         return 0;
     if (!isValid() || !source->isValid())
         return 1;
-    return GSPlatformCopyPermissions(source->path, path);
+    return GSPlatformCopyPermissions(source->path.c_str(), path.c_str());
 }
 
 GSString GSFileSpec::getTemporaryFilename()
@@ -124,7 +143,7 @@ short GSFileSpec::createTemporaryFilename(GSString const& extension)
         GSFileSpec candidate(*this);
         candidate.setFilename(name);
         bool existed = false;
-        if (GSPlatformCreateFileExclusively(candidate.path, &existed, nullptr) == 0) {
+        if (GSPlatformCreateFileExclusively(candidate.path.c_str(), &existed, nullptr) == 0) {
             *this = candidate;
             return 0;
         }
@@ -136,8 +155,7 @@ short GSFileSpec::createTemporaryFilename(GSString const& extension)
 
 bool GSFileSpec::removeBackupSpec() const
 {
-    GSString error;
-    if (GSPlatformRemoveFile(path, &error) == 0 || !exists())
+    if (GSPlatformRemoveFile(path.c_str(), nullptr) == 0 || !exists())
         return true;
     sendErrorMessage(49703);
     return false;
@@ -181,7 +199,7 @@ short GSFileSpec::exchangeWith(GSFileSpec const& target, short noBackup, GSStrin
         return 1;
     // Names do not change in an exchange, so hidden files (a leading ".") stay hidden and visible
     // ones visible without further work.
-    return GSPlatformInstallFile(path, target.path, noBackup ? 0 : 1, error);
+    return GSPlatformInstallFile(path.c_str(), target.path.c_str(), noBackup ? 0 : 1, ErrorText(error).get());
 }
 
 void GSFileSpec::setErrorMessageHandler(ErrorMessageHandler handler, void* context)

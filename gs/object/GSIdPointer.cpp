@@ -1,24 +1,26 @@
 // GSIdPointer's ownership rules; the object runtime underneath is the platform's.
 #include "gs/object/GSIdPointer.h"
 
+#include "gs/platform/GSPlatformObject.h"
+
 GSIdPointer::GSIdPointer(GSIdPointer const& other) noexcept : object(other.object)
 {
-    retainObject(object);
+    GSPlatformRetain(object);
 }
 
 GSIdPointer::~GSIdPointer()
 {
-    releaseObject(object);
+    GSPlatformRelease(object);
 }
 
 void GSIdPointer::attach(void* p) noexcept
 {
     if (p == object)
         return;
-    retainObject(p);
+    GSPlatformRetain(p);
     void* old = object;
     object = p;
-    releaseObject(old);
+    GSPlatformRelease(old);
 }
 
 GSIdPointer& GSIdPointer::operator=(void* p) noexcept
@@ -26,7 +28,7 @@ GSIdPointer& GSIdPointer::operator=(void* p) noexcept
     if (p != object) {
         void* old = object;
         object = p;
-        releaseObject(old);
+        GSPlatformRelease(old);
     }
     return *this;
 }
@@ -44,19 +46,19 @@ GSIdPointer& GSIdPointer::operator=(GSIdPointer&& other) noexcept
         object = other.object;
         other.object = nullptr;
         // Also when both held the same object: its two references become one.
-        releaseObject(old);
+        GSPlatformRelease(old);
     }
     return *this;
 }
 
 void GSIdPointer::retain() const noexcept
 {
-    retainObject(object);
+    GSPlatformRetain(object);
 }
 
 bool GSIdPointer::isEqual(GSIdPointer const& other) const noexcept
 {
     if (!object || !other.object)
         return false;
-    return objectsEqual(object, other.object);
+    return GSPlatformIsEqual(object, other.object);
 }

@@ -1,6 +1,7 @@
 // GSIdPointer: an owning reference to a platform object (a file URL, an icon, an enumerator).
 // On Apple systems the object is a Foundation object, retained and released through the
-// Objective-C runtime; on other systems it is a GSPlatformObject (gs/platform/GSPlatformURL.h).
+// Objective-C runtime; on other systems it is a GSPlatformObject. Either way the platform layer
+// retains, releases and compares it (gs/platform/GSPlatformObject.h).
 //
 // Ownership: attach() retains what it is given; assigning a raw pointer adopts the caller's
 // reference without retaining it (the way results of create functions are taken over); copying
@@ -32,11 +33,5 @@ public:
     bool isNull() const noexcept { return object == nullptr; }
 
 private:
-    // The platform's object runtime, implemented once per platform (gs/platform/*/GSIdPointer.*);
-    // the ownership rules above are the same everywhere. Null is ignored.
-    static void retainObject(void* p) noexcept;
-    static void releaseObject(void* p) noexcept;
-    static bool objectsEqual(void* a, void* b) noexcept;
-
     void* object = nullptr;
 };

@@ -314,7 +314,7 @@ def main(argv):
         os.makedirs(docs)
         # The sample tool writes the documents and prints: file name, then the expected width and
         # height at 128, 256, 512 and 1024 (0 0 when the document has no picture).
-        listing = subprocess.run([sample_tool, docs], capture_output=True, text=True, check=True).stdout
+        listing = subprocess.run([sample_tool, "desktop", docs], capture_output=True, text=True, check=True).stdout
         samples = []
         env_probe = service_env(work, data, os.path.join(work, "probe-cache"))
         env_probe["XDG_DATA_DIRS"] = data + ":/usr/share"

@@ -61,7 +61,7 @@ def test(program, sample_tool, work):
     os.makedirs(docs)
     # The sample tool prints per document its name and the expected sizes at 128, 256, 512, 1024.
     samples = []
-    for line in subprocess.run([sample_tool, docs], capture_output=True, text=True, check=True).stdout.splitlines():
+    for line in subprocess.run([sample_tool, "desktop", docs], capture_output=True, text=True, check=True).stdout.splitlines():
         f = line.split("\t")
         samples.append((f[0], [(int(f[1 + 2 * i]), int(f[2 + 2 * i])) for i in range(4)]))
 
@@ -121,7 +121,7 @@ def test(program, sample_tool, work):
     # Hostile and damaged pictures: exit 6 in bounded time and memory.
     hostile = os.path.join(work, "hostile")
     os.makedirs(hostile)
-    names = subprocess.run([sample_tool, "--hostile", hostile], capture_output=True, text=True,
+    names = subprocess.run([sample_tool, "desktop", "--hostile", hostile], capture_output=True, text=True,
                            check=True).stdout.split()
     check(len(names) >= 8, "hostile samples written")
     for name in names:

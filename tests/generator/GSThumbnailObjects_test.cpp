@@ -1,7 +1,7 @@
 // The thumbnail walk over every object-shaped document: tables of both kinds right after the
 // version (0x0302) or in record 11 (0x0200), descriptions as GSMemPicData or GSSystemPicData
 // objects, by reference, missing from the table, of an unknown class, and a second table record.
-#include "tests/generator/ThumbnailTestSupport.h"
+#include "tests/support/ThumbnailWalkRun.h"
 #include "tests/support/ObjectDocuments.h"
 
 #include <gtest/gtest.h>

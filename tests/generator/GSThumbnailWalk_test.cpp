@@ -4,7 +4,7 @@
 #include "gs/object/GSArrayMemory.h"
 #include "gs/object/GSRuntimeClass.h"
 
-#include "tests/generator/ThumbnailTestSupport.h"
+#include "tests/support/ThumbnailWalkRun.h"
 #include "tests/support/Hex.h"
 
 #include <gtest/gtest.h>

@@ -21,7 +21,8 @@ using qmtest::ScratchFolder;
 
 namespace {
 
-GSString text(std::string const& s) { return GSString(s.c_str()); }
+// Valid for the full expression that made `s`, as a call's arguments are.
+char const* text(std::string const& s) { return s.c_str(); }
 
 } // namespace
 
@@ -54,7 +55,7 @@ TEST(GSPlatformInstallFile, ReplacesKeepingOrDroppingTheOldContent)
     ScratchFolder dir;
     std::string target = dir.write("doc.qmd", "one");
     std::string fresh = dir.write("tmp.qmd", "two");
-    GSString error;
+    std::string error;
     ASSERT_EQ(GSPlatformInstallFile(text(fresh), text(target), 1, &error), 0) << error.c_str();
     EXPECT_EQ(readText(target), "two");
     EXPECT_EQ(readText(fresh), "one");
@@ -75,7 +76,7 @@ TEST(GSPlatformInstallFile, ReplacesKeepingOrDroppingTheOldContent)
         struct stat a, b;
         if (stat(elsewhere.c_str(), &a) == 0 && stat(target.c_str(), &b) == 0 && a.st_dev != b.st_dev) {
             EXPECT_EQ(GSPlatformInstallFile(text(elsewhere), text(target), 1, &error), 1);
-            EXPECT_FALSE(error.isEmpty());
+            EXPECT_FALSE(error.empty());
             EXPECT_EQ(readText(target), "one");
             EXPECT_EQ(readText(elsewhere), "far");
         }
@@ -137,16 +138,16 @@ TEST(GSPlatformFileInfo, ImmutableAttributeCountsAsLocked)
 TEST(GSPlatformFileOps, ExclusiveCreateRemoveAndMove)
 {
     ScratchFolder dir;
-    GSString error;
+    std::string error;
     bool existed = true;
     ASSERT_EQ(GSPlatformCreateFileExclusively(text(dir / "a"), &existed, &error), 0);
     EXPECT_FALSE(existed);
-    EXPECT_TRUE(error.isEmpty());
+    EXPECT_TRUE(error.empty());
     EXPECT_EQ(GSPlatformCreateFileExclusively(text(dir / "a"), &existed, &error), 1);
     EXPECT_TRUE(existed);
     EXPECT_EQ(GSPlatformCreateFileExclusively(text(dir / "no/a"), &existed, &error), 1);
     EXPECT_FALSE(existed);
-    EXPECT_FALSE(error.isEmpty());
+    EXPECT_FALSE(error.empty());
 
     dir.write("b", "b");
     EXPECT_EQ(GSPlatformMoveFile(text(dir / "a"), text(dir / "b"), &error), 1);
@@ -161,4 +162,30 @@ TEST(GSPlatformFileOps, ExclusiveCreateRemoveAndMove)
     EXPECT_EQ(GSPlatformRemoveFile(text(dir / "c"), &error), 0);
     EXPECT_EQ(GSPlatformRemoveFile(text(dir / "c"), &error), 1);
     EXPECT_EQ(dir.listing(), "b full");
+}
+
+// Positions past 4 GiB survive both ways (nothing is written there, so the file stays small); the
+// end is found from SEEK_END; a pipe has no position.
+TEST(GSPlatformFileSeek, LargeOffsetsEndsAndUnseekableStreams)
+{
+    std::FILE* f = std::tmpfile();
+    ASSERT_NE(f, nullptr);
+    ASSERT_GE(std::fputs("abc", f), 0);
+    long const far = 5L * 1024 * 1024 * 1024 + 7;
+    EXPECT_EQ(GSPlatformFileSeek(f, far, SEEK_SET), 0);
+    EXPECT_EQ(GSPlatformFileTell(f), far);
+    EXPECT_EQ(GSPlatformFileSeek(f, -1, SEEK_END), 0);
+    EXPECT_EQ(GSPlatformFileTell(f), 2);
+    EXPECT_EQ(std::fgetc(f), 'c');
+    EXPECT_EQ(GSPlatformFileSeek(f, -10, SEEK_SET), 1);
+    std::fclose(f);
+
+    int fds[2];
+    ASSERT_EQ(::pipe(fds), 0);
+    std::FILE* pipe = ::fdopen(fds[0], "rb");
+    ASSERT_NE(pipe, nullptr);
+    EXPECT_EQ(GSPlatformFileTell(pipe), -1);
+    EXPECT_EQ(GSPlatformFileSeek(pipe, 0, SEEK_SET), 1);
+    std::fclose(pipe);
+    ::close(fds[1]);
 }

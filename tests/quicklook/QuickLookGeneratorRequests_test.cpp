@@ -7,7 +7,7 @@
 #include "gs/object/GSExceptions.h"
 #include "tests/support/ObjectDocuments.h"
 #include "tests/support/ScratchFolder.h"
-#include "tests/thumbnailer/PictureSamples.h"
+#include "tests/support/PictureSamples.h"
 
 #include <gtest/gtest.h>
 

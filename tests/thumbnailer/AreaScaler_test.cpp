@@ -1,6 +1,6 @@
 #include "thumbnailer/AreaScaler.h"
 
-#include "tests/thumbnailer/PictureSamples.h"
+#include "tests/support/PictureSamples.h"
 
 #include <gtest/gtest.h>
 

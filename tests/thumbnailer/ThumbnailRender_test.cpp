@@ -2,7 +2,7 @@
 
 #include "generator/GSThumbnailSize.h"
 #include "tests/support/TempFile.h"
-#include "tests/thumbnailer/PictureSamples.h"
+#include "tests/support/PictureSamples.h"
 
 #include <gtest/gtest.h>
 

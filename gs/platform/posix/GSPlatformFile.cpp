@@ -19,16 +19,16 @@ namespace {
 [[maybe_unused]] char const* pickText(int result, char const* buffer) { return result == 0 ? buffer : "Unknown error"; }
 [[maybe_unused]] char const* pickText(char const* result, char const*) { return result; }
 
-short fail(int err, GSString* error)
+short fail(int err, std::string* error)
 {
     if (error) {
         char buffer[256] = {};
-        *error = GSString(pickText(strerror_r(err, buffer, sizeof buffer), buffer));
+        *error = pickText(strerror_r(err, buffer, sizeof buffer), buffer);
     }
     return 1;
 }
 
-short succeed(GSString* error)
+short succeed(std::string* error)
 {
     if (error)
         error->clear();
@@ -140,25 +140,25 @@ int exchangeFiles(char const* replacement, char const* target, InstallWay way)
 
 } // namespace gsposix
 
-short GSPlatformGetFileInfo(GSString const& path, GSPlatformFileInfo* info)
+short GSPlatformGetFileInfo(char const* path, GSPlatformFileInfo* info)
 {
     *info = GSPlatformFileInfo();
     struct stat st;
-    if (path.isEmpty() || ::stat(path.c_str(), &st) != 0)
+    if (!path || !path[0] || ::stat(path, &st) != 0)
         return 1;
     info->isDirectory = S_ISDIR(st.st_mode);
-    info->isHidden = nameOf(path.c_str())[0] == '.';
+    info->isHidden = nameOf(path)[0] == '.';
     info->isLocked = (!info->isDirectory && (st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0)
-        || hasLockAttribute(path.c_str(), st);
+        || hasLockAttribute(path, st);
     info->size = S_ISREG(st.st_mode) ? static_cast<long>(st.st_size) : 0;
     return 0;
 }
 
-short GSPlatformCreateFileExclusively(GSString const& path, bool* existed, GSString* error)
+short GSPlatformCreateFileExclusively(char const* path, bool* existed, std::string* error)
 {
     if (existed)
         *existed = false;
-    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    int fd = ::open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (fd < 0) {
         if (existed)
             *existed = errno == EEXIST;
@@ -168,38 +168,38 @@ short GSPlatformCreateFileExclusively(GSString const& path, bool* existed, GSStr
     return succeed(error);
 }
 
-short GSPlatformRemoveFile(GSString const& path, GSString* error)
+short GSPlatformRemoveFile(char const* path, std::string* error)
 {
-    if (::unlink(path.c_str()) == 0)
+    if (::unlink(path) == 0)
         return succeed(error);
     int err = errno;
     if (err == EISDIR || err == EPERM) {
         // Linux reports EISDIR for a folder, POSIX allows EPERM; a folder goes only when empty.
         struct stat st;
-        if (::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
-            return ::rmdir(path.c_str()) == 0 ? succeed(error) : fail(errno, error);
+        if (::lstat(path, &st) == 0 && S_ISDIR(st.st_mode))
+            return ::rmdir(path) == 0 ? succeed(error) : fail(errno, error);
     }
     return fail(err, error);
 }
 
-short GSPlatformMoveFile(GSString const& from, GSString const& to, GSString* error)
+short GSPlatformMoveFile(char const* from, char const* to, std::string* error)
 {
 #if defined(__linux__) && defined(RENAME_NOREPLACE)
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+    if (::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0)
         return succeed(error);
     if (errno != EINVAL && errno != ENOSYS)
         return fail(errno, error);
 #endif
     // Volumes without the no-replace flag: a check first, which leaves a short race.
-    if (exists(to.c_str()))
+    if (exists(to))
         return fail(EEXIST, error);
-    return ::rename(from.c_str(), to.c_str()) == 0 ? succeed(error) : fail(errno, error);
+    return ::rename(from, to) == 0 ? succeed(error) : fail(errno, error);
 }
 
-short GSPlatformInstallFile(GSString const& replacement, GSString const& target, short keepOld, GSString* error)
+short GSPlatformInstallFile(char const* replacement, char const* target, short keepOld, std::string* error)
 {
-    char const* from = replacement.c_str();
-    char const* to = target.c_str();
+    char const* from = replacement;
+    char const* to = target;
     if (int err = syncPath(from, 0))
         return fail(err, error);
 
@@ -221,10 +221,20 @@ short GSPlatformInstallFile(GSString const& replacement, GSString const& target,
     return succeed(error);
 }
 
-short GSPlatformCopyPermissions(GSString const& from, GSString const& to)
+short GSPlatformCopyPermissions(char const* from, char const* to)
 {
     struct stat st;
-    if (::stat(from.c_str(), &st) != 0)
+    if (::stat(from, &st) != 0)
         return 1;
-    return ::chmod(to.c_str(), st.st_mode & 0777) == 0 ? 0 : 1;
+    return ::chmod(to, st.st_mode & 0777) == 0 ? 0 : 1;
+}
+
+short GSPlatformFileSeek(std::FILE* stream, long offset, int whence)
+{
+    return ::fseeko(stream, static_cast<off_t>(offset), whence) == 0 ? 0 : 1;
+}
+
+long GSPlatformFileTell(std::FILE* stream)
+{
+    return static_cast<long>(::ftello(stream));
 }

@@ -2,20 +2,21 @@
 
 #include <climits>
 #include <string>
+#include <utility>
 #include <unistd.h>
 #include <vector>
 
-short GSPlatformMakeAbsolutePath(GSString const& path, GSString* absolute)
+short GSPlatformMakeAbsolutePath(char const* path, std::string* absolute)
 {
     std::string full;
-    if (path.c_str()[0] != '/') {
+    if (path[0] != '/') {
         char cwd[PATH_MAX];
         if (!getcwd(cwd, sizeof cwd))
             return 1;
         full = cwd;
         full += '/';
     }
-    full += path.c_str();
+    full += path;
 
     std::vector<std::string> parts;
     size_t i = 0;
@@ -41,6 +42,6 @@ short GSPlatformMakeAbsolutePath(GSString const& path, GSString* absolute)
     }
     if (out.empty())
         out += '/';
-    *absolute = GSString(out.c_str(), path.getEncoding());
+    *absolute = std::move(out);
     return 0;
 }

@@ -2,57 +2,47 @@
 
 #include "gs/platform/GSPlatformPath.h"
 
-#include <cstring>
 #include <new>
 #include <utility>
 
-GSPlatformObject::~GSPlatformObject() = default;
-
-void GSPlatformObject::release() const noexcept
-{
-    if (retainCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
-        delete this;
-}
-
-GSPlatformURL::GSPlatformURL(GSString absolutePath, bool isDirectory)
+GSPlatformURL::GSPlatformURL(std::string absolutePath, bool isDirectory)
     : path(std::move(absolutePath)), directory(isDirectory)
 {
 }
 
 GSPlatformURL::~GSPlatformURL() = default;
 
-GSPlatformURL* GSPlatformURL::create(GSString const& path, bool isDirectory)
+GSPlatformURL* GSPlatformURL::create(std::string const& path, bool isDirectory)
 {
-    if (path.isEmpty())
+    if (path.empty())
         return nullptr;
-    GSString absolute;
-    if (GSPlatformMakeAbsolutePath(path, &absolute) != 0)
+    std::string absolute;
+    if (GSPlatformMakeAbsolutePath(path.c_str(), &absolute) != 0)
         return nullptr;
     return new (std::nothrow) GSPlatformURL(std::move(absolute), isDirectory);
 }
 
-GSPlatformURL* GSPlatformURL::createByAppendingPathComponent(GSString const& component, bool isDirectory) const
+GSPlatformURL* GSPlatformURL::createByAppendingPathComponent(std::string const& component, bool isDirectory) const
 {
-    GSString joined = path;
-    joined.append('/');
+    std::string joined = path;
+    joined += '/';
     joined += component;
     return create(joined, isDirectory);
 }
 
 GSPlatformURL* GSPlatformURL::createByDeletingLastPathComponent() const
 {
-    GSString parent = path;
-    parent.append("/..", 3);
+    std::string parent = path;
+    parent += "/..";
     return create(parent, true);
 }
 
-GSString GSPlatformURL::getLastPathComponent() const
+std::string GSPlatformURL::getLastPathComponent() const
 {
-    char const* text = path.c_str();
-    char const* slash = std::strrchr(text, '/');
-    if (!slash || slash[1] == 0)
-        return GSString("/", path.getEncoding());
-    return GSString(slash + 1, path.getEncoding());
+    size_t slash = path.rfind('/');
+    if (slash == std::string::npos || slash + 1 == path.size())
+        return std::string(1, '/');
+    return path.substr(slash + 1);
 }
 
 bool GSPlatformURL::isEqual(GSPlatformObject const& other) const noexcept

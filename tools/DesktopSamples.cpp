@@ -1,14 +1,10 @@
-// Writes sample Quillmoor documents for the desktop tests, the fuzz corpus and the benchmarks.
-//
-//   make_desktop_samples DIR            documents of each shape; prints per document its file name
-//                                       and the expected thumbnail width and height at 128, 256,
-//                                       512 and 1024 (0 0 without a picture), tab-separated
-//   make_desktop_samples --corpus DIR   small documents as fuzz seeds
-//   make_desktop_samples --hostile DIR  documents whose stored pictures are hostile or damaged
-//   make_desktop_samples --bench DIR    photo-like documents for the benchmarks, each beside its
-//                                       stored picture extracted (.jpg / .png)
+// make_examples desktop: documents with real JPEG and PNG pictures (encoded by TurboJPEG and
+// libspng) for the desktop tests, the decode fuzz seeds and the benchmarks. Built with the
+// thumbnailer, whose size rule gives the expected thumbnail sizes.
+#include "tools/DesktopSamples.h"
+
 #include "tests/support/DocumentBuilder.h"
-#include "tests/thumbnailer/PictureSamples.h"
+#include "tests/support/PictureSamples.h"
 #include "thumbnailer/ThumbnailRender.h"
 
 #include <algorithm>
@@ -16,6 +12,7 @@
 #include <cstring>
 #include <fstream>
 #include <string>
+#include <utility>
 
 using qmtest::DocumentBuilder;
 using qmtest::ThumbnailRecord;
@@ -88,22 +85,9 @@ int writeShapes(std::string const& dir)
 
 int writeCorpus(std::string const& dir)
 {
-    int n = 0;
-    // The fuzz target reads the thumbnail box from a byte after the document.
-    auto put = [&](Bytes b) {
-        b.push_back(uint8_t(n & 3));
-        return writeFile(dir + "/seed-" + std::to_string(n++) + ".qmd", b);
-    };
-    Picture small = samples::testPattern(40, 30, true);
-    bool ok = put(document(2, small, samples::encodeJpeg(small, 80, TJSAMP_420)));
-    ok = put(document(2, small, samples::encodeJpeg(small, 95, TJSAMP_444))) && ok;
-    ok = put(document(3, small, samples::encodePng(small, true))) && ok;
-    ok = put(document(3, small, samples::encodePng(small, false))) && ok;
-    ok = put(document(3, small, samples::encodePng(small, true, 6, true))) && ok;
-    Picture tall = samples::photoLike(9, 300, false, 4);
-    ok = put(document(2, tall, samples::encodeJpeg(tall))) && ok;
-    ok = put(document(3, tall, samples::encodePng(tall, false, 1))) && ok;
-    ok = put(documentWithoutPicture()) && ok;
+    bool ok = true;
+    for (auto const& [name, bytes] : decodeSeeds())
+        ok = writeFile(dir + "/" + name, bytes) && ok;
     return ok ? 0 : 1;
 }
 
@@ -190,16 +174,38 @@ int writeBench(std::string const& dir)
 
 }  // namespace
 
-int main(int argc, char** argv)
+std::map<std::string, std::vector<uint8_t>> decodeSeeds()
 {
-    if (argc == 2)
-        return writeShapes(argv[1]);
-    if (argc == 3 && std::strcmp(argv[1], "--corpus") == 0)
-        return writeCorpus(argv[2]);
-    if (argc == 3 && std::strcmp(argv[1], "--hostile") == 0)
-        return writeHostile(argv[2]);
-    if (argc == 3 && std::strcmp(argv[1], "--bench") == 0)
-        return writeBench(argv[2]);
-    std::fprintf(stderr, "usage: make_desktop_samples [--corpus | --hostile | --bench] DIR\n");
+    std::map<std::string, Bytes> seeds;
+    int n = 0;
+    // The fuzz target reads the thumbnail box from a byte after the document.
+    auto put = [&](Bytes b) {
+        b.push_back(uint8_t(n & 3));
+        seeds["seed-" + std::to_string(n++) + ".qmd"] = std::move(b);
+    };
+    Picture small = samples::testPattern(40, 30, true);
+    put(document(2, small, samples::encodeJpeg(small, 80, TJSAMP_420)));
+    put(document(2, small, samples::encodeJpeg(small, 95, TJSAMP_444)));
+    put(document(3, small, samples::encodePng(small, true)));
+    put(document(3, small, samples::encodePng(small, false)));
+    put(document(3, small, samples::encodePng(small, true, 6, true)));
+    Picture tall = samples::photoLike(9, 300, false, 4);
+    put(document(2, tall, samples::encodeJpeg(tall)));
+    put(document(3, tall, samples::encodePng(tall, false, 1)));
+    put(documentWithoutPicture());
+    return seeds;
+}
+
+int writeDesktopSamples(int argc, char** argv)
+{
+    if (argc == 1)
+        return writeShapes(argv[0]);
+    if (argc == 2 && std::strcmp(argv[0], "--corpus") == 0)
+        return writeCorpus(argv[1]);
+    if (argc == 2 && std::strcmp(argv[0], "--hostile") == 0)
+        return writeHostile(argv[1]);
+    if (argc == 2 && std::strcmp(argv[0], "--bench") == 0)
+        return writeBench(argv[1]);
+    std::fprintf(stderr, "usage: make_examples desktop [--corpus | --hostile | --bench] DIR\n");
     return 2;
 }

@@ -232,10 +232,12 @@ inline size_t findMarker(Bytes const& jpeg, uint8_t marker)
 }
 
 // The JPEG with its baseline frame header (FF C0: length, precision, height, width) claiming
-// width x height over the scan data it has.
+// width x height over the scan data it has; unchanged when it has no such header.
 inline Bytes withJpegSize(Bytes jpeg, uint16_t width, uint16_t height)
 {
     size_t sof = findMarker(jpeg, 0xC0);
+    if (sof == 0 || sof + 9 > jpeg.size())
+        return jpeg;
     jpeg[sof + 5] = uint8_t(height >> 8), jpeg[sof + 6] = uint8_t(height);
     jpeg[sof + 7] = uint8_t(width >> 8), jpeg[sof + 8] = uint8_t(width);
     return jpeg;
