@@ -105,9 +105,14 @@ TEST(GSRuntimeClassRegistry, LookupIsExactAndTheLaterOfTwoNamesakesWins)
 // one is stored again. The classes made here live until the process ends, as registered ones do.
 TEST(GSRuntimeClassRegistry, AFailedRegistrationIsCounted)
 {
+    // Runtime classes live as long as the program, as static ones do; kept here (in a list that is
+    // itself never destroyed, since the leak check runs after static destructors) so that the leak
+    // checker sees them held also when the registry refused them.
+    static auto* kept = new std::vector<GSRuntimeClass*>;
     auto registerOne = [](int i) {
         GSString name(("QMFiller" + std::to_string(i)).c_str());
-        return new GSRuntimeClass(name, &GSObject::gsClassGSObject, nullptr);
+        kept->push_back(new GSRuntimeClass(name, &GSObject::gsClassGSObject, nullptr));
+        return kept->back();
     };
     int i = 0;
     while (GSRuntimeClass::getRegisteredCount() < 64)
