@@ -24,6 +24,25 @@ TEST(GSGrowCapacityRule, GivesBasePlusStepOrMinusOneWhenItOverflows)
         EXPECT_EQ(GSGrowCapacity(c.base, c.growth), c.capacity) << "base " << c.base << " growth " << c.growth;
 }
 
+// Every allocation and reallocation asks the hook; a refused reallocation keeps the block.
+TEST(GSArrayAllocationHook, IsAskedBeforeEveryAllocationAndReallocation)
+{
+    unsigned char* block = static_cast<unsigned char*>(GSArrayAllocate(1));
+    ASSERT_NE(block, nullptr);
+    block[0] = 7;
+    {
+        AllocationFailures failures;
+        EXPECT_EQ(GSArrayAllocate(8), nullptr);
+        EXPECT_EQ(GSArrayReallocate(block, 16), nullptr);
+        EXPECT_EQ(AllocationFailures::refusals(), 2);
+    }
+    EXPECT_EQ(GSArrayReallocate(block, 0), nullptr); // no block of 0 bytes
+    block = static_cast<unsigned char*>(GSArrayReallocate(block, 1));
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(block[0], 7);
+    GSArrayFree(block);
+}
+
 TEST(GSDynaArrayAllocation, UnrepresentableSizesFailBeforeAllocating)
 {
     GSDynaArray<int> a(0, -100), fixed(0, LONG_MAX);
