@@ -31,6 +31,8 @@ short GSArray::reserveBytes(long bytes) noexcept
         return 1;
     if (!storage.owns && storage.pointer)
         std::memcpy(grown, storage.pointer, static_cast<size_t>(storage.bytes));
+    // Counted slots that had no storage (left by a failed insertion) read as zeros once they have.
+    std::memset(static_cast<unsigned char*>(grown) + storage.bytes, 0, static_cast<size_t>(bytes - storage.bytes));
     storage.pointer = static_cast<unsigned char*>(grown);
     storage.bytes = bytes;
     storage.owns = 1;
@@ -101,7 +103,6 @@ short GSArray::insertAt(long index, void const* element) noexcept
     auto const* source = static_cast<unsigned char const*>(element);
     if (storage.pointer && source >= storage.pointer && source < storage.pointer + storage.bytes)
         offset = source - storage.pointer;
-    long stored = getStoredCount();
     short status = 0;
     if (count >= capacity)
         status = enlarge();
@@ -110,9 +111,6 @@ short GSArray::insertAt(long index, void const* element) noexcept
     if (status != 0)
         return 1;
     unsigned char* base = storage.pointer;
-    // Counted slots that had no storage (left by a failed insertion) now have some: zeros.
-    if (stored < previous)
-        std::memset(base + stored * elementSize, 0, static_cast<size_t>((previous - stored) * elementSize));
     std::memmove(base + (index + 1) * elementSize, base + index * elementSize,
                  static_cast<size_t>((previous - index) * elementSize));
     if (offset >= 0) {
@@ -134,9 +132,9 @@ short GSArray::removeAt(long index) noexcept
         unsigned char* base = storage.pointer;
         std::memmove(base + index * elementSize, base + (index + 1) * elementSize,
                      static_cast<size_t>((stored - index - 1) * elementSize));
-        // A counted slot past the storage reads as zeros; it moves down as one.
-        if (count > stored)
-            std::memset(base + (stored - 1) * elementSize, 0, static_cast<size_t>(elementSize));
+        // The vacated slot is cleared: storage past the count holds zeros, so that a slot that a
+        // failed insertion counts reads as 0 also when it lies inside the storage.
+        std::memset(base + (stored - 1) * elementSize, 0, static_cast<size_t>(elementSize));
     }
     --count;
     return 0;
@@ -185,12 +183,10 @@ short GSArray::copyContent(GSArray* target) const noexcept
         target->exit();
         return 1;
     }
+    // Slots without storage stay zeros in the target's fresh storage.
     long stored = getStoredCount();
     if (stored > 0)
         std::memcpy(target->storage.pointer, storage.pointer, static_cast<size_t>(stored * elementSize));
-    if (count > stored)
-        std::memset(target->storage.pointer + stored * elementSize, 0,
-                    static_cast<size_t>((count - stored) * elementSize));
     target->count = count;
     return 0;
 }

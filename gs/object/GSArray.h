@@ -8,7 +8,7 @@
 //
 // Failures are statuses. An allocation failure leaves the capacity 0 (the elements stay readable).
 // insertAt raises the count before it looks at the result of growing, so a failed insertion
-// leaves the count one higher than before: a slot past the storage, which reads as 0 / null.
+// leaves the count one higher than before: an extra slot, which reads as 0 / null.
 // Callers that go on after a failed insertion must not rely on the count.
 #pragma once
 

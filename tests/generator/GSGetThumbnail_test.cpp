@@ -4,7 +4,6 @@
 #include "gs/file/GSFile.h"
 #include "gs/file/GSTagRead.h"
 #include "gs/object/GSExceptions.h"
-#include "gs/object/GSRuntimeClass.h"
 #include "tests/support/Hex.h"
 #include "tests/support/ObjectDocuments.h"
 #include "tests/support/TempFile.h"
@@ -96,8 +95,6 @@ TEST(GSGetThumbnail, SecondObjectTableThrowsBadFile)
     EXPECT_THROW(getThumbnail(twice.build()), bad_file);
 }
 
-// --- Header and version -------------------------------------------------------------------------
-
 std::unique_ptr<GSFile> memoryFile(Bytes const& bytes)
 {
     GSDynaArray<unsigned char> array;
@@ -107,43 +104,10 @@ std::unique_ptr<GSFile> memoryFile(Bytes const& bytes)
     return file;
 }
 
-TEST(QuillmoorDataReadHeader, AcceptsDocumentAndSelection)
-{
-    for (bool selection : {false, true}) {
-        DocumentBuilder b;
-        (selection ? b.selectionID() : b.documentID()).version(0x0201).endTag();
-        auto file = memoryFile(b.bytes());
-        short version = 0, merging = 7, isSelection = 7;
-        EXPECT_EQ(QuillmoorDataReadHeader(file.get(), &version, &merging, &isSelection), 0);
-        EXPECT_EQ(version, 0x0201);
-        EXPECT_EQ(merging, 0);
-        EXPECT_EQ(isSelection, selection ? 1 : 0);
-        EXPECT_EQ(file->tell(), selection ? 22 : 21);
-    }
-}
-
-TEST(QuillmoorDataReadHeader, FailureRestoresThePositionAndStillReportsTheKind)
-{
-    DocumentBuilder b;
-    b.raw(fromHex("AA BB")).selectionID().version(0x0400).endTag();
-    auto file = memoryFile(b.bytes());
-    ASSERT_EQ(file->seek(2), 0);
-    short version = 0, isSelection = 7;
-    EXPECT_NE(QuillmoorDataReadHeader(file.get(), &version, nullptr, &isSelection), 0);
-    EXPECT_EQ(version, 0x0400);
-    EXPECT_EQ(isSelection, 1);
-    EXPECT_EQ(file->tell(), 2);
-
-    auto other = memoryFile(fromHex("51 75 69 6C 6C"));
-    isSelection = 7;
-    EXPECT_EQ(QuillmoorDataReadHeader(other.get(), &version, nullptr, &isSelection), 1);
-    EXPECT_EQ(isSelection, 7);
-    EXPECT_EQ(other->tell(), 0);
-}
-
+// From version 3.0 on both float formats are IEEE; without mergingStarted no object table is
+// started, so the version alone must switch them.
 TEST(QuillmoorDataReadVersion, VersionThreeSwitchesToStandardFloats)
 {
-    // Without mergingStarted no object table is started: only the float formats change.
     for (char const* hex : {"03 00", "02 0F"}) {
         auto file = memoryFile(fromHex(hex));
         GSTagRead reader(file.get());
@@ -154,46 +118,6 @@ TEST(QuillmoorDataReadVersion, VersionThreeSwitchesToStandardFloats)
         EXPECT_EQ(file->getFlags() & 192u, three ? 192u : 0u);
         EXPECT_EQ(file->getObjectTable(), nullptr);
     }
-}
-
-// --- GSMemPicData --------------------------------------------------------------------------------
-
-TEST(GSMemPicData, ReadDataReadsTypeAndCount)
-{
-    struct Case {
-        char const* hex;
-        short status;
-        short type;
-        int count;
-    };
-    for (Case c : {Case{"00 02 00 00 01 00", 0, 2, 256}, Case{"00 05 00 00 00 10", 0, 3, 16},
-                   Case{"00 03 FF FF FF FF", 0, 3, -1}, Case{"00 04 00 00 00 10", 1, 4, 16},
-                   Case{"00 02 00 00 00", 1, -1, 0}, Case{"00", 1, -1, 0}}) {
-        auto file = memoryFile(fromHex(c.hex));
-        GSMemPicData data;
-        EXPECT_EQ(data.readData(file.get()), c.status) << c.hex;
-        EXPECT_EQ(data.getPictureType(), c.type) << c.hex;
-        EXPECT_EQ(data.getByteCount(), c.count) << c.hex;
-    }
-}
-
-TEST(GSMemPicData, ReadTakesTheObjectFormAndStopsAtThePictureBytes)
-{
-    // version 1.0; record 0 (variant 2, 640 x 480, ignored); an unknown record; record 3 (PNG, 4 bytes)
-    Bytes object = fromHex("01 00"
-                           "00 00 00 00 00 00 00 0E 00 02 00 00 02 80 00 00 01 E0 00 00 00 00"
-                           "00 00 00 09 00 00 00 02 AA BB"
-                           "00 00 00 03 00 00 00 06 00 03 00 00 00 04");
-    Bytes document = object;
-    document.insert(document.end(), {0x89, 'P', 'N', 'G'});
-    auto file = memoryFile(document);
-    GSMemPicData data;
-    EXPECT_EQ(data.read(file.get()), 0);
-    EXPECT_EQ(data.getVariant(), 2);
-    EXPECT_EQ(data.getSize(), (GSTSize<int>{640, 480}));
-    EXPECT_EQ(data.getPictureType(), 3);
-    EXPECT_EQ(data.getByteCount(), 4);
-    EXPECT_EQ(file->tell(), static_cast<long>(object.size()));
 }
 
 TEST(GSMemPicData, ReadFailsOnDamage)
@@ -212,22 +136,6 @@ TEST(GSMemPicData, ReadFailsOnDamage)
     GSMemPicData data;
     EXPECT_EQ(data.read(file.get()), 0);
     EXPECT_EQ(data.getByteCount(), 0);
-}
-
-TEST(GSMemPicData, BothPictureClassesAreCreatableByName)
-{
-    EXPECT_EQ(GSSystemPicData::gsClassGSSystemPicData.getParent(), &GSMemPicData::gsClassGSMemPicData);
-    EXPECT_EQ(GSMemPicData::gsClassGSMemPicData.getParent(), &GSObject::gsClassGSObject);
-    for (char const* name : {"GSMemPicData", "GSSystemPicData"}) {
-        GSObject* o = GSRuntimeClass::createObjectForName(GSString(name));
-        ASSERT_NE(o, nullptr);
-        EXPECT_EQ(o->getRefCount(), 0);
-        EXPECT_TRUE(o->isMemberOfRuntimeClass(GSMemPicData::gsClassGSMemPicData));
-        EXPECT_EQ(o->isKindOfRuntimeClass(GSMemPicData::gsClassGSMemPicData), std::string(name) == "GSMemPicData");
-        EXPECT_EQ(static_cast<GSMemPicData*>(o)->getByteCount(), 0);
-        o->retain();
-        o->release();
-    }
 }
 
 } // namespace

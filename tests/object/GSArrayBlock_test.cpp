@@ -84,11 +84,11 @@ TEST(GSArrayBlockRejects, BadBlocksFailWithoutTouchingTheArrayOrAllocating)
     GSDynaArray<int> a;
     GSDynaArray<unsigned char> b;
     {
-        ArrayAllocationFailures failures(1000);
+        AllocationFailures failures;
         EXPECT_EQ(a.read(&huge.f), 1);
-        EXPECT_EQ(ArrayAllocationFailures::attemptCount(), 0);
+        EXPECT_EQ(AllocationFailures::refusals(), 0);
     }
-    ArrayAllocationFailures failures; // a failed allocation is a status
+    AllocationFailures failures; // a failed allocation is a status
     EXPECT_EQ(b.read(&small.f), 1);
     EXPECT_EQ(b.getCount(), 0);
 }

@@ -16,9 +16,10 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <new>
+#include <random>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace qmtest {
@@ -145,6 +146,17 @@ std::vector<T> contents(GSDynaArray<T> const& a)
     return std::vector<T>(a.getPointer(), a.getPointer() + a.getCount());
 }
 
+// Element values for the arrays' model tests: numbers, and strings too long for std::string's
+// inline buffer, so that a lost or doubled element shows.
+template <class T>
+T elementValue(unsigned k)
+{
+    if constexpr (std::is_arithmetic_v<T>)
+        return static_cast<T>(k % 100);
+    else
+        return T(("element " + std::to_string(k % 100) + ", a text that lives on the heap").c_str());
+}
+
 // An empty memory file open for writing, and an open memory file over given bytes.
 struct WriteFile {
     WriteFile() : f(-100, 64)
@@ -164,28 +176,34 @@ struct ReadFile {
 
 } // namespace qmtest
 
-// Makes array allocations fail while an object of this class lives: the first `allowed` go ahead,
-// every later one fails.
-class ArrayAllocationFailures {
+// Makes array allocations fail while an object of this class lives: each one with probability
+// 1/oneIn (1: every one; 0: none), drawn from a generator with the given seed so that a run can be
+// repeated. The refused allocations are counted, so that a test knows whether an operation met one.
+class AllocationFailures {
 public:
-    explicit ArrayAllocationFailures(long allowed = 0)
+    explicit AllocationFailures(unsigned rate = 1, unsigned seed = 1)
     {
-        remaining = allowed;
-        attempts = 0;
+        generator.seed(seed);
+        failOneIn(rate);
+        refused = 0;
         previous = GSSetArrayAllocationHook(&decide);
     }
-    ~ArrayAllocationFailures() { GSSetArrayAllocationHook(previous); }
-    ArrayAllocationFailures(ArrayAllocationFailures const&) = delete;
-    ArrayAllocationFailures& operator=(ArrayAllocationFailures const&) = delete;
-    // Allocations asked for since construction (allowed or not).
-    static long attemptCount() { return attempts; }
+    ~AllocationFailures() { GSSetArrayAllocationHook(previous); }
+    AllocationFailures(AllocationFailures const&) = delete;
+    AllocationFailures& operator=(AllocationFailures const&) = delete;
+    void failOneIn(unsigned n) { oneIn = n; }
+    static long refusals() { return refused; }
 
 private:
     static bool decide(size_t)
     {
-        ++attempts;
-        return remaining-- > 0;
+        if (oneIn == 0 || generator() % oneIn != 0)
+            return true;
+        ++refused;
+        return false;
     }
-    static inline std::atomic<long> remaining{0}, attempts{0};
+    static inline std::mt19937 generator;
+    static inline unsigned oneIn = 0;
+    static inline long refused = 0;
     GSArrayAllocationHook previous;
 };

@@ -64,4 +64,5 @@ TEST(GSRRangeNonIntersecting, MovesOutTheShorterWay)
     // Touching is not overlapping: unchanged.
     EXPECT_EQ(GSRRange(18, 3).getBestNonIntersectingRange(GSRRange(8, 10)), GSRRange(18, 3));
     EXPECT_EQ(GSRRange(5, 3).getBestNonIntersectingRange(GSRRange(8, 10)), GSRRange(5, 3));
+    EXPECT_EQ(GSRRange(0, 3).getBestNonIntersectingRange(GSRRange(8, 10)), GSRRange(0, 3)); // apart
 }

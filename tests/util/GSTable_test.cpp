@@ -26,6 +26,7 @@ TEST(GSTableInteger, FindGetAndCountStopAtTheTerminator)
 TEST(GSTableString, FindsTheFirstExactMatch)
 {
     char const* list[] = {"jpg", "png", "PNG", "png", nullptr};
+    EXPECT_EQ(GSTableFindString(GSString("jpg"), list, -1), 0);
     EXPECT_EQ(GSTableFindString(GSString("png"), list, -1), 1);
     EXPECT_EQ(GSTableFindString(GSString("PNG"), list, -1), 2);
     EXPECT_EQ(GSTableFindString(GSString("pn"), list, -1), -1);   // prefix only
