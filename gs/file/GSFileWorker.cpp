@@ -264,11 +264,11 @@ long GSFileWorkerStream::getLength()
         return -1;
     // The stream itself stands at the end of the read-ahead window (or at the logical position
     // without one): measuring from there and returning there keeps the window valid.
-    long const here = ftello(stream);
+    long const here = GSPlatformFileTell(stream);
     if (here < 0)
         return -1;
-    long end = fseeko(stream, 0, SEEK_END) == 0 ? ftello(stream) : -1;
-    if (fseeko(stream, here, SEEK_SET) != 0) {
+    long end = GSPlatformFileSeek(stream, 0, SEEK_END) == 0 ? GSPlatformFileTell(stream) : -1;
+    if (GSPlatformFileSeek(stream, here, SEEK_SET) != 0) {
         resetBuffer();
         return -1;
     }
