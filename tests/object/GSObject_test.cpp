@@ -114,16 +114,17 @@ TEST(GSRuntimeClassRegistry, AFailedRegistrationIsCounted)
         kept->push_back(new GSRuntimeClass(name, &GSObject::gsClassGSObject, nullptr));
         return kept->back();
     };
-    int i = 0;
-    while (GSRuntimeClass::getRegisteredCount() < 64)
-        registerOne(i++);
+    // With every allocation refused, classes are stored while the registry has room, and the
+    // first that needs it to grow is refused (whatever other tests registered before).
     long const failedBefore = GSRuntimeClass::getFailedRegistrationCount();
     GSArrayAllocationHook previous = GSSetArrayAllocationHook([](size_t) { return false; });
-    GSRuntimeClass* refused = registerOne(i++);
+    GSRuntimeClass* refused = nullptr;
+    for (int i = 0; i < 1000 && GSRuntimeClass::getFailedRegistrationCount() == failedBefore; ++i)
+        refused = registerOne(i);
     GSSetArrayAllocationHook(previous);
     EXPECT_EQ(GSRuntimeClass::getFailedRegistrationCount(), failedBefore + 1);
     EXPECT_EQ(GSRuntimeClass::getRuntimeClassForName(refused->getName()), nullptr);
-    GSRuntimeClass* stored = registerOne(i++);
+    GSRuntimeClass* stored = registerOne(1000);
     EXPECT_EQ(GSRuntimeClass::getFailedRegistrationCount(), failedBefore + 1);
     EXPECT_EQ(GSRuntimeClass::getRuntimeClassForName(stored->getName()), stored);
 }
