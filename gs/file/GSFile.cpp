@@ -49,7 +49,7 @@ inline bool readExact(GSFileWorker* worker, void* buffer, long n)
 short GSFileUnread(GSFileWorker* worker, long taken)
 {
     if (taken > 0)
-        worker->seek(-taken, 1);
+        (void)worker->seek(-taken, 1); // back over bytes just read: only a broken stream fails
     return 1;
 }
 

@@ -64,7 +64,7 @@ short GSFileWorker::close(short abort)
     if (!opened)
         return 1;
     if (compressionActive) {
-        endCompression();
+        (void)endCompression(); // the close's own status is the one reported
         compressionActive = 0;
     }
     short status = _close(abort);
@@ -83,7 +83,7 @@ int GSFileWorker::getChar()
     // CR LF and LF CR are one line end; the byte after a lone CR or LF is given back.
     unsigned char next;
     if (readBytes(&next, 1) == 1 && next != (c == 13 ? 10 : 13))
-        seek(-1, 1);
+        (void)seek(-1, 1); // back over a byte just read: only a broken stream fails
     return 10;
 }
 
