@@ -155,10 +155,9 @@ int makeDocumentThumbnail(std::string const& path, std::string const& uri, int s
         *message = std::strerror(errno);
         return qm::kExitCannotRead;
     }
-    qm::PictureLimits pictureLimits;
     RenderedThumbnail rendered;
     qm::PictureStatus ps = renderThumbnailFromFile(fd, found.pictureOffset, found.pictureBytes, found.pictureType,
-                                                   size, pictureLimits, &rendered);
+                                                   size, limits, &rendered);
     ::close(fd);
     if (ps != qm::PictureStatus::ok) {
         *message = pictureFailureText(ps);
