@@ -54,6 +54,11 @@ struct GSThumbnailLimits {
     // bound by neither.
     std::size_t maxPngChunkBytes = std::size_t(8) << 20;
     std::size_t maxPngChunkCacheBytes = std::size_t(32) << 20;
+    // The longest one picture's decode may take, in milliseconds; 0 puts no bound. The decoders
+    // look at the clock between rows and scans, so a decode stops shortly after it. The
+    // `thumbnail` command bounds its whole process with a timer instead; `cache`, whose jobs
+    // share one process, sets this from its --timeout.
+    long maxDecodeMilliseconds = 0;
     // Refuse progressive JPEGs of more than 500 scans (libjpeg-turbo's scan limit), which otherwise
     // cost time quadratic in their size.
     bool limitJpegScans = true;

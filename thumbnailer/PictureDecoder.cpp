@@ -4,9 +4,11 @@
 #include <turbojpeg.h>
 
 #include <algorithm>
+#include <chrono>
 #include <climits>
 #include <csetjmp>
 #include <cstdio>
+#include <cstddef>
 #include <cstring>
 #include <iterator>
 #include <new>
@@ -25,6 +27,7 @@ char const* pictureStatusName(PictureStatus status)
     case PictureStatus::tooLarge: return "too large";
     case PictureStatus::noMemory: return "out of memory";
     case PictureStatus::unsupported: return "unsupported";
+    case PictureStatus::timedOut: return "timed out";
     }
     return "unknown";
 }
@@ -61,6 +64,22 @@ bool RGBAImage::allocate(std::uint32_t width, std::uint32_t height)
 }
 
 namespace {
+
+// The end of a decode's time (GSThumbnailLimits::maxDecodeMilliseconds), taken when it starts.
+class Deadline {
+public:
+    explicit Deadline(GSThumbnailLimits const& limits)
+        : bounded_(limits.maxDecodeMilliseconds > 0),
+          end_(std::chrono::steady_clock::now() + std::chrono::milliseconds(bounded_ ? limits.maxDecodeMilliseconds : 0))
+    {
+    }
+    bool passed() const { return bounded_ && std::chrono::steady_clock::now() >= end_; }
+    bool bounded() const { return bounded_; }
+
+private:
+    bool bounded_;
+    std::chrono::steady_clock::time_point end_;
+};
 
 bool withinLimits(std::uint32_t width, std::uint32_t height, GSThumbnailLimits const& limits)
 {
@@ -129,7 +148,14 @@ struct JpegDecoder {
     };
     jpeg_decompress_struct info{};
     Error error{};
-    jpeg_progress_mgr progress{};
+    // libjpeg's progress hook, with what it watches; the hook gets a pointer to the first member.
+    struct Progress {
+        jpeg_progress_mgr manager;
+        bool limitScans;
+        Deadline const* deadline;
+        bool timedOut;
+    };
+    Progress progress{};
 
     JpegDecoder() = default;
     JpegDecoder(JpegDecoder const&) = delete;
@@ -147,10 +173,17 @@ struct JpegDecoder {
             fail(common);
     }
     static void quiet(j_common_ptr) {}
-    static void countScans(j_common_ptr common)
+    // Called between scans and rows: the scan limit and the time bound.
+    static void watch(j_common_ptr common)
     {
-        if (common->is_decompressor && reinterpret_cast<j_decompress_ptr>(common)->input_scan_number > 500)
+        auto* self = reinterpret_cast<Progress*>(common->progress);
+        if (self->limitScans && common->is_decompressor &&
+            reinterpret_cast<j_decompress_ptr>(common)->input_scan_number > 500)
             fail(common);
+        if (self->deadline->passed()) {
+            self->timedOut = true;
+            fail(common);
+        }
     }
 };
 
@@ -172,7 +205,10 @@ std::uint32_t scaledSide(std::uint32_t side, ScalingFactor f)
 PictureStatus decodeJpegPixels(std::uint8_t const* bytes, std::size_t count, J_COLOR_SPACE colorSpace,
                                GSThumbnailLimits const& limits, RGBAImage* image)
 {
+    Deadline const deadline(limits);
     JpegDecoder d;
+    d.progress.limitScans = limits.limitJpegScans;
+    d.progress.deadline = &deadline;
     d.info.err = jpeg_std_error(&d.error.manager);
     d.error.manager.error_exit = JpegDecoder::fail;
     d.error.manager.emit_message = JpegDecoder::message;
@@ -183,6 +219,8 @@ PictureStatus decodeJpegPixels(std::uint8_t const* bytes, std::size_t count, J_C
     for (std::uint32_t y = 0; y < image->height(); ++y)
         rows[y] = image->data() + std::size_t(y) * image->stride();
     if (setjmp(d.error.jump)) {
+        if (d.progress.timedOut)
+            return PictureStatus::timedOut;
         int code = d.error.manager.msg_code;
         // The memory manager refuses an array beyond max_memory_to_use before allocating it.
         if (code == JERR_NO_BACKING_STORE)
@@ -192,9 +230,9 @@ PictureStatus decodeJpegPixels(std::uint8_t const* bytes, std::size_t count, J_C
     jpeg_create_decompress(&d.info);
     // Counts every block libjpeg allocates from here on; 0 would mean no limit.
     d.info.mem->max_memory_to_use = long(std::max<std::size_t>(limits.maxDecodeBytes, 1));
-    if (limits.limitJpegScans) {
-        d.progress.progress_monitor = JpegDecoder::countScans;
-        d.info.progress = &d.progress;
+    if (limits.limitJpegScans || deadline.bounded()) {
+        d.progress.manager.progress_monitor = JpegDecoder::watch;
+        d.info.progress = &d.progress.manager;
     }
     jpeg_mem_src(&d.info, bytes, static_cast<unsigned long>(count));
     jpeg_read_header(&d.info, TRUE);
@@ -356,7 +394,8 @@ constexpr std::uint32_t kPassFirstX[7] = {0, 4, 0, 2, 0, 1, 0};
 constexpr std::uint32_t kPassStepX[7] = {8, 8, 4, 4, 2, 2, 1};
 
 // An interlaced picture pass by pass into a sink that takes pass rows: one pass row at a time.
-PictureStatus deliverPasses(PngContext& png, spng_ihdr const& ihdr, int fmt, int channels, PngRowSink* sink)
+PictureStatus deliverPasses(PngContext& png, spng_ihdr const& ihdr, int fmt, int channels, Deadline const& deadline,
+                            PngRowSink* sink)
 {
     std::size_t const rowBytes = std::size_t(ihdr.width) * std::size_t(channels);
     std::unique_ptr<std::uint8_t[]> row(new (std::nothrow) std::uint8_t[rowBytes]);
@@ -364,7 +403,9 @@ PictureStatus deliverPasses(PngContext& png, spng_ihdr const& ihdr, int fmt, int
         return PictureStatus::noMemory;
     if (int error = spng_decode_image(png.ctx, nullptr, 0, fmt, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE))
         return pngStatus(error);
-    for (;;) {
+    for (std::uint32_t n = 1;; ++n) {
+        if (n % 16 == 0 && deadline.passed())
+            return PictureStatus::timedOut;
         // The row about to be decoded: its pass and its row in the whole picture.
         spng_row_info info{};
         if (int error = spng_get_row_info(png.ctx, &info))
@@ -415,6 +456,7 @@ PictureStatus deliverDeinterlaced(PngContext& png, spng_ihdr const& ihdr, bool r
 
 PictureStatus decodePngRowsFrom(PngInput const& input, GSThumbnailLimits const& limits, PngRowSink* sink)
 {
+    Deadline const deadline(limits);
     PngContext png;
     spng_ihdr ihdr{};
     if (PictureStatus st = openPng(&png, input, limits, &ihdr); st != PictureStatus::ok)
@@ -429,7 +471,7 @@ PictureStatus decodePngRowsFrom(PngInput const& input, GSThumbnailLimits const& 
         return st;
 
     if (ihdr.interlace_method != 0)
-        return passRows ? deliverPasses(png, ihdr, fmt, channels, sink)
+        return passRows ? deliverPasses(png, ihdr, fmt, channels, deadline, sink)
                                      : deliverDeinterlaced(png, ihdr, rgb, limits, sink);
 
     std::size_t const rowBytes = std::size_t(ihdr.width) * std::size_t(channels);
@@ -439,6 +481,8 @@ PictureStatus decodePngRowsFrom(PngInput const& input, GSThumbnailLimits const& 
     if (int error = spng_decode_image(png.ctx, nullptr, 0, fmt, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE))
         return pngStatus(error);
     for (std::uint32_t y = 0; y < ihdr.height; ++y) {
+        if (y % 16 == 15 && deadline.passed())
+            return PictureStatus::timedOut;
         int error = spng_decode_row(png.ctx, row.get(), rowBytes);
         // The last row reports the end of the image.
         if (error && !(error == SPNG_EOI && y + 1 == ihdr.height))

@@ -22,6 +22,7 @@ enum class PictureStatus : short {
     tooLarge = 2,     // the header asks for more than the limits allow; nothing was allocated
     noMemory = 3,     // the output (or the decoder's state) could not be allocated
     unsupported = 4,  // a picture type that is neither JPEG nor PNG, or a JPEG colour space we do not convert
+    timedOut = 5,     // the decode took longer than GSThumbnailLimits::maxDecodeMilliseconds
 };
 
 // A short English name of a status ("ok", "corrupt", ...), for logs and --json output.
