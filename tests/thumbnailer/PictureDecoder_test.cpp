@@ -299,6 +299,28 @@ TEST(DecodeLimits, DecodeMemoryBoundsDeinterlacingForARowSink)
     EXPECT_EQ(rows.pixels, p.rgba);
 }
 
+// A decode bound in time stops between rows or scans once its time is up (a bound of 1 ms against
+// decodes of a megapixel, which take several); without the bound the same decodes succeed.
+TEST(DecodeLimits, ADecodeStopsWhenItsTimeIsUp)
+{
+    samples::Picture p = samples::photoLike(1024, 1024);
+    Bytes png = samples::encodePng(p, false, 1);
+    Bytes jpeg = samples::encodeJpeg(p.rgba.data(), 1024, 1024, TJPF_RGBA, TJSAMP_444, 90, TJFLAG_PROGRESSIVE);
+    struct Discard : PngRowSink {
+        PictureStatus begin(std::uint32_t, std::uint32_t, int, bool) override { return PictureStatus::ok; }
+        PictureStatus row(std::uint8_t const*) override { return PictureStatus::ok; }
+    };
+    for (long milliseconds : {1L, 0L}) {
+        GSThumbnailLimits limits;
+        limits.maxDecodeMilliseconds = milliseconds;
+        PictureStatus const expected = milliseconds ? PictureStatus::timedOut : PictureStatus::ok;
+        Discard sink;
+        EXPECT_EQ(decodePngRows(png.data(), png.size(), limits, &sink), expected);
+        RGBAImage image;
+        EXPECT_EQ(decodeJpegScaled(jpeg.data(), jpeg.size(), 1, limits, &image), expected);
+    }
+}
+
 // The pixels come from libjpeg itself (for its memory limit); they must be exactly those of
 // TurboJPEG's own decode, at every scale and for every kind of JPEG.
 TEST(PictureDecodeJpeg, GivesTurboJpegsPixelsAtEveryScale)
