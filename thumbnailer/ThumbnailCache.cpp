@@ -1,5 +1,7 @@
 #include "thumbnailer/ThumbnailCache.h"
 
+#include "generator/GSDocumentHeader.h"
+#include "gs/file/GSFile.h"
 #include "thumbnailer/DesktopThumbnail.h"
 #include "thumbnailer/FileSafety.h"
 
@@ -25,17 +27,29 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char kFailureFolder[] = "fail/quillmoor-thumbnailer";
-constexpr char kDocumentId[] = "Quillmoor Document";  // followed by a 0 byte
-
-bool startsWithDocumentId(std::string const& path)
+// A document (not a selection) by the generator's own header reader, run over the file's first
+// bytes: every other file of a folder costs one small read.
+bool isDocument(std::string const& path)
 {
-    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    if (fd < 0)
+    qm::DocumentFile file;
+    if (!file.open(path))
         return false;
-    char head[sizeof kDocumentId] = {};
-    ssize_t n = ::read(fd, head, sizeof head);
-    ::close(fd);
-    return n == ssize_t(sizeof head) && std::memcmp(head, kDocumentId, sizeof head) == 0;
+    unsigned char head[64];
+    ssize_t n = ::pread(file.fd(), head, sizeof head, 0);
+    if (n <= 0)
+        return false;
+    GSDynaArray<unsigned char> bytes(long(n), 0);
+    if (bytes.append(head, long(n)))
+        return false;
+    GSFile memory(bytes);
+    if (memory.open())
+        return false;
+    short version = 0, isSelection = 0;
+    GSHeaderDetail detail;
+    // Only whether the ID matched counts here: a version this program does not read is still a
+    // document, which fails (and is reported) when its thumbnail is made.
+    [[maybe_unused]] short accepted = GSReadDocumentHeader(&memory, &version, nullptr, &isSelection, &detail);
+    return detail.idMatched && !isSelection;
 }
 
 // Documents named directly are taken as they are; in folders (recursively, without following
@@ -75,7 +89,7 @@ void collectDocuments(std::string const& path, std::vector<std::string>* out,
             }
             if (it->is_directory(fec) && !it->is_symlink(fec))
                 folders.push_back(entry);
-            else if (it->is_regular_file(fec) && startsWithDocumentId(entry.string()))
+            else if (it->is_regular_file(fec) && isDocument(entry.string()))
                 out->push_back(entry.string());
         }
         if (ec)

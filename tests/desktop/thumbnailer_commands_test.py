@@ -262,6 +262,18 @@ def test_special_files(program, docs, work, env):
     check(proc.returncode == 3 and proc.stderr.decode().startswith("quillmoor-thumbnailer: standard output: "),
           "info > /dev/full: %d %r" % (proc.returncode, proc.stderr))
 
+    # In folders cache takes documents only: not selections, not other files.
+    mixed = os.path.join(special, "mixed")
+    os.makedirs(mixed)
+    shutil.copy(photo, os.path.join(mixed, "photo.qmd"))
+    with open(os.path.join(mixed, "cut.qms"), "wb") as f:
+        f.write(b"Quillmoor Selection\0\0\0")
+    with open(os.path.join(mixed, "notes.txt"), "wb") as f:
+        f.write(b"Quillmoor Documentation\n")
+    code, stdout, err = run(program, "cache", "--size", "x-large", mixed, env=env)
+    check(code == 0 and "made 1, up to date 0, no picture 0, failed 0 (1 documents" in stdout,
+          "cache of a mixed folder: %d %r %r" % (code, stdout, err))
+
     # cache reports what it skips: a path too long to open is reported and counted.
     deep = os.path.join(special, "deep")
     os.makedirs(deep)
