@@ -83,7 +83,8 @@ private:
 // disk when `flush`, then renamed over it (a symbolic link at `path` is replaced, the file it
 // points to stays as it is). A path that is, or links to, anything but a regular file (a device, a
 // FIFO, a folder) is refused before anything is written. `mode` is the new file's permission bits
-// (`defaultMode`: what a new file gets under the umask). On failure nothing is left behind.
+// (kDefaultMode: what a new file gets under the umask, which is read by changing it, so
+// not from several threads at once). On failure nothing is left behind.
 // Returns "" on success, else the reason ("not a regular file", or the system's error text).
 inline constexpr int kDefaultMode = -1;
 std::string writeFileWhole(std::string const& path, std::uint8_t const* bytes, std::size_t size,

@@ -43,8 +43,8 @@ struct CacheSummary {
 };
 
 // The `cache` command: every document named, and every document in the folders named (recursively,
-// recognised by the generator's header reader, selections left out), gets an up-to-date entry of the flavor, or a
-// failure record when it has no usable picture. Progress goes to `progress` (a bar when it is a
+// recognised by the generator's header reader, selections left out), gets an up-to-date entry of
+// the flavor, or a failure record when it has no usable picture. Progress goes to `progress` (a bar when it is a
 // terminal, plain lines otherwise; null: none), failures to `context` (one line each, also for a
 // folder that cannot be read or a path too long, which count as failed), the summary line into
 // *report. Returns the exit code: 0 when nothing failed, kExitUsage for a bad flavor,
