@@ -32,30 +32,30 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
     GSFile file(document);
     if (file.open())
         return 0;
+    // Small limits keep each input fast; the production limits are larger, not different in kind.
     GSThumbnailLimits limits;
     limits.maxPictureBytes = 1L << 22;
+    limits.maxWidth = 4096;
+    limits.maxHeight = 4096;
+    limits.maxPixels = uint64_t(1) << 22;
+    limits.maxDecodeBytes = size_t(16) << 20;
+    limits.maxPngChunkBytes = 1 << 16;
+    limits.maxPngChunkCacheBytes = 1 << 20;
     GSDynaArray<unsigned char> picture(8, -100);
     GSThumbnailResult found = GSFindThumbnail(&file, &picture, limits);
     if (!found.hasPicture())
         return 0;
 
-    // Small limits keep each input fast; the production limits are larger, not different in kind.
-    qm::PictureLimits pictureLimits;
-    pictureLimits.maxWidth = 4096;
-    pictureLimits.maxHeight = 4096;
-    pictureLimits.maxPixels = uint64_t(1) << 22;
-    pictureLimits.maxPngChunkBytes = 1 << 16;
-    pictureLimits.maxPngChunkCacheBytes = 1 << 20;
     RenderedThumbnail rendered;
     qm::PictureStatus status = renderThumbnail(picture.getPointer(), size_t(picture.getCount()), found.pictureType,
-                                               box, pictureLimits, &rendered);
+                                               box, limits, &rendered);
 
     int fd = memfd_create("document", 0);
     if (fd < 0 || ::write(fd, data, size) != ssize_t(size))
         std::abort();
     RenderedThumbnail fromFile;
     qm::PictureStatus fileStatus = renderThumbnailFromFile(fd, found.pictureOffset, found.pictureBytes,
-                                                           found.pictureType, box, pictureLimits, &fromFile);
+                                                           found.pictureType, box, limits, &fromFile);
     ::close(fd);
     if (fileStatus != status)
         std::abort();

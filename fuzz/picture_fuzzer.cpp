@@ -12,7 +12,7 @@ namespace {
 struct CountingSink : qm::PngRowSink {
     std::uint32_t width = 0, height = 0, rows = 0;
     int channels = 0;
-    qm::PictureStatus begin(std::uint32_t w, std::uint32_t h, int c) override
+    qm::PictureStatus begin(std::uint32_t w, std::uint32_t h, int c, bool) override
     {
         width = w, height = h, channels = c;
         return qm::PictureStatus::ok;
@@ -35,10 +35,11 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         return 0;
     unsigned options = data[size - 1];
     --size;
-    qm::PictureLimits limits;
+    GSThumbnailLimits limits;
     limits.maxWidth = 4096;
     limits.maxHeight = 4096;
     limits.maxPixels = std::uint64_t(1) << 22;
+    limits.maxDecodeBytes = std::size_t(16) << 20;
     limits.maxPngChunkCacheBytes = std::size_t(1) << 20;
     limits.maxPngChunkBytes = std::size_t(1) << 20;
     qm::PictureFormat format = options & 1 ? qm::PictureFormat::png : qm::PictureFormat::jpeg;

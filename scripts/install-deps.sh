@@ -7,7 +7,7 @@ packages=(
   build-essential cmake ninja-build pkg-config clang libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libcli11-dev nlohmann-json3-dev
-  libturbojpeg0-dev libspng-dev libpixman-1-dev libglib2.0-dev zlib1g-dev
+  libturbojpeg0-dev libjpeg62-turbo-dev libspng-dev libpixman-1-dev libglib2.0-dev zlib1g-dev
   # End-to-end desktop tests: XFCE's tumbler on a private bus, GNOME's thumbnail factory (through
   # PyGObject, sandboxed by bubblewrap), the MIME database tools.
   tumbler dbus-daemon python3-gi gir1.2-gnomedesktop-3.0 bubblewrap shared-mime-info libglib2.0-bin

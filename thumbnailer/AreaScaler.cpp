@@ -4,14 +4,24 @@
 #include <cstring>
 #include <new>
 
-short AreaScaler::start(int srcW, int srcH, int channels, int dstW, int dstH)
+size_t AreaScaler::sumBytes(int srcW, int srcH, int channels, int dstW, int dstH)
+{
+    if (srcW == dstW && srcH == dstH)
+        return 0;
+    return size_t(dstW) * size_t(dstH) * size_t(channels) * sizeof(uint64_t);
+}
+
+short AreaScaler::start(int srcW, int srcH, int channels, int dstW, int dstH, bool anyOrder)
 {
     acc_.reset();
     out_.reset();
     spans_.reset();
+    sums_.reset();
     srcW_ = srcH_ = dstW_ = dstH_ = channels_ = 0;
     nextRow_ = outRow_ = 0;
     opaque_ = true;
+    anyOrder_ = false;
+    pixelsLeft_ = 0;
     if (channels != 3 && channels != 4)
         return 1;
     if (srcW < 1 || srcH < 1 || srcW > kMaxSourceSide || srcH > kMaxSourceSide)
@@ -21,11 +31,16 @@ short AreaScaler::start(int srcW, int srcH, int channels, int dstW, int dstH)
 
     size_t accCount = size_t(srcW) * size_t(channels);
     size_t outCount = size_t(dstW) * size_t(dstH) * 4;
-    acc_.reset(new (std::nothrow) uint32_t[accCount]());
+    size_t sumCount = sumBytes(srcW, srcH, channels, dstW, dstH) / sizeof(uint64_t);
+    if (!anyOrder)
+        acc_.reset(new (std::nothrow) uint32_t[accCount]());
+    else if (sumCount)
+        sums_.reset(new (std::nothrow) uint64_t[sumCount]());
     out_.reset(new (std::nothrow) uint8_t[outCount]);
     spans_.reset(new (std::nothrow) Span[size_t(dstW)]);
-    if (!acc_ || !out_ || !spans_) {
+    if ((!anyOrder && !acc_) || (sumCount && anyOrder && !sums_) || !out_ || !spans_) {
         acc_.reset();
+        sums_.reset();
         out_.reset();
         spans_.reset();
         return 1;
@@ -46,6 +61,8 @@ short AreaScaler::start(int srcW, int srcH, int channels, int dstW, int dstH)
     channels_ = channels;
     dstW_ = dstW;
     dstH_ = dstH;
+    anyOrder_ = anyOrder;
+    pixelsLeft_ = anyOrder ? uint64_t(srcW) * uint64_t(srcH) : 0;
     return 0;
 }
 
@@ -97,6 +114,31 @@ struct RoundedDivider {
     }
 };
 
+// One output pixel from its sums: sum[k] is the sum of weight * colour (C == 3), or of weight *
+// alpha * colour with sum[3] the sum of weight * alpha * 255 (C == 4). byTotal divides by the total
+// of the pixel's weights (times 255 with alpha).
+template <int C>
+void storePixel(uint64_t const* sum, uint8_t* o, bool* opaque, RoundedDivider const& byTotal)
+{
+    if constexpr (C == 3) {
+        for (int k = 0; k < 3; ++k)
+            o[k] = uint8_t(byTotal(sum[k]));
+        o[3] = 255;
+    } else {
+        uint64_t const sumA = sum[3];
+        uint8_t const a = uint8_t(byTotal(sumA));
+        *opaque = *opaque && a == 255;
+        o[3] = a;
+        if (sumA == 0 || a == 0) {
+            o[0] = o[1] = o[2] = 0;
+            return;
+        }
+        RoundedDivider const byAlpha(sumA);
+        for (int k = 0; k < 3; ++k)
+            o[k] = uint8_t(std::min<uint64_t>(byAlpha(sum[k] * 255u), 255));
+    }
+}
+
 }  // namespace
 
 template <int C>
@@ -105,9 +147,7 @@ void AreaScaler::emitRowOf()
     uint32_t const* acc = acc_.get();
     uint8_t* out = out_.get() + size_t(outRow_) * size_t(dstW_) * 4;
     uint64_t const interior = uint64_t(dstW_);
-    // Each output pixel's weights sum to srcW across and srcH down.
-    uint64_t const total = uint64_t(srcW_) * uint64_t(srcH_);
-    RoundedDivider const byTotal(C == 3 ? total : total * 255u);
+    RoundedDivider const byTotal(totalWeight<C>());
     bool opaque = true;
     for (int x = 0; x < dstW_; ++x) {
         Span const& s = spans_[size_t(x)];
@@ -126,25 +166,7 @@ void AreaScaler::emitRowOf()
             for (int k = 0; k < C; ++k)
                 sum[k] += mid[k] * interior + uint64_t(s.wLast) * p[k];
         }
-        uint8_t* o = out + size_t(x) * 4;
-        if constexpr (C == 3) {
-            for (int k = 0; k < 3; ++k)
-                o[k] = uint8_t(byTotal(sum[k]));
-            o[3] = 255;
-        } else {
-            // sum[3] is the sum of weight * alpha * 255; colours are weight * alpha * colour.
-            uint64_t const sumA = sum[3];
-            uint8_t const a = uint8_t(byTotal(sumA));
-            opaque = opaque && a == 255;
-            o[3] = a;
-            if (sumA == 0 || a == 0) {
-                o[0] = o[1] = o[2] = 0;
-                continue;
-            }
-            RoundedDivider const byAlpha(sumA);
-            for (int k = 0; k < 3; ++k)
-                o[k] = uint8_t(std::min<uint64_t>(byAlpha(sum[k] * 255u), 255));
-        }
+        storePixel<C>(sum, out + size_t(x) * 4, &opaque, byTotal);
     }
     opaque_ = opaque_ && opaque;
     std::memset(acc_.get(), 0, size_t(srcW_) * C * sizeof(uint32_t));
@@ -182,7 +204,7 @@ void AreaScaler::copyRow(uint8_t const* row)
 
 short AreaScaler::pushRow(uint8_t const* row)
 {
-    if (!acc_ || nextRow_ >= srcH_)
+    if (anyOrder_ || !acc_ || nextRow_ >= srcH_)
         return 1;
     if (srcW_ == dstW_ && srcH_ == dstH_) {
         copyRow(row);
@@ -213,5 +235,98 @@ short AreaScaler::pushRow(uint8_t const* row)
         accumulate(row, uint32_t(dstH_) - w0, rowOpaque);
     }
     ++nextRow_;
+    return 0;
+}
+
+template <int C>
+void AreaScaler::addPixels(int y, int firstX, int stepX, int count, uint8_t const* pixels)
+{
+    // Source row y covers [y*dstH, (y+1)*dstH) and output row i covers [i*srcH, (i+1)*srcH): the
+    // row adds to one output row, or to two split at (i+1)*srcH, exactly as pushRow splits it.
+    uint64_t const rowStart = uint64_t(y) * uint64_t(dstH_);
+    size_t const i0 = size_t(rowStart / uint64_t(srcH_));
+    uint64_t const rowSplit = uint64_t(i0 + 1) * uint64_t(srcH_);
+    uint64_t const wy0 = std::min<uint64_t>(rowSplit, rowStart + uint64_t(dstH_)) - rowStart;
+    uint64_t const wy1 = uint64_t(dstH_) - wy0;
+    uint64_t* const row0 = sums_.get() + i0 * size_t(dstW_) * C;
+    uint64_t* const row1 = wy1 ? row0 + size_t(dstW_) * C : nullptr;
+    for (int n = 0; n < count; ++n, pixels += C) {
+        // Likewise across: the column's overlap with the output column it starts in, the rest
+        // with the next one (the weights of Span, column by column).
+        uint64_t const x = uint64_t(firstX) + uint64_t(n) * uint64_t(stepX);
+        uint64_t const colStart = x * uint64_t(dstW_);
+        size_t const j0 = size_t(colStart / uint64_t(srcW_));
+        uint64_t const colSplit = uint64_t(j0 + 1) * uint64_t(srcW_);
+        uint64_t const wx0 = std::min<uint64_t>(colSplit, colStart + uint64_t(dstW_)) - colStart;
+        uint64_t const wx1 = uint64_t(dstW_) - wx0;
+        uint64_t v[C];
+        if constexpr (C == 3) {
+            for (int k = 0; k < 3; ++k)
+                v[k] = pixels[k];
+        } else {
+            uint64_t const a = pixels[3];
+            for (int k = 0; k < 3; ++k)
+                v[k] = a * pixels[k];
+            v[3] = a * 255u;
+        }
+        uint64_t* const cells[2] = {row0, row1};
+        uint64_t const wys[2] = {wy0, wy1};
+        for (int r = 0; r < 2; ++r) {
+            if (!wys[r])
+                continue;
+            uint64_t* s = cells[r] + j0 * C;
+            for (int k = 0; k < C; ++k)
+                s[k] += wys[r] * wx0 * v[k];
+            if (wx1)
+                for (int k = 0; k < C; ++k)
+                    s[C + k] += wys[r] * wx1 * v[k];
+        }
+    }
+}
+
+void AreaScaler::emitSums()
+{
+    bool opaque = true;
+    size_t const count = size_t(dstW_) * size_t(dstH_);
+    RoundedDivider const byTotal(channels_ == 3 ? totalWeight<3>() : totalWeight<4>());
+    for (size_t p = 0; p < count; ++p) {
+        if (channels_ == 3)
+            storePixel<3>(sums_.get() + p * 3, out_.get() + p * 4, &opaque, byTotal);
+        else
+            storePixel<4>(sums_.get() + p * 4, out_.get() + p * 4, &opaque, byTotal);
+    }
+    opaque_ = opaque;
+    sums_.reset();
+}
+
+short AreaScaler::pushPixels(int y, int firstX, int stepX, int count, uint8_t const* pixels)
+{
+    if (!anyOrder_ || !out_ || y < 0 || y >= srcH_ || firstX < 0 || stepX < 1 || count < 0 ||
+        uint64_t(count) > pixelsLeft_)
+        return 1;
+    if (count == 0)
+        return 0;
+    if (firstX >= srcW_ || uint64_t(count - 1) * uint64_t(stepX) >= uint64_t(srcW_ - firstX))
+        return 1;
+    if (!sums_) {
+        // 1:1: the pixels are the result; a fully transparent one loses its colour, as in copyRow.
+        uint8_t* row = out_.get() + size_t(y) * size_t(dstW_) * 4;
+        for (int n = 0; n < count; ++n, pixels += channels_) {
+            uint8_t* o = row + (size_t(firstX) + size_t(n) * size_t(stepX)) * 4;
+            std::memcpy(o, pixels, size_t(channels_));
+            o[3] = channels_ == 3 ? 255 : pixels[3];
+            if (o[3] != 255)
+                opaque_ = false;
+            if (o[3] == 0)
+                o[0] = o[1] = o[2] = 0;
+        }
+    } else if (channels_ == 3) {
+        addPixels<3>(y, firstX, stepX, count, pixels);
+    } else {
+        addPixels<4>(y, firstX, stepX, count, pixels);
+    }
+    pixelsLeft_ -= uint64_t(count);
+    if (pixelsLeft_ == 0 && sums_)
+        emitSums();
     return 0;
 }

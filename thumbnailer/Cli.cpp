@@ -1,9 +1,11 @@
 #include "thumbnailer/Cli.h"
 
 #include "gs/object/GSExceptions.h"
+#include "thumbnailer/FileSafety.h"
 
 #include <CLI/CLI.hpp>
 
+#include <cerrno>
 #include <cstring>
 #include <new>
 #include <ostream>
@@ -38,9 +40,14 @@ int exitCodeFor(GSThumbnailReason reason)
     return kExitDamaged;
 }
 
+void CliContext::report(std::string const& file, std::string const& reason)
+{
+    err << "quillmoor-thumbnailer: " << printable(file) << ": " << printable(reason) << '\n';
+}
+
 void CliContext::fail(std::string const& file, std::string const& reason, int code)
 {
-    err << "quillmoor-thumbnailer: " << file << ": " << reason << '\n';
+    report(file, reason);
     if (exitCode == kExitOk)
         exitCode = code;
 }
@@ -66,6 +73,8 @@ char const* pictureTypeName(short pictureType)
 int runCli(int argc, char const* const* argv, std::ostream& out, std::ostream& err)
 {
     CliContext context{out, err};
+    // Temporary files being written are removed on SIGTERM and SIGINT.
+    installSignalCleanup();
     try {
         CLI::App app("Shows and extracts the pictures that Quillmoor stores in its documents, and makes desktop "
                      "thumbnails of them.",
@@ -94,6 +103,14 @@ int runCli(int argc, char const* const* argv, std::ostream& out, std::ostream& e
     } catch (std::exception const& e) {
         err << "quillmoor-thumbnailer: " << e.what() << '\n';
         return kExitCannotRead;
+    }
+    // What was printed must have arrived: a full disk or a closed pipe is a failed write.
+    errno = 0;
+    out.flush();
+    if (!out) {
+        int error = errno;
+        context.fail("standard output", std::string("cannot write: ") + std::strerror(error ? error : EIO),
+                     kExitCannotRead);
     }
     return context.exitCode;
 }

@@ -8,8 +8,9 @@
 //   4 not a Quillmoor document, or a version this program does not read
 //   5 no stored picture (a selection file, or a document without one)
 //   6 the document is damaged (cut short, records that contradict each other, beyond the limits)
-// Each failure prints one line on stderr, "quillmoor-thumbnailer: FILE: reason". With several files
-// each is reported and the exit code is the first failure's.
+// Each failure prints one line on stderr, "quillmoor-thumbnailer: FILE: reason", with control
+// characters in names escaped (thumbnailer/FileSafety.h printable). With several files each is
+// reported and the exit code is the first failure's. A failed write on standard output is exit 3.
 #pragma once
 
 #include "generator/GSThumbnailReason.h"
@@ -44,6 +45,9 @@ struct CliContext {
 
     // Records a failure: prints its line and keeps the first failure's code.
     void fail(std::string const& file, std::string const& reason, int code);
+    // Prints a failure's line, "quillmoor-thumbnailer: FILE: reason" (control characters
+    // escaped), leaving the exit code to the caller.
+    void report(std::string const& file, std::string const& reason);
 };
 
 // The reason of a walk as the failure line says it ("cannot open: No such file or directory").

@@ -5,11 +5,29 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <ostream>
 
 namespace qm {
+
+namespace {
+
+// --timeout: a finite number of seconds, at least a millisecond (NaN, infinity and smaller values
+// would disarm the clock or fire it before any work).
+CLI::Validator const kTimeoutSeconds(
+    [](std::string& text) {
+        char* end = nullptr;
+        double seconds = std::strtod(text.c_str(), &end);
+        if (text.empty() || *end != '\0' || !std::isfinite(seconds) || seconds < 0.001)
+            return std::string("a number of seconds, at least 0.001");
+        return std::string();
+    },
+    "SECONDS >= 0.001");
+
+} // namespace
 
 void addThumbnailCommand(CLI::App& app, CliContext& context)
 {
@@ -27,7 +45,7 @@ void addThumbnailCommand(CLI::App& app, CliContext& context)
         ->check(CLI::Range(1, 16384))
         ->capture_default_str();
     command->add_option("--timeout", options->timeout, "Give up (exit 6) after this many seconds")
-        ->check(CLI::PositiveNumber)
+        ->check(kTimeoutSeconds)
         ->capture_default_str();
     command->add_option("INPUT", options->input, "The document: a path or a file:// URI")->required();
     command->add_option("OUTPUT", options->output, "The PNG to write (rewritten in place)")->required();
@@ -48,10 +66,15 @@ void addCacheCommand(CLI::App& app, CliContext& context)
         ->capture_default_str();
     command->add_option("--jobs", options->jobs, "Documents made at the same time (default: the processor count)")
         ->check(CLI::Range(1, 256));
+    command->add_option("--timeout", options->timeoutSeconds,
+                        "Give up on a document (counted as failed) whose picture takes longer than this many "
+                        "seconds to decode")
+        ->check(kTimeoutSeconds)
+        ->capture_default_str();
     command->add_option("PATH", options->paths, "Documents and folders")->required();
     command->callback([options, &context] {
         std::string summary;
-        int code = runCacheCommand(*options, stderr, &summary);
+        int code = runCacheCommand(*options, context, stderr, &summary);
         context.out << summary;
         if (context.exitCode == kExitOk)
             context.exitCode = code;

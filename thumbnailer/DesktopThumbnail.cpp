@@ -1,21 +1,16 @@
 #include "thumbnailer/DesktopThumbnail.h"
 
 #include "generator/GSThumbnailWalk.h"
+#include "thumbnailer/FileSafety.h"
 #include "thumbnailer/ThumbnailRender.h"
 
 #include <glib.h>
 
 #include <ostream>
 
-#include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
-#include <limits.h>
 #include <sys/stat.h>
-#include <sys/time.h>
-#include <unistd.h>
 
 #ifndef QM_VERSION
 #define QM_VERSION "0"
@@ -34,44 +29,9 @@ char const* pictureFailureText(qm::PictureStatus st)
     case qm::PictureStatus::tooLarge: return "damaged: the stored picture is larger than this program accepts";
     case qm::PictureStatus::noMemory: return "not enough memory to decode the stored picture";
     case qm::PictureStatus::unsupported: return "the stored picture is of a kind this program does not decode";
+    case qm::PictureStatus::timedOut: return "timed out while decoding the stored picture";
     default: return "damaged: the stored picture does not decode";
     }
-}
-
-// The output path for the time-out handler, which may only use async-signal-safe calls.
-char gTimeoutOutput[PATH_MAX + 1];
-
-extern "C" void onTimeout(int)
-{
-    if (gTimeoutOutput[0]) {
-        int fd = ::open(gTimeoutOutput, O_WRONLY | O_CLOEXEC);
-        if (fd >= 0) {
-            [[maybe_unused]] int r = ::ftruncate(fd, 0);
-            ::close(fd);
-        }
-    }
-    static char const text[] = "quillmoor-thumbnailer: timed out\n";
-    [[maybe_unused]] ssize_t w = ::write(2, text, sizeof text - 1);
-    ::_exit(qm::kExitDamaged);
-}
-
-void armTimeout(std::string const& output, double seconds)
-{
-    if (!(seconds > 0))
-        return;
-    if (output.size() < sizeof gTimeoutOutput)
-        std::memcpy(gTimeoutOutput, output.c_str(), output.size() + 1);
-    struct sigaction sa{};
-    sa.sa_handler = onTimeout;
-    sigemptyset(&sa.sa_mask);
-    ::sigaction(SIGALRM, &sa, nullptr);
-    itimerval t{};
-    double whole = double(long(seconds));
-    t.it_value.tv_sec = long(whole);
-    t.it_value.tv_usec = long((seconds - whole) * 1e6);
-    if (t.it_value.tv_sec == 0 && t.it_value.tv_usec == 0)
-        t.it_value.tv_usec = 1;
-    ::setitimer(ITIMER_REAL, &t, nullptr);
 }
 
 }  // namespace
@@ -94,7 +54,8 @@ bool resolveDocumentInput(std::string const& input, std::string* path, std::stri
         *message = "no input named";
         return false;
     }
-    if (g_str_has_prefix(input.c_str(), "file:")) {
+    // URI schemes are case-insensitive: FILE:// is a file URI too.
+    if (g_ascii_strncasecmp(input.c_str(), "file:", 5) == 0) {
         char* host = nullptr;
         GError* error = nullptr;
         GString_ file(g_filename_from_uri(input.c_str(), &host, &error));
@@ -123,7 +84,22 @@ bool resolveDocumentInput(std::string const& input, std::string* path, std::stri
 }
 
 int makeDocumentThumbnail(std::string const& path, std::string const& uri, int size, PngBytes* png,
-                          ThumbnailInfo* info, std::string* message)
+                          ThumbnailInfo* info, std::string* message, GSThumbnailLimits const& limits)
+{
+    qm::DocumentFile document;
+    if (!document.open(path)) {
+        png->data.reset();
+        png->size = 0;
+        *info = ThumbnailInfo();
+        info->uri = uri;
+        *message = document.failureText();
+        return qm::kExitCannotRead;
+    }
+    return makeDocumentThumbnail(document, uri, size, png, info, message, limits);
+}
+
+int makeDocumentThumbnail(qm::DocumentFile const& document, std::string const& uri, int size, PngBytes* png,
+                          ThumbnailInfo* info, std::string* message, GSThumbnailLimits const& limits)
 {
     png->data.reset();
     png->size = 0;
@@ -131,35 +107,20 @@ int makeDocumentThumbnail(std::string const& path, std::string const& uri, int s
     info->uri = uri;
     info->mimeType = kDocumentMimeType;
     info->software = "quillmoor-thumbnailer " QM_VERSION;
-    struct stat st{};
-    if (::stat(path.c_str(), &st) != 0) {
-        *message = std::strerror(errno);
-        return qm::kExitCannotRead;
-    }
-    if (S_ISDIR(st.st_mode)) {
-        *message = "a folder, not a document";
-        return qm::kExitCannotRead;
-    }
-    info->mtime = long(st.st_mtime);
-    info->size = long(st.st_size);
+    // One open for everything: the state written into the PNG, the walk and the picture's bytes
+    // all come from this descriptor, so a file renamed over the path meanwhile cannot mix in.
+    info->mtime = long(document.state().st_mtime);
+    info->size = long(document.state().st_size);
 
     // The walk only locates the picture; its bytes are read from the file as they are decoded.
-    GSThumbnailLimits const limits;
-    GSThumbnailResult found = GSFindThumbnail(GSFileSpec(GSString(path.c_str())), nullptr, limits);
+    GSThumbnailResult found = document.walk(nullptr, limits);
     if (!found.hasPicture()) {
         *message = qm::describeFailure(found);
         return qm::exitCodeFor(found.reason);
     }
-    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        *message = std::strerror(errno);
-        return qm::kExitCannotRead;
-    }
-    qm::PictureLimits pictureLimits;
     RenderedThumbnail rendered;
-    qm::PictureStatus ps = renderThumbnailFromFile(fd, found.pictureOffset, found.pictureBytes, found.pictureType,
-                                                   size, pictureLimits, &rendered);
-    ::close(fd);
+    qm::PictureStatus ps = renderThumbnailFromFile(document.fd(), found.pictureOffset, found.pictureBytes,
+                                                   found.pictureType, size, limits, &rendered);
     if (ps != qm::PictureStatus::ok) {
         *message = pictureFailureText(ps);
         return qm::kExitDamaged;
@@ -174,26 +135,50 @@ int makeDocumentThumbnail(std::string const& path, std::string const& uri, int s
     return qm::kExitOk;
 }
 
+std::string timeoutText(double seconds)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "timed out after %g s", seconds);
+    return text;
+}
+
 int runThumbnailCommand(std::string const& input, std::string const& output, int size, double timeoutSeconds,
                         qm::CliContext& context)
 {
-    armTimeout(output, timeoutSeconds);
     std::string path, uri, message;
-    int code = qm::kExitCannotRead;
+    if (!resolveDocumentInput(input, &path, &uri, &message)) {
+        qm::emptyExistingFile(output);
+        context.fail(input, message, qm::kExitCannotRead);
+        return qm::kExitCannotRead;
+    }
+    // Writing OUTPUT over the document (the same file under another name, or a link to it) would
+    // destroy it: refused before anything is written, OUTPUT untouched.
+    struct stat in{}, out{};
+    if (::stat(path.c_str(), &in) == 0 && ::stat(output.c_str(), &out) == 0 && in.st_dev == out.st_dev &&
+        in.st_ino == out.st_ino) {
+        context.fail(input, "the output " + output + " is the document itself", qm::kExitUsage);
+        return qm::kExitUsage;
+    }
+    qm::emptyOnSignal(output);
+    qm::armTimeout(timeoutSeconds,
+                   "quillmoor-thumbnailer: " + qm::printable(input) + ": " + timeoutText(timeoutSeconds) + "\n",
+                   qm::kExitDamaged);
     PngBytes png;
     ThumbnailInfo info;
-    if (resolveDocumentInput(input, &path, &uri, &message))
-        code = makeDocumentThumbnail(path, uri, size, &png, &info, &message);
-    if (code == qm::kExitOk && writeFileInPlace(output, png.data.get(), png.size)) {
-        message = "cannot write " + output + ": " + std::strerror(errno);
-        code = qm::kExitCannotRead;
+    int code = makeDocumentThumbnail(path, uri, size, &png, &info, &message);
+    if (code == qm::kExitOk) {
+        std::string error = qm::writeFileInPlace(output, png.data.get(), png.size);
+        if (!error.empty()) {
+            message = "cannot write " + output + ": " + error;
+            code = qm::kExitCannotRead;
+        }
     }
+    // The result stands (or failed in full): nothing more to empty, whatever a slow exit costs.
+    qm::disarmTimeout();
+    qm::emptyOnSignal("");
     if (code != qm::kExitOk) {
-        emptyExistingFile(output);
+        qm::emptyExistingFile(output);
         context.fail(input, message, code);
     }
-    // Disarm: the work is done, whatever a slow exit costs.
-    itimerval off{};
-    ::setitimer(ITIMER_REAL, &off, nullptr);
     return code;
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "thumbnailer/Cli.h"
+#include "thumbnailer/FileSafety.h"
 #include "thumbnailer/ThumbnailPng.h"
 
 #include <string>
@@ -24,11 +25,24 @@ bool resolveDocumentInput(std::string const& input, std::string* path, std::stri
 // box. Returns an exit code (thumbnailer/Cli.h; a stored picture that does not decode is
 // kExitDamaged): kExitOk with *png filled, else *message says why. *info receives the
 // text-chunk values written (also for the failure records of the cache).
+// The document is opened once: the state in the text chunks, the walk and the picture's bytes come
+// from that one descriptor. Anything but a regular file is refused before it is read.
 int makeDocumentThumbnail(std::string const& path, std::string const& uri, int size, PngBytes* png,
-                          ThumbnailInfo* info, std::string* message);
+                          ThumbnailInfo* info, std::string* message,
+                          GSThumbnailLimits const& limits = GSThumbnailLimits());
+
+// The same for a document already open.
+int makeDocumentThumbnail(qm::DocumentFile const& document, std::string const& uri, int size, PngBytes* png,
+                          ThumbnailInfo* info, std::string* message,
+                          GSThumbnailLimits const& limits = GSThumbnailLimits());
+
+// "timed out after 30 s": the failure text of a time-out.
+std::string timeoutText(double seconds);
 
 // The `thumbnail` command: writes OUTPUT in place, or leaves an existing OUTPUT empty on failure
-// and reports why in `context`. After `timeoutSeconds` (> 0) the program ends at once with
-// kExitDamaged, OUTPUT emptied.
+// and reports why in `context`. An OUTPUT that is the document itself (also through a link) is
+// refused with kExitUsage and left alone. After `timeoutSeconds` (> 0) the program ends at once
+// with kExitDamaged, OUTPUT emptied; so does SIGTERM or SIGINT (ending by the signal) once
+// installSignalCleanup was called.
 int runThumbnailCommand(std::string const& input, std::string const& output, int size, double timeoutSeconds,
                         qm::CliContext& context);

@@ -1,5 +1,6 @@
 // `info [--json] FILE...`: what each file is and what picture it stores.
 #include "thumbnailer/Cli.h"
+#include "thumbnailer/FileSafety.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -78,8 +79,14 @@ std::string toText(std::string const& file, GSThumbnailResult const& r)
 void runInfo(InfoOptions const& options, CliContext& context)
 {
     for (std::string const& file : options.files) {
+        // Only a regular file is read (a FIFO or a device could block or never end).
+        DocumentFile document;
+        if (!document.open(file)) {
+            context.fail(file, "cannot open: " + document.failureText(), kExitCannotRead);
+            continue;
+        }
         // The picture is located and checked, not read.
-        GSThumbnailResult r = GSFindThumbnail(GSFileSpec(GSString(file.c_str())), nullptr);
+        GSThumbnailResult r = document.walk(nullptr, GSThumbnailLimits());
         int code = exitCodeFor(r.reason);
         if (code == kExitCannotRead) {
             context.fail(file, describeFailure(r), code);
@@ -88,7 +95,7 @@ void runInfo(InfoOptions const& options, CliContext& context)
         if (options.json)
             context.out << toJson(file, r).dump() << '\n';
         else
-            context.out << toText(file, r) << '\n';
+            context.out << toText(printable(file), r) << '\n';
     }
 }
 

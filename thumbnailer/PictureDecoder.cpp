@@ -3,9 +3,19 @@
 #include <spng.h>
 #include <turbojpeg.h>
 
+#include <algorithm>
+#include <chrono>
 #include <climits>
+#include <csetjmp>
+#include <cstdio>
+#include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <new>
+
+// jpeglib.h needs FILE and size_t declared before it.
+#include <jpeglib.h>
+#include <jerror.h>
 
 namespace qm {
 
@@ -17,6 +27,7 @@ char const* pictureStatusName(PictureStatus status)
     case PictureStatus::tooLarge: return "too large";
     case PictureStatus::noMemory: return "out of memory";
     case PictureStatus::unsupported: return "unsupported";
+    case PictureStatus::timedOut: return "timed out";
     }
     return "unknown";
 }
@@ -54,7 +65,23 @@ bool RGBAImage::allocate(std::uint32_t width, std::uint32_t height)
 
 namespace {
 
-bool withinLimits(std::uint32_t width, std::uint32_t height, PictureLimits const& limits)
+// The end of a decode's time (GSThumbnailLimits::maxDecodeMilliseconds), taken when it starts.
+class Deadline {
+public:
+    explicit Deadline(GSThumbnailLimits const& limits)
+        : bounded_(limits.maxDecodeMilliseconds > 0),
+          end_(std::chrono::steady_clock::now() + std::chrono::milliseconds(bounded_ ? limits.maxDecodeMilliseconds : 0))
+    {
+    }
+    bool passed() const { return bounded_ && std::chrono::steady_clock::now() >= end_; }
+    bool bounded() const { return bounded_; }
+
+private:
+    bool bounded_;
+    std::chrono::steady_clock::time_point end_;
+};
+
+bool withinLimits(std::uint32_t width, std::uint32_t height, GSThumbnailLimits const& limits)
 {
     // Both sides are below 2^32, so the product fits in 64 bits.
     return width <= limits.maxWidth && height <= limits.maxHeight &&
@@ -109,8 +136,129 @@ void convertInvertedCMYKToRGBA(RGBAImage* image)
     }
 }
 
+// The libjpeg side of a decode. TurboJPEG 2.1 hides libjpeg's memory manager, and a progressive
+// (or multi-scan) JPEG keeps a coefficient buffer for every stored pixel whatever the output scale,
+// so the pixels are decoded through the libjpeg API with the memory limit set, and otherwise
+// exactly as tjDecompress2 decodes them (same scale choice, accurate DCT, fancy upsampling,
+// warnings refuse the picture, at most 500 scans), so that every picture gives the same pixels.
+struct JpegDecoder {
+    struct Error {
+        jpeg_error_mgr manager;
+        std::jmp_buf jump;
+    };
+    jpeg_decompress_struct info{};
+    Error error{};
+    // libjpeg's progress hook, with what it watches; the hook gets a pointer to the first member.
+    struct Progress {
+        jpeg_progress_mgr manager;
+        bool limitScans;
+        Deadline const* deadline;
+        bool timedOut;
+    };
+    Progress progress{};
+
+    JpegDecoder() = default;
+    JpegDecoder(JpegDecoder const&) = delete;
+    JpegDecoder& operator=(JpegDecoder const&) = delete;
+    // Also right for a decoder never created, or whose creation failed: libjpeg frees only the
+    // memory manager it set up.
+    ~JpegDecoder() { jpeg_destroy_decompress(&info); }
+
+    static void fail(j_common_ptr common) { std::longjmp(reinterpret_cast<Error*>(common->err)->jump, 1); }
+    // A warning (a truncated or damaged picture) refuses the whole picture rather than show a
+    // partly grey one; nothing is printed.
+    static void message(j_common_ptr common, int level)
+    {
+        if (level < 0)
+            fail(common);
+    }
+    static void quiet(j_common_ptr) {}
+    // Called between scans and rows: the scan limit and the time bound.
+    static void watch(j_common_ptr common)
+    {
+        auto* self = reinterpret_cast<Progress*>(common->progress);
+        if (self->limitScans && common->is_decompressor &&
+            reinterpret_cast<j_decompress_ptr>(common)->input_scan_number > 500)
+            fail(common);
+        if (self->deadline->passed()) {
+            self->timedOut = true;
+            fail(common);
+        }
+    }
+};
+
+// TurboJPEG's scaling factors in the order tjDecompress2 tries them: the first whose scaled size
+// fits the requested size is the one used.
+struct ScalingFactor {
+    unsigned num, denom;
+};
+constexpr ScalingFactor kScalingFactors[] = {{2, 1}, {15, 8}, {7, 4}, {13, 8}, {3, 2}, {11, 8}, {5, 4}, {9, 8},
+                                             {1, 1}, {7, 8},  {3, 4}, {5, 8},  {1, 2}, {3, 8},  {1, 4}, {1, 8}};
+
+std::uint32_t scaledSide(std::uint32_t side, ScalingFactor f)
+{
+    return static_cast<std::uint32_t>((std::uint64_t(side) * f.num + f.denom - 1) / f.denom);
+}
+
+// Decodes into *image, already allocated at the requested size. The libjpeg calls below longjmp
+// back here on any error; only plain data lives between setjmp and them.
+PictureStatus decodeJpegPixels(std::uint8_t const* bytes, std::size_t count, J_COLOR_SPACE colorSpace,
+                               GSThumbnailLimits const& limits, RGBAImage* image)
+{
+    Deadline const deadline(limits);
+    JpegDecoder d;
+    d.progress.limitScans = limits.limitJpegScans;
+    d.progress.deadline = &deadline;
+    d.info.err = jpeg_std_error(&d.error.manager);
+    d.error.manager.error_exit = JpegDecoder::fail;
+    d.error.manager.emit_message = JpegDecoder::message;
+    d.error.manager.output_message = JpegDecoder::quiet;
+    std::unique_ptr<JSAMPROW[]> rows(new (std::nothrow) JSAMPROW[image->height()]);
+    if (!rows)
+        return PictureStatus::noMemory;
+    for (std::uint32_t y = 0; y < image->height(); ++y)
+        rows[y] = image->data() + std::size_t(y) * image->stride();
+    if (setjmp(d.error.jump)) {
+        if (d.progress.timedOut)
+            return PictureStatus::timedOut;
+        int code = d.error.manager.msg_code;
+        // The memory manager refuses an array beyond max_memory_to_use before allocating it.
+        if (code == JERR_NO_BACKING_STORE)
+            return PictureStatus::tooLarge;
+        return code == JERR_OUT_OF_MEMORY ? PictureStatus::noMemory : PictureStatus::corrupt;
+    }
+    jpeg_create_decompress(&d.info);
+    // Counts every block libjpeg allocates from here on; 0 would mean no limit.
+    d.info.mem->max_memory_to_use = long(std::max<std::size_t>(limits.maxDecodeBytes, 1));
+    if (limits.limitJpegScans || deadline.bounded()) {
+        d.progress.manager.progress_monitor = JpegDecoder::watch;
+        d.info.progress = &d.progress.manager;
+    }
+    jpeg_mem_src(&d.info, bytes, static_cast<unsigned long>(count));
+    jpeg_read_header(&d.info, TRUE);
+    d.info.out_color_space = colorSpace;
+    d.info.dct_method = JDCT_ISLOW;
+    ScalingFactor chosen = kScalingFactors[std::size(kScalingFactors) - 1];
+    for (ScalingFactor f : kScalingFactors) {
+        if (scaledSide(d.info.image_width, f) <= image->width() && scaledSide(d.info.image_height, f) <= image->height()) {
+            chosen = f;
+            break;
+        }
+    }
+    d.info.scale_num = chosen.num;
+    d.info.scale_denom = chosen.denom;
+    jpeg_start_decompress(&d.info);
+    if (d.info.output_width != image->width() || d.info.output_height != image->height() ||
+        d.info.output_components != 4)
+        return PictureStatus::corrupt;
+    while (d.info.output_scanline < d.info.output_height)
+        jpeg_read_scanlines(&d.info, rows.get() + d.info.output_scanline, d.info.output_height - d.info.output_scanline);
+    jpeg_finish_decompress(&d.info);
+    return PictureStatus::ok;
+}
+
 PictureStatus decodeJpeg(std::uint8_t const* bytes, std::size_t count, unsigned denominator,
-                         PictureLimits const& limits, RGBAImage* image)
+                         GSThumbnailLimits const& limits, RGBAImage* image)
 {
     image->clear();
     if (denominator != 1 && denominator != 2 && denominator != 4 && denominator != 8)
@@ -118,6 +266,8 @@ PictureStatus decodeJpeg(std::uint8_t const* bytes, std::size_t count, unsigned 
     JpegHandle jpeg;
     if (!jpeg.handle)
         return PictureStatus::noMemory;
+    // The header through TurboJPEG: it refuses what tjDecompress2 always refused (colour spaces
+    // and sampling it does not know), so that the same pictures decode as before.
     JpegHeader header;
     if (PictureStatus st = readJpegHeader(jpeg.handle, bytes, count, &header); st != PictureStatus::ok)
         return st;
@@ -126,13 +276,13 @@ PictureStatus decodeJpeg(std::uint8_t const* bytes, std::size_t count, unsigned 
     if (!withinLimits(storedWidth, storedHeight, limits))
         return PictureStatus::tooLarge;
 
-    int pixelFormat;
+    J_COLOR_SPACE colorSpace;
     switch (header.colorspace) {
     case TJCS_RGB:
     case TJCS_YCbCr:
-    case TJCS_GRAY: pixelFormat = TJPF_RGBA; break;
+    case TJCS_GRAY: colorSpace = JCS_EXT_RGBA; break;
     case TJCS_CMYK:
-    case TJCS_YCCK: pixelFormat = TJPF_CMYK; break;
+    case TJCS_YCCK: colorSpace = JCS_CMYK; break;
     default: return PictureStatus::unsupported;
     }
 
@@ -140,18 +290,11 @@ PictureStatus decodeJpeg(std::uint8_t const* bytes, std::size_t count, unsigned 
     std::uint32_t height = jpegScaledSide(storedHeight, denominator);
     if (!image->allocate(width, height))
         return PictureStatus::noMemory;
-    int flags = TJFLAG_ACCURATEDCT;
-    if (limits.limitJpegScans)
-        flags |= TJFLAG_LIMITSCANS;
-    // Asking for the scaled size makes TurboJPEG pick exactly that DCT scaling factor. Any
-    // failure, warnings included (a truncated picture is only a warning to libjpeg), refuses the
-    // whole picture rather than show a partly grey one.
-    if (tjDecompress2(jpeg.handle, bytes, static_cast<unsigned long>(count), image->data(), static_cast<int>(width),
-                      static_cast<int>(image->stride()), static_cast<int>(height), pixelFormat, flags) != 0) {
+    if (PictureStatus st = decodeJpegPixels(bytes, count, colorSpace, limits, image); st != PictureStatus::ok) {
         image->clear();
-        return PictureStatus::corrupt;
+        return st;
     }
-    if (pixelFormat == TJPF_CMYK)
+    if (colorSpace == JCS_CMYK)
         convertInvertedCMYKToRGBA(image);
     return PictureStatus::ok;
 }
@@ -191,7 +334,7 @@ int readFromSource(spng_ctx*, void* user, void* buffer, std::size_t n)
 }
 
 // Opens a PNG context over the input with the limits set and its header read and checked.
-PictureStatus openPng(PngContext* png, PngInput const& input, PictureLimits const& limits, spng_ihdr* ihdr)
+PictureStatus openPng(PngContext* png, PngInput const& input, GSThumbnailLimits const& limits, spng_ihdr* ihdr)
 {
     if (!png->ctx)
         return PictureStatus::noMemory;
@@ -236,7 +379,7 @@ PictureStatus decodeOpenedPng(PngContext& png, spng_ihdr const& ihdr, RGBAImage*
     return PictureStatus::ok;
 }
 
-PictureStatus decodePng(std::uint8_t const* bytes, std::size_t count, PictureLimits const& limits, RGBAImage* image)
+PictureStatus decodePng(std::uint8_t const* bytes, std::size_t count, GSThumbnailLimits const& limits, RGBAImage* image)
 {
     image->clear();
     PngContext png;
@@ -246,8 +389,74 @@ PictureStatus decodePng(std::uint8_t const* bytes, std::size_t count, PictureLim
     return decodeOpenedPng(png, ihdr, image);
 }
 
-PictureStatus decodePngRowsFrom(PngInput const& input, PictureLimits const& limits, PngRowSink* sink)
+// Adam7: where each of the seven passes starts and how far apart its pixels are.
+constexpr std::uint32_t kPassFirstX[7] = {0, 4, 0, 2, 0, 1, 0};
+constexpr std::uint32_t kPassStepX[7] = {8, 8, 4, 4, 2, 2, 1};
+
+// An interlaced picture pass by pass into a sink that takes pass rows: one pass row at a time.
+PictureStatus deliverPasses(PngContext& png, spng_ihdr const& ihdr, int fmt, int channels, Deadline const& deadline,
+                            PngRowSink* sink)
 {
+    std::size_t const rowBytes = std::size_t(ihdr.width) * std::size_t(channels);
+    std::unique_ptr<std::uint8_t[]> row(new (std::nothrow) std::uint8_t[rowBytes]);
+    if (!row)
+        return PictureStatus::noMemory;
+    if (int error = spng_decode_image(png.ctx, nullptr, 0, fmt, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE))
+        return pngStatus(error);
+    for (std::uint32_t n = 1;; ++n) {
+        if (n % 16 == 0 && deadline.passed())
+            return PictureStatus::timedOut;
+        // The row about to be decoded: its pass and its row in the whole picture.
+        spng_row_info info{};
+        if (int error = spng_get_row_info(png.ctx, &info))
+            return error == SPNG_EOI ? PictureStatus::ok : pngStatus(error);
+        if (info.pass < 0 || info.pass > 6)
+            return PictureStatus::corrupt;
+        std::uint32_t const firstX = kPassFirstX[info.pass], stepX = kPassStepX[info.pass];
+        int error = spng_decode_scanline(png.ctx, row.get(), rowBytes);
+        if (error && error != SPNG_EOI)
+            return pngStatus(error);
+        // Passes whose columns all lie beyond a narrow picture have no rows at all.
+        std::uint32_t const count = ihdr.width > firstX ? (ihdr.width - firstX + stepX - 1) / stepX : 0;
+        if (PictureStatus st = sink->passRow(info.row_num, firstX, stepX, count, row.get()); st != PictureStatus::ok)
+            return st;
+        if (error == SPNG_EOI)
+            return PictureStatus::ok;
+    }
+}
+
+// An interlaced picture for a sink that wants whole rows in order: deinterlaced whole first,
+// within the decode memory limit.
+PictureStatus deliverDeinterlaced(PngContext& png, spng_ihdr const& ihdr, bool rgb, GSThumbnailLimits const& limits,
+                                  PngRowSink* sink)
+{
+    if (std::uint64_t(ihdr.width) * ihdr.height * 4 > limits.maxDecodeBytes)
+        return PictureStatus::tooLarge;
+    RGBAImage whole;
+    if (PictureStatus st = decodeOpenedPng(png, ihdr, &whole); st != PictureStatus::ok)
+        return st;
+    std::unique_ptr<std::uint8_t[]> rgbRow;
+    if (rgb) {
+        rgbRow.reset(new (std::nothrow) std::uint8_t[std::size_t(ihdr.width) * 3]);
+        if (!rgbRow)
+            return PictureStatus::noMemory;
+    }
+    for (std::uint32_t y = 0; y < whole.height(); ++y) {
+        std::uint8_t const* r = whole.row(y);
+        if (rgb) {
+            for (std::uint32_t x = 0; x < ihdr.width; ++x)
+                std::memcpy(rgbRow.get() + std::size_t(x) * 3, r + std::size_t(x) * 4, 3);
+            r = rgbRow.get();
+        }
+        if (PictureStatus st = sink->row(r); st != PictureStatus::ok)
+            return st;
+    }
+    return PictureStatus::ok;
+}
+
+PictureStatus decodePngRowsFrom(PngInput const& input, GSThumbnailLimits const& limits, PngRowSink* sink)
+{
+    Deadline const deadline(limits);
     PngContext png;
     spng_ihdr ihdr{};
     if (PictureStatus st = openPng(&png, input, limits, &ihdr); st != PictureStatus::ok)
@@ -257,32 +466,13 @@ PictureStatus decodePngRowsFrom(PngInput const& input, PictureLimits const& limi
                      spng_get_trns(png.ctx, &trns) == SPNG_ECHUNKAVAIL;
     int const fmt = rgb ? SPNG_FMT_RGB8 : SPNG_FMT_RGBA8;
     int const channels = rgb ? 3 : 4;
-    if (PictureStatus st = sink->begin(ihdr.width, ihdr.height, channels); st != PictureStatus::ok)
+    bool const passRows = ihdr.interlace_method != 0 && sink->takesPassRows();
+    if (PictureStatus st = sink->begin(ihdr.width, ihdr.height, channels, passRows); st != PictureStatus::ok)
         return st;
 
-    if (ihdr.interlace_method != 0) {
-        // Adam7 rows come pass by pass; deinterlace the whole picture, bounded by the limits above.
-        RGBAImage whole;
-        if (PictureStatus st = decodeOpenedPng(png, ihdr, &whole); st != PictureStatus::ok)
-            return st;
-        std::unique_ptr<std::uint8_t[]> rgbRow;
-        if (rgb) {
-            rgbRow.reset(new (std::nothrow) std::uint8_t[std::size_t(ihdr.width) * 3]);
-            if (!rgbRow)
-                return PictureStatus::noMemory;
-        }
-        for (std::uint32_t y = 0; y < whole.height(); ++y) {
-            std::uint8_t const* r = whole.row(y);
-            if (rgb) {
-                for (std::uint32_t x = 0; x < ihdr.width; ++x)
-                    std::memcpy(rgbRow.get() + std::size_t(x) * 3, r + std::size_t(x) * 4, 3);
-                r = rgbRow.get();
-            }
-            if (PictureStatus st = sink->row(r); st != PictureStatus::ok)
-                return st;
-        }
-        return PictureStatus::ok;
-    }
+    if (ihdr.interlace_method != 0)
+        return passRows ? deliverPasses(png, ihdr, fmt, channels, deadline, sink)
+                                     : deliverDeinterlaced(png, ihdr, rgb, limits, sink);
 
     std::size_t const rowBytes = std::size_t(ihdr.width) * std::size_t(channels);
     std::unique_ptr<std::uint8_t[]> row(new (std::nothrow) std::uint8_t[rowBytes]);
@@ -291,6 +481,8 @@ PictureStatus decodePngRowsFrom(PngInput const& input, PictureLimits const& limi
     if (int error = spng_decode_image(png.ctx, nullptr, 0, fmt, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE))
         return pngStatus(error);
     for (std::uint32_t y = 0; y < ihdr.height; ++y) {
+        if (y % 16 == 15 && deadline.passed())
+            return PictureStatus::timedOut;
         int error = spng_decode_row(png.ctx, row.get(), rowBytes);
         // The last row reports the end of the image.
         if (error && !(error == SPNG_EOI && y + 1 == ihdr.height))
@@ -322,7 +514,7 @@ unsigned jpegScaleDenominatorFor(std::uint32_t width, std::uint32_t height, std:
 }
 
 PictureStatus readPictureInfo(std::uint8_t const* bytes, std::size_t count, PictureFormat format,
-                              PictureLimits const& limits, PictureInfo* info)
+                              GSThumbnailLimits const& limits, PictureInfo* info)
 {
     info->format = format;
     if (format == PictureFormat::jpeg) {
@@ -347,26 +539,26 @@ PictureStatus readPictureInfo(std::uint8_t const* bytes, std::size_t count, Pict
 }
 
 PictureStatus decodePicture(std::uint8_t const* bytes, std::size_t count, PictureFormat format,
-                            PictureLimits const& limits, RGBAImage* image)
+                            GSThumbnailLimits const& limits, RGBAImage* image)
 {
     if (format == PictureFormat::jpeg)
         return decodeJpeg(bytes, count, 1, limits, image);
     return decodePng(bytes, count, limits, image);
 }
 
-PictureStatus decodePngRows(std::uint8_t const* bytes, std::size_t count, PictureLimits const& limits,
+PictureStatus decodePngRows(std::uint8_t const* bytes, std::size_t count, GSThumbnailLimits const& limits,
                             PngRowSink* sink)
 {
     return decodePngRowsFrom(PngInput{bytes, count, nullptr}, limits, sink);
 }
 
-PictureStatus decodePngRows(PngByteSource* source, PictureLimits const& limits, PngRowSink* sink)
+PictureStatus decodePngRows(PngByteSource* source, GSThumbnailLimits const& limits, PngRowSink* sink)
 {
     return decodePngRowsFrom(PngInput{nullptr, 0, source}, limits, sink);
 }
 
 PictureStatus decodeJpegScaled(std::uint8_t const* bytes, std::size_t count, unsigned scaleDenominator,
-                               PictureLimits const& limits, RGBAImage* image)
+                               GSThumbnailLimits const& limits, RGBAImage* image)
 {
     return decodeJpeg(bytes, count, scaleDenominator, limits, image);
 }

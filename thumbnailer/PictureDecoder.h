@@ -3,9 +3,11 @@
 // QuickLook plug-in's test double.
 //
 // The bytes come out of a document and are hostile: every decode first reads the picture's header,
-// checks its size against a PictureLimits and only then allocates the output. A failed decode
+// checks its size against the GSThumbnailLimits and only then allocates the output. A failed decode
 // leaves the output image empty; no partial picture is ever returned.
 #pragma once
+
+#include "generator/GSThumbnailLimits.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -20,6 +22,7 @@ enum class PictureStatus : short {
     tooLarge = 2,     // the header asks for more than the limits allow; nothing was allocated
     noMemory = 3,     // the output (or the decoder's state) could not be allocated
     unsupported = 4,  // a picture type that is neither JPEG nor PNG, or a JPEG colour space we do not convert
+    timedOut = 5,     // the decode took longer than GSThumbnailLimits::maxDecodeMilliseconds
 };
 
 // A short English name of a status ("ok", "corrupt", ...), for logs and --json output.
@@ -30,29 +33,6 @@ enum class PictureFormat : unsigned char { jpeg, png };
 // The document's picture type as a format: 2 is JPEG, 3 is PNG and so is 5 (an older writer's
 // value for PNG). Returns false for every other type.
 bool pictureFormatForType(short pictureType, PictureFormat* format);
-
-// Bounds on what a decode may cost. The defaults accept any thumbnail or preview an editor writes
-// with room to spare and keep the worst case near 256 MiB of output.
-struct PictureLimits {
-    // Largest width and largest height, in pixels, of the stored picture. JPEG cannot exceed
-    // 65535; PNG allows 2^31 - 1, which no thumbnail needs.
-    std::uint32_t maxWidth = 65535;
-    std::uint32_t maxHeight = 65535;
-    // Largest width x height of the stored picture. Applied to the stored size, not the scaled
-    // output, because a progressive JPEG keeps coefficients for every stored pixel while it
-    // decodes. 64 Mi pixels is 256 MiB of RGBA.
-    std::uint64_t maxPixels = std::uint64_t(1) << 26;
-    // libspng's two chunk bounds: the largest single chunk, and the most ancillary chunk data it
-    // keeps in memory while it reads (text, ICC profile, EXIF). The chunk bound is capped at the
-    // cache bound. The cache bound is the one that refuses a huge text chunk (libspng 0.7.3 keeps a
-    // tEXt above the chunk bound as long as it fits the cache). Picture data (IDAT) is streamed and
-    // bound by neither.
-    std::size_t maxPngChunkBytes = std::size_t(8) << 20;
-    std::size_t maxPngChunkCacheBytes = std::size_t(32) << 20;
-    // Refuse progressive JPEGs with an unreasonable number of scans (TurboJPEG's scan limit), which
-    // otherwise cost time quadratic in their size.
-    bool limitJpegScans = true;
-};
 
 // Width and height of a stored picture, read from its header only.
 struct PictureInfo {
@@ -90,11 +70,11 @@ private:
 // ok: *info holds the size. tooLarge: *info holds the size when the header got as far as being
 // read (libspng refuses a side above maxWidth or maxHeight before it hands the header out: 0 x 0).
 PictureStatus readPictureInfo(std::uint8_t const* bytes, std::size_t count, PictureFormat format,
-                              PictureLimits const& limits, PictureInfo* info);
+                              GSThumbnailLimits const& limits, PictureInfo* info);
 
 // Decodes a whole picture into *image (which is replaced; empty on failure).
 PictureStatus decodePicture(std::uint8_t const* bytes, std::size_t count, PictureFormat format,
-                            PictureLimits const& limits, RGBAImage* image);
+                            GSThumbnailLimits const& limits, RGBAImage* image);
 
 // Receives a PNG row by row, top to bottom (decodePngRows). A status other than ok stops the
 // decode and is returned by it.
@@ -103,14 +83,26 @@ public:
     virtual ~PngRowSink() = default;
     // Called once before the first row: the size, and 3 (RGB) or 4 (RGBA, straight alpha) bytes
     // a pixel. RGB is given for 8-bit truecolour pictures without transparency, RGBA otherwise.
-    virtual PictureStatus begin(std::uint32_t width, std::uint32_t height, int channels) = 0;
+    // `passRows`: the rows come through passRow, not row.
+    virtual PictureStatus begin(std::uint32_t width, std::uint32_t height, int channels, bool passRows) = 0;
     virtual PictureStatus row(std::uint8_t const* pixels) = 0;
+    // An interlaced picture's rows arrive pass by pass, each with every stepX-th pixel of its row
+    // from firstX on. A sink that takes them (true here) gets them through passRow instead of
+    // row; for any other sink the decoder deinterlaces the whole picture first, which counts
+    // against GSThumbnailLimits::maxDecodeBytes.
+    virtual bool takesPassRows() const { return false; }
+    virtual PictureStatus passRow(std::uint32_t /*y*/, std::uint32_t /*firstX*/, std::uint32_t /*stepX*/,
+                                  std::uint32_t /*count*/, std::uint8_t const* /*pixels*/)
+    {
+        return PictureStatus::unsupported;
+    }
 };
 
-// Decodes a PNG into `sink` one row at a time, so that the whole picture is never held: only an
-// interlaced picture, whose rows arrive out of order, is decoded whole first. ok once every row
-// was delivered; any decode failure is corrupt (rows delivered before it are then worthless).
-PictureStatus decodePngRows(std::uint8_t const* bytes, std::size_t count, PictureLimits const& limits,
+// Decodes a PNG into `sink` one row at a time, so that the whole picture is never held (an
+// interlaced one, whose rows arrive out of order, only for a sink that does not take pass rows).
+// ok once every row was delivered; any decode failure is corrupt (rows delivered before it are
+// then worthless).
+PictureStatus decodePngRows(std::uint8_t const* bytes, std::size_t count, GSThumbnailLimits const& limits,
                             PngRowSink* sink);
 
 // Where PNG bytes come from when they are not all in memory: read() gives the next n bytes, or
@@ -123,13 +115,13 @@ public:
 
 // decodePngRows over bytes read as the decoder needs them, so that not even the compressed
 // picture is held whole.
-PictureStatus decodePngRows(PngByteSource* source, PictureLimits const& limits, PngRowSink* sink);
+PictureStatus decodePngRows(PngByteSource* source, GSThumbnailLimits const& limits, PngRowSink* sink);
 
 // JPEG decoding at 1/scaleDenominator of the stored size (1, 2, 4 or 8), done in the DCT domain,
 // which is far cheaper than decoding in full and scaling. Each side is rounded up, so an
 // 801-pixel side gives 101 at 1/8. Any other denominator is `unsupported`.
 PictureStatus decodeJpegScaled(std::uint8_t const* bytes, std::size_t count, unsigned scaleDenominator,
-                               PictureLimits const& limits, RGBAImage* image);
+                               GSThumbnailLimits const& limits, RGBAImage* image);
 
 // The size of a side of `stored` pixels decoded at 1/scaleDenominator.
 std::uint32_t jpegScaledSide(std::uint32_t stored, unsigned scaleDenominator);

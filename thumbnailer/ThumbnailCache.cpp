@@ -1,6 +1,9 @@
 #include "thumbnailer/ThumbnailCache.h"
 
+#include "generator/GSDocumentHeader.h"
+#include "gs/file/GSFile.h"
 #include "thumbnailer/DesktopThumbnail.h"
+#include "thumbnailer/FileSafety.h"
 
 #include <glib.h>
 #include <spng.h>
@@ -8,6 +11,8 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <climits>
+#include <cmath>
 #include <condition_variable>
 #include <cstring>
 #include <fcntl.h>
@@ -22,43 +27,73 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char kFailureFolder[] = "fail/quillmoor-thumbnailer";
-constexpr char kDocumentId[] = "Quillmoor Document";  // followed by a 0 byte
-
-bool startsWithDocumentId(std::string const& path)
+// A document (not a selection) by the generator's own header reader, run over the file's first
+// bytes: every other file of a folder costs one small read.
+bool isDocument(std::string const& path)
 {
-    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    if (fd < 0)
+    qm::DocumentFile file;
+    if (!file.open(path))
         return false;
-    char head[sizeof kDocumentId] = {};
-    ssize_t n = ::read(fd, head, sizeof head);
-    ::close(fd);
-    return n == ssize_t(sizeof head) && std::memcmp(head, kDocumentId, sizeof head) == 0;
+    unsigned char head[64];
+    ssize_t n = ::pread(file.fd(), head, sizeof head, 0);
+    if (n <= 0)
+        return false;
+    GSDynaArray<unsigned char> bytes(long(n), 0);
+    if (bytes.append(head, long(n)))
+        return false;
+    GSFile memory(bytes);
+    if (memory.open())
+        return false;
+    short version = 0, isSelection = 0;
+    GSHeaderDetail detail;
+    // Only whether the ID matched counts here: a version this program does not read is still a
+    // document, which fails (and is reported) when its thumbnail is made.
+    [[maybe_unused]] short accepted = GSReadDocumentHeader(&memory, &version, nullptr, &isSelection, &detail);
+    return detail.idMatched && !isSelection;
 }
 
-// Documents named directly are taken as they are; in folders only files with the document ID.
-void collectDocuments(std::string const& path, std::vector<std::string>* out, std::vector<std::string>* unreadable)
+// Documents named directly are taken as they are; in folders (recursively, without following
+// links to folders) only files with the document ID. A folder that cannot be read, or a name too
+// long to open, is reported through `skipped` (name, reason) and the walk goes on with the rest.
+void collectDocuments(std::string const& path, std::vector<std::string>* out,
+                      std::vector<std::pair<std::string, std::string>>* skipped)
 {
     std::error_code ec;
     fs::file_status st = fs::status(path, ec);
     if (ec || !fs::exists(st)) {
-        unreadable->push_back(path);
+        skipped->push_back({path, ec && ec != std::errc::no_such_file_or_directory ? ec.message()
+                                                                                   : "no such file or folder"});
         return;
     }
     if (!fs::is_directory(st)) {
         out->push_back(path);
         return;
     }
-    fs::recursive_directory_iterator it(path, fs::directory_options::skip_permission_denied, ec), end;
-    if (ec) {
-        unreadable->push_back(path);
-        return;
-    }
-    for (; it != end; it.increment(ec)) {
+    std::vector<fs::path> folders{fs::path(path)};
+    while (!folders.empty()) {
+        fs::path folder = std::move(folders.back());
+        folders.pop_back();
+        fs::directory_iterator it(folder, ec), end;
+        if (ec) {
+            skipped->push_back({folder.string(), "cannot read the folder: " + ec.message()});
+            continue;
+        }
+        for (; it != end; it.increment(ec)) {
+            if (ec)
+                break;
+            std::error_code fec;
+            fs::path const& entry = it->path();
+            if (entry.native().size() >= PATH_MAX) {
+                skipped->push_back({entry.string(), "the path is too long"});
+                continue;
+            }
+            if (it->is_directory(fec) && !it->is_symlink(fec))
+                folders.push_back(entry);
+            else if (it->is_regular_file(fec) && isDocument(entry.string()))
+                out->push_back(entry.string());
+        }
         if (ec)
-            break;
-        std::error_code fec;
-        if (it->is_regular_file(fec) && startsWithDocumentId(it->path().string()))
-            out->push_back(it->path().string());
+            skipped->push_back({folder.string(), "cannot read the folder: " + ec.message()});
     }
 }
 
@@ -86,7 +121,7 @@ bool makeFolders(std::string const& root, std::string const& relative)
 }
 
 // A failure record: a 1 x 1 transparent PNG with the document's URI and modification time.
-short writeFailureRecord(std::string const& folder, std::string const& name, ThumbnailInfo const& info)
+std::string writeFailureRecord(std::string const& folder, std::string const& name, ThumbnailInfo const& info)
 {
     ThumbnailInfo record;
     record.uri = info.uri;
@@ -96,7 +131,7 @@ short writeFailureRecord(std::string const& folder, std::string const& name, Thu
     uint8_t const pixel[4] = {0, 0, 0, 0};
     PngBytes png;
     if (encodeThumbnailPng(pixel, 1, 1, false, record, PngEncodeOptions{}, &png))
-        return 1;
+        return "the failure record cannot be encoded";
     return writeCacheEntry(folder, name, png.data.get(), png.size);
 }
 
@@ -189,44 +224,26 @@ bool thumbnailEntryIsUpToDate(std::string const& entryPath, long mtime, long siz
     return ok;
 }
 
-short writeCacheEntry(std::string const& folder, std::string const& name, unsigned char const* bytes, size_t size)
+std::string writeCacheEntry(std::string const& folder, std::string const& name, unsigned char const* bytes,
+                            size_t size)
 {
-    std::string tmpl = folder + "/." + name + ".XXXXXX";
-    std::vector<char> path(tmpl.begin(), tmpl.end());
-    path.push_back('\0');
-    int fd = ::mkostemp(path.data(), O_CLOEXEC);
-    if (fd < 0)
-        return 1;
-    bool ok = ::fchmod(fd, 0600) == 0;
-    size_t done = 0;
-    while (ok && done < size) {
-        ssize_t n = ::write(fd, bytes + done, size - done);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            ok = false;
-        else
-            done += size_t(n);
-    }
-    ok = ::close(fd) == 0 && ok;
-    if (ok)
-        ok = ::rename(path.data(), (folder + "/" + name).c_str()) == 0;
-    if (!ok)
-        ::unlink(path.data());
-    return ok ? 0 : 1;
+    // Not flushed to disk: an entry is a copy that desktops make again when it does not read as
+    // a PNG, and a flush per entry would cost the batch more than the entries themselves.
+    return qm::writeFileWhole(folder + "/" + name, bytes, size, 0600, false);
 }
 
-int runCacheCommand(CacheOptions const& options, FILE* progress, std::string* report, CacheSummary* summaryOut)
+int runCacheCommand(CacheOptions const& options, qm::CliContext& context, FILE* progress, std::string* report,
+                    CacheSummary* summaryOut)
 {
     int const size = thumbnailFlavorSize(options.flavor);
     if (!size) {
-        std::fprintf(stderr, "quillmoor-thumbnailer: unknown size '%s' (normal, large, x-large, xx-large)\n",
-                     options.flavor.c_str());
+        context.report(options.flavor, "unknown size (normal, large, x-large, xx-large)");
         return qm::kExitUsage;
     }
-    std::vector<std::string> documents, unreadable;
+    std::vector<std::string> documents;
+    std::vector<std::pair<std::string, std::string>> skipped;
     for (auto const& p : options.paths)
-        collectDocuments(p, &documents, &unreadable);
+        collectDocuments(p, &documents, &skipped);
 
     std::string const root = thumbnailCacheRoot();
     std::string const folder = root + "/" + options.flavor;
@@ -234,18 +251,25 @@ int runCacheCommand(CacheOptions const& options, FILE* progress, std::string* re
     bool canWrite = makeFolders(root, options.flavor) && makeFolders(root, kFailureFolder);
 
     CacheSummary summary;
-    summary.failed = long(unreadable.size());
-    for (auto const& p : unreadable)
-        std::fprintf(stderr, "quillmoor-thumbnailer: %s: no such file or folder\n", p.c_str());
+    summary.failed = long(skipped.size());
+    for (auto const& [name, reason] : skipped)
+        context.report(name, reason);
     if (!canWrite) {
-        std::fprintf(stderr, "quillmoor-thumbnailer: cannot create %s\n", folder.c_str());
+        context.report(folder, "cannot create the folder");
         if (summaryOut)
             *summaryOut = summary;
         return qm::kExitCannotRead;
     }
+    // Temporary entries a killed run left behind.
+    qm::removeStaleTemporaries(folder);
+    qm::removeStaleTemporaries(failFolder);
+
+    GSThumbnailLimits limits;
+    if (options.timeoutSeconds > 0)
+        limits.maxDecodeMilliseconds = std::max(1L, long(std::ceil(options.timeoutSeconds * 1000)));
 
     std::atomic<long> next{0}, done{0}, made{0}, upToDate{0}, noPicture{0}, failed{0};
-    std::atomic<bool> writeFailed{false};
+    std::atomic<bool> writeFailed{false}, readFailed{false};
     std::mutex outMutex;
     Progress bar;
     bar.out = progress;
@@ -265,39 +289,48 @@ int runCacheCommand(CacheOptions const& options, FILE* progress, std::string* re
             std::string name;
             if (resolveDocumentInput(documents[size_t(i)], &path, &uri, &message)) {
                 name = thumbnailEntryName(uri);
-                struct stat st{};
-                if (::stat(path.c_str(), &st) == 0 &&
-                    (thumbnailEntryIsUpToDate(folder + "/" + name, long(st.st_mtime), long(st.st_size)) ||
-                     thumbnailEntryIsUpToDate(failFolder + "/" + name, long(st.st_mtime), long(st.st_size)))) {
-                    current = true;
-                    code = qm::kExitOk;
+                // One open: the state checked against the entries is the state of what is read.
+                qm::DocumentFile document;
+                if (!document.open(path)) {
+                    message = document.failureText();
                 } else {
-                    code = makeDocumentThumbnail(path, uri, size, &png, &info, &message);
+                    long const mtime = long(document.state().st_mtime), bytes = long(document.state().st_size);
+                    if (thumbnailEntryIsUpToDate(folder + "/" + name, mtime, bytes) ||
+                        thumbnailEntryIsUpToDate(failFolder + "/" + name, mtime, bytes)) {
+                        current = true;
+                        code = qm::kExitOk;
+                    } else {
+                        code = makeDocumentThumbnail(document, uri, size, &png, &info, &message, limits);
+                    }
                 }
             }
             if (current) {
                 ++upToDate;
             } else if (code == qm::kExitOk) {
-                if (writeCacheEntry(folder, name, png.data.get(), png.size)) {
+                std::string error = writeCacheEntry(folder, name, png.data.get(), png.size);
+                if (!error.empty()) {
                     writeFailed = true;
                     ++failed;
-                    message = "cannot write the cache entry";
+                    message = "cannot write the cache entry: " + error;
                     code = qm::kExitCannotRead;
                 } else {
                     ++made;
                 }
             } else {
                 // No usable picture: record it, so that desktops do not try again until it changes.
-                if ((code == qm::kExitNoPicture || code == qm::kExitDamaged) && writeFailureRecord(failFolder, name, info))
+                if ((code == qm::kExitNoPicture || code == qm::kExitDamaged) &&
+                    !writeFailureRecord(failFolder, name, info).empty())
                     writeFailed = true;
                 (code == qm::kExitNoPicture ? noPicture : failed)++;
+                if (code == qm::kExitCannotRead)
+                    readFailed = true;
             }
             long d = ++done;
             std::lock_guard<std::mutex> lock(outMutex);
             if (code != qm::kExitOk && code != qm::kExitNoPicture) {
                 if (bar.terminal && progress)
                     std::fputc('\n', progress);
-                std::fprintf(stderr, "quillmoor-thumbnailer: %s: %s\n", documents[size_t(i)].c_str(), message.c_str());
+                context.report(documents[size_t(i)], message);
             }
             bar.show(d, false);
         }
@@ -326,7 +359,7 @@ int runCacheCommand(CacheOptions const& options, FILE* progress, std::string* re
     }
     if (summaryOut)
         *summaryOut = summary;
-    if (writeFailed || !unreadable.empty())
+    if (writeFailed || readFailed || !skipped.empty())
         return qm::kExitCannotRead;
     return summary.failed ? qm::kExitDamaged : qm::kExitOk;
 }

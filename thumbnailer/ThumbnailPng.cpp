@@ -2,11 +2,8 @@
 
 #include <spng.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
-#include <unistd.h>
 #include <vector>
 
 void PngBytes::Free::operator()(void* p) const
@@ -115,43 +112,4 @@ short encodeThumbnailPng(uint8_t const* rgba, int width, int height, bool opaque
     out->data.reset(static_cast<uint8_t*>(buffer));
     out->size = len;
     return 0;
-}
-
-short writeFileInPlace(std::string const& path, uint8_t const* bytes, size_t size)
-{
-    // No O_TRUNC-and-rename: a desktop service may read the result through a descriptor it opened
-    // on this very file beforehand, so the same inode is rewritten.
-    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-    if (fd < 0)
-        return 1;
-    bool ok = ::ftruncate(fd, 0) == 0;
-    size_t done = 0;
-    while (ok && done < size) {
-        ssize_t n = ::pwrite(fd, bytes + done, size - done, off_t(done));
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0) {
-            ok = false;
-            break;
-        }
-        done += size_t(n);
-    }
-    if (!ok) {
-        // Never leave a partial PNG behind.
-        [[maybe_unused]] int r = ::ftruncate(fd, 0);
-    }
-    if (::close(fd) != 0 && ok) {
-        ok = false;
-        emptyExistingFile(path);
-    }
-    return ok ? 0 : 1;
-}
-
-void emptyExistingFile(std::string const& path)
-{
-    int fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    if (fd < 0)
-        return;
-    [[maybe_unused]] int r = ::ftruncate(fd, 0);
-    ::close(fd);
 }

@@ -1,5 +1,5 @@
-// Thumbnail PNG output: encoding in memory with the freedesktop.org thumbnail text chunks, and
-// writing the result into an output file in place.
+// Thumbnail PNG output: encoding in memory with the freedesktop.org thumbnail text chunks (files
+// are written by thumbnailer/FileSafety.h).
 //
 // Text chunks (tEXt, Latin-1 keywords), written when their value is set:
 //   Thumb::URI              the document's URI
@@ -51,12 +51,3 @@ struct PngBytes {
 [[nodiscard]] short encodeThumbnailPng(uint8_t const* rgba, int width, int height, bool opaque,
                                        ThumbnailInfo const& info, PngEncodeOptions const& options,
                                        PngBytes* out);
-
-// Writes `bytes` into the file at `path` through one descriptor: created when missing (0644),
-// otherwise truncated and rewritten in place, so that a reader holding a descriptor opened
-// earlier on the same file sees the new contents. On failure the file is left empty. 0 on success.
-[[nodiscard]] short writeFileInPlace(std::string const& path, uint8_t const* bytes, size_t size);
-
-// Leaves an existing file at `path` empty (a failed thumbnail must not leave an old PNG behind).
-// A missing file stays missing.
-void emptyExistingFile(std::string const& path);

@@ -25,9 +25,12 @@ namespace {
 // Feeds decoded PNG rows into the scaler.
 class ScalerSink : public qm::PngRowSink {
 public:
-    ScalerSink(int box, RenderedThumbnail* out) : box_(box), out_(out) {}
+    ScalerSink(int box, GSThumbnailLimits const& limits, RenderedThumbnail* out)
+        : box_(box), limits_(limits), out_(out)
+    {
+    }
 
-    PictureStatus begin(uint32_t width, uint32_t height, int channels) override
+    PictureStatus begin(uint32_t width, uint32_t height, int channels, bool passRows) override
     {
         int dw = 0, dh = 0;
         thumbnailSizeFor(width, height, box_, &dw, &dh);
@@ -35,7 +38,11 @@ public:
         out_->pictureHeight = height;
         if (width > uint32_t(AreaScaler::kMaxSourceSide) || height > uint32_t(AreaScaler::kMaxSourceSide))
             return PictureStatus::tooLarge;
-        if (out_->pixels.start(int(width), int(height), channels, dw, dh))
+        // Interlaced rows are summed into the thumbnail's pixels as they come: the sums are the
+        // decode's working memory.
+        if (passRows && AreaScaler::sumBytes(int(width), int(height), channels, dw, dh) > limits_.maxDecodeBytes)
+            return PictureStatus::tooLarge;
+        if (out_->pixels.start(int(width), int(height), channels, dw, dh, passRows))
             return PictureStatus::noMemory;
         return PictureStatus::ok;
     }
@@ -45,8 +52,17 @@ public:
         return out_->pixels.pushRow(pixels) ? PictureStatus::corrupt : PictureStatus::ok;
     }
 
+    bool takesPassRows() const override { return true; }
+
+    PictureStatus passRow(uint32_t y, uint32_t firstX, uint32_t stepX, uint32_t count, uint8_t const* pixels) override
+    {
+        return out_->pixels.pushPixels(int(y), int(firstX), int(stepX), int(count), pixels) ? PictureStatus::corrupt
+                                                                                           : PictureStatus::ok;
+    }
+
 private:
     int box_;
+    GSThumbnailLimits const& limits_;
     RenderedThumbnail* out_;
 };
 
@@ -149,7 +165,7 @@ private:
     long next_;
 };
 
-PictureStatus renderJpeg(uint8_t const* bytes, size_t count, int box, qm::PictureLimits const& limits,
+PictureStatus renderJpeg(uint8_t const* bytes, size_t count, int box, GSThumbnailLimits const& limits,
                          RenderedThumbnail* out)
 {
     qm::PictureInfo info;
@@ -179,12 +195,12 @@ PictureStatus renderJpeg(uint8_t const* bytes, size_t count, int box, qm::Pictur
 
 // The PNG path for either source: the chunk check, then rows streamed into the scaler.
 template <class ReadHeader, class Decode>
-PictureStatus renderPng(size_t count, int box, qm::PictureLimits const& limits, ReadHeader readHeader, Decode decode,
+PictureStatus renderPng(size_t count, int box, GSThumbnailLimits const& limits, ReadHeader readHeader, Decode decode,
                         RenderedThumbnail* out)
 {
     if (count >= 8 && pngHasOversizedChunk(count, limits.maxPngChunkBytes, readHeader))
         return PictureStatus::tooLarge;
-    ScalerSink sink(box, out);
+    ScalerSink sink(box, limits, out);
     PictureStatus st = decode(&sink);
     if (st == PictureStatus::ok && !out->pixels.finished())
         st = PictureStatus::corrupt;
@@ -212,7 +228,7 @@ PictureStatus finishRender(PictureStatus st, RenderedThumbnail* out)
 }  // namespace
 
 PictureStatus renderThumbnail(uint8_t const* bytes, size_t count, short pictureType, int box,
-                              qm::PictureLimits const& limits, RenderedThumbnail* out)
+                              GSThumbnailLimits const& limits, RenderedThumbnail* out)
 {
     qm::PictureFormat format;
     if (PictureStatus st = startRender(pictureType, box, out, &format); st != PictureStatus::ok)
@@ -228,7 +244,7 @@ PictureStatus renderThumbnail(uint8_t const* bytes, size_t count, short pictureT
 }
 
 PictureStatus renderThumbnailFromFile(int fd, long offset, long count, short pictureType, int box,
-                                      qm::PictureLimits const& limits, RenderedThumbnail* out)
+                                      GSThumbnailLimits const& limits, RenderedThumbnail* out)
 {
     qm::PictureFormat format;
     if (PictureStatus st = startRender(pictureType, box, out, &format); st != PictureStatus::ok)

@@ -14,6 +14,7 @@
 // counter: only the service changes it, from one thread.
 #pragma once
 
+#include "generator/GSThumbnailLimits.h"
 #include "generator/quicklook/GSCFTypeRef.h"
 #include "gs/object/GSDynaArray.h"
 
@@ -69,5 +70,8 @@ void CancelPreviewGeneration(void* thisInterface, QLPreviewRequestRef preview);
 // that the platform decodes, puts the decoded image into `image` (releasing what it held). The
 // image reads the bytes in place: `bytes` must outlive it. Returns the status of opening the
 // file: 0 also when there is no picture (the image is then null). Throws what reading the
-// document throws (bad_file for a document with two object tables).
-[[nodiscard]] short GenerateFillCGImage(CFURLRef url, GSDynaArray<unsigned char>* bytes, GSCFTypeRef<CGImageRef>* image);
+// document throws (bad_file for a document with two object tables). A picture whose size exceeds
+// the pixel limits (maxWidth, maxHeight, maxPixels) is dropped before anything draws it (the
+// platform decodes when drawing), so the request then answers as for no picture.
+[[nodiscard]] short GenerateFillCGImage(CFURLRef url, GSDynaArray<unsigned char>* bytes, GSCFTypeRef<CGImageRef>* image,
+                                        GSThumbnailLimits const& limits = GSThumbnailLimits());

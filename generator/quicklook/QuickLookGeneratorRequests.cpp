@@ -5,6 +5,7 @@
 #include "generator/quicklook/QuickLookGeneratorPlugin.h"
 
 #include <climits>
+#include <cstdint>
 
 namespace {
 
@@ -79,7 +80,8 @@ void previewRequest(QLPreviewRequestRef request, CFURLRef url)
 
 } // namespace
 
-short GenerateFillCGImage(CFURLRef url, GSDynaArray<unsigned char>* bytes, GSCFTypeRef<CGImageRef>* image)
+short GenerateFillCGImage(CFURLRef url, GSDynaArray<unsigned char>* bytes, GSCFTypeRef<CGImageRef>* image,
+                          GSThumbnailLimits const& limits)
 {
     GSStoredPicture picture;
     short status = GSReadStoredPicture(fileSpecForURL(url), bytes, &picture);
@@ -94,6 +96,12 @@ short GenerateFillCGImage(CFURLRef url, GSDynaArray<unsigned char>* bytes, GSCFT
         image->set(CGImageCreateWithPNGDataProvider(provider.get(), nullptr, true, kCGRenderingIntentPerceptual));
     else
         image->set(CGImageCreateWithJPEGDataProvider(provider.get(), nullptr, true, kCGRenderingIntentPerceptual));
+    // The image knows its size from the picture's header; its pixels are decoded when drawn.
+    if (image->get()) {
+        std::uint64_t const width = CGImageGetWidth(image->get()), height = CGImageGetHeight(image->get());
+        if (width > limits.maxWidth || height > limits.maxHeight || width * height > limits.maxPixels)
+            image->set(nullptr);
+    }
     return status;
 }
 

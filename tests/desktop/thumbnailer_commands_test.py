@@ -111,7 +111,8 @@ def test(program, sample_tool, work):
              (["thumbnail", "http://example.com/a.qmd", out], 3),
              (["thumbnail", "-s", "0", photo, out], 2),
              (["thumbnail", photo], 2),
-             (["thumbnail", "--timeout", "0.000001", os.path.join(docs, "wide panorama 2000x100.qmd"), out], 6)]
+             # The shortest time-out, against the most work (a whole 640x480 picture decoded and encoded).
+             (["thumbnail", "-s", "16384", "--timeout", "0.001", photo, out], 6)]
     for args, want in cases:
         shutil.copy(photo, out)  # something that is not empty
         code, _, err = run(program, *args)
@@ -168,6 +169,129 @@ def test(program, sample_tool, work):
     check(code == 2, "cache: unknown flavor is a usage error (got %d)" % code)
     code, stdout, _ = run(program, "cache", "--size", "normal", os.path.join(work, "missing"), env=env)
     check(code != 0 and "failed 1" in stdout, "cache: a missing path fails: %r" % stdout)
+    test_special_files(program, docs, work, env)
+
+
+def test_special_files(program, docs, work, env):
+    """Special files, outputs that would destroy something, names that would forge lines."""
+    photo = os.path.join(docs, "photo 640x480.qmd")
+    special = os.path.join(work, "special")
+    os.makedirs(special)
+    fifo = os.path.join(special, "fifo.qmd")
+    os.mkfifo(fifo)
+    with open(photo, "rb") as f:
+        original = f.read()
+
+    # Inputs that are not regular files are refused at once, never read (a FIFO would block).
+    for args in (["info", fifo], ["extract", fifo], ["thumbnail", fifo, os.path.join(special, "t.png")],
+                 ["info", "/dev/zero"], ["extract", docs]):
+        code, _, err = run(program, *args)
+        check(code == 3 and err.startswith("quillmoor-thumbnailer: %s: " % args[1]),
+              "%s: exit 3, one line (got %d: %r)" % (" ".join(args), code, err))
+    code, stdout, err = run(program, "cache", fifo, env=env)
+    check(code == 3 and "not a regular file" in err and "failed 1" in stdout, "cache FIFO: %d %r" % (code, err))
+
+    # An output that is the document itself, also through a link, is refused and leaves it whole.
+    hard = os.path.join(special, "hard.qmd")
+    soft = os.path.join(special, "soft.png")
+    os.link(photo, hard)
+    os.symlink(photo, soft)
+    for args in (["thumbnail", photo, photo], ["thumbnail", photo, hard], ["thumbnail", photo, soft],
+                 ["extract", photo, "-o", soft]):
+        code, _, err = run(program, *args)
+        with open(photo, "rb") as f:
+            check(code == 2 and f.read() == original, "%s: exit 2, document intact (got %d: %r)"
+                  % (" ".join(args), code, err))
+    # extract writes no device or FIFO, nor through a link to one; a link to a file is replaced.
+    for target in ("/dev/null", fifo, os.path.join(special, "link-to-null")):
+        if target.endswith("link-to-null"):
+            os.symlink("/dev/null", target)
+        code, _, err = run(program, "extract", photo, "-o", target)
+        check(code == 3 and "not a regular file" in err, "extract -o %s: exit 3 (got %d: %r)" % (target, code, err))
+    check(stat.S_ISCHR(os.stat("/dev/null").st_mode), "/dev/null is still a device")
+    # An output name as long as the file system allows.
+    longest = os.path.join(special, "x" * os.pathconf(special, "PC_NAME_MAX"))
+    code, _, err = run(program, "extract", photo, "-o", longest)
+    check(code == 0 and os.path.getsize(longest) > 0, "extract to a %d-byte name: %d %r"
+          % (len(os.path.basename(longest)), code, err))
+    leftovers = [n for n in os.listdir(special) if n.startswith(".qm-")]
+    check(not leftovers, "extract: no temporary files left: %s" % leftovers)
+    # A leftover of a killed run (our naming, over a minute old) is cleaned by the next run.
+    stale = os.path.join(special, ".qm-Ab12Cd")
+    with open(stale, "wb") as f:
+        f.write(b"half a picture")
+    os.utime(stale, (time.time() - 120, time.time() - 120))
+    run(program, "extract", photo, "-o", os.path.join(special, "again.jpg"))
+    check(not os.path.exists(stale), "extract removes a stale temporary file")
+
+    # --timeout: a finite number of seconds, at least a millisecond.
+    for value in ("nan", "inf", "-1", "0", "0.0009", "1e-9", "x"):
+        code, _, _ = run(program, "thumbnail", "--timeout", value, photo, os.path.join(special, "t.png"))
+        check(code == 2, "--timeout %s: exit 2 (got %d)" % (value, code))
+        code, _, _ = run(program, "cache", "--timeout", value, docs, env=env)
+        check(code == 2, "cache --timeout %s: exit 2 (got %d)" % (value, code))
+    # The time-out fires also while OUTPUT is a FIFO nobody reads, and says so in the usual form.
+    out_fifo = os.path.join(special, "out-fifo.png")
+    os.mkfifo(out_fifo)
+    code, _, err = run(program, "thumbnail", "--timeout", "0.3", photo, out_fifo)
+    check(code == 6 and err == "quillmoor-thumbnailer: %s: timed out after 0.3 s\n" % photo,
+          "time-out with a FIFO output: %d %r" % (code, err))
+    # SIGTERM empties OUTPUT (here while it waits for the FIFO's reader: the regular file case is
+    # the same handler) and ends the program by the signal.
+    proc = subprocess.Popen([program, "thumbnail", photo, out_fifo], stderr=subprocess.DEVNULL)
+    time.sleep(0.3)
+    proc.terminate()
+    check(proc.wait(timeout=20) == -15, "thumbnail ends by SIGTERM")
+
+    # FILE:// in upper case is a URI.
+    out = os.path.join(special, "upper.png")
+    code, _, err = run(program, "thumbnail", "FILE://" + Gio.File.new_for_path(photo).get_uri()[7:], out)
+    check(code == 0 and read_png(out) is not None, "FILE:// URI: %d %r" % (code, err))
+
+    # Names with control characters are printed escaped: no forged lines.
+    forged = os.path.join(special, "a\nquillmoor-thumbnailer: b.qmd")
+    shutil.copy(photo, forged)
+    code, stdout, _ = run(program, "info", forged)
+    check(code == 0 and stdout.count("\n") == 1 and "a\\nquillmoor" in stdout, "info escapes: %r" % stdout)
+    code, _, err = run(program, "info", forged + "\x1b")
+    check(code == 3 and err.count("\n") == 1 and "\\x1B" in err, "messages escape: %r" % err)
+
+    # A failed write on standard output is exit 3 with a message.
+    with open("/dev/full", "wb") as full:
+        proc = subprocess.run([program, "info", photo], stdout=full, stderr=subprocess.PIPE, timeout=60)
+    check(proc.returncode == 3 and proc.stderr.decode().startswith("quillmoor-thumbnailer: standard output: "),
+          "info > /dev/full: %d %r" % (proc.returncode, proc.stderr))
+
+    # In folders cache takes documents only: not selections, not other files.
+    mixed = os.path.join(special, "mixed")
+    os.makedirs(mixed)
+    shutil.copy(photo, os.path.join(mixed, "photo.qmd"))
+    with open(os.path.join(mixed, "cut.qms"), "wb") as f:
+        f.write(b"Quillmoor Selection\0\0\0")
+    with open(os.path.join(mixed, "notes.txt"), "wb") as f:
+        f.write(b"Quillmoor Documentation\n")
+    code, stdout, err = run(program, "cache", "--size", "x-large", mixed, env=env)
+    check(code == 0 and "made 1, up to date 0, no picture 0, failed 0 (1 documents" in stdout,
+          "cache of a mixed folder: %d %r %r" % (code, stdout, err))
+
+    # cache reports what it skips: a path too long to open is reported and counted.
+    deep = os.path.join(special, "deep")
+    os.makedirs(deep)
+    fd = os.open(deep, os.O_RDONLY)
+    try:
+        for _ in range(20):
+            os.mkdir("d" * 250, dir_fd=fd)
+            next_fd = os.open("d" * 250, os.O_RDONLY, dir_fd=fd)
+            os.close(fd)
+            fd = next_fd
+        with open(os.open("doc.qmd", os.O_WRONLY | os.O_CREAT, 0o644, dir_fd=fd), "wb") as f:
+            f.write(original)
+    finally:
+        os.close(fd)
+    code, stdout, err = run(program, "cache", deep, env=env)
+    check(code == 3 and "too long" in err and "failed 1" in stdout, "cache too long: %d %r %r"
+          % (code, stdout, err[-300:]))
+    shutil.rmtree(deep, ignore_errors=True)
 
 
 def main(program, sample_tool):

@@ -217,6 +217,26 @@ TEST_F(RequestTest, FillReplacesAndReleasesThePreviousImage)
     EXPECT_FALSE(image);
 }
 
+TEST_F(RequestTest, FillDropsAPictureBeyondThePixelLimits)
+{
+    GSCFTypeRef<CFURLRef> url(urlFor(qmtest::simpleDocument(qmtest::kPictureJPEG, jpegOf(30, 20))));
+    struct Case {
+        std::uint32_t maxWidth, maxHeight;
+        std::uint64_t maxPixels;
+        bool kept;
+    };
+    for (Case c : {Case{30, 20, 600, true}, Case{29, 20, 600, false}, Case{30, 19, 600, false},
+                   Case{30, 20, 599, false}}) {
+        GSThumbnailLimits limits;
+        limits.maxWidth = c.maxWidth, limits.maxHeight = c.maxHeight, limits.maxPixels = c.maxPixels;
+        GSDynaArray<unsigned char> bytes(8, -100);
+        GSCFTypeRef<CGImageRef> image;
+        EXPECT_EQ(GenerateFillCGImage(url.get(), &bytes, &image, limits), 0);
+        EXPECT_EQ(bool(image), c.kept) << c.maxWidth << " " << c.maxHeight << " " << c.maxPixels;
+    }
+    EXPECT_EQ(qmdouble::liveObjects(), 1) << "a dropped image was not released";
+}
+
 TEST_F(RequestTest, BadFileFromTheDocumentIsCaughtAfterEverythingWasReleased)
 {
     // Two object-table records: reading the document throws bad_file out of GSGetThumbnail.

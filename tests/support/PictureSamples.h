@@ -75,14 +75,15 @@ inline Picture photoLike(int w, int h, bool alpha = false, uint32_t seed = 1)
 }
 
 // Pixels of any TurboJPEG pixel format; empty on failure.
-inline Bytes encodeJpeg(void const* pixels, int width, int height, int pixelFormat, int subsampling, int quality = 90)
+inline Bytes encodeJpeg(void const* pixels, int width, int height, int pixelFormat, int subsampling, int quality = 90,
+                        int flags = TJFLAG_ACCURATEDCT)
 {
     tjhandle handle = tjInitCompress();
     unsigned char* out = nullptr;
     unsigned long size = 0;
     Bytes result;
     if (handle && tjCompress2(handle, static_cast<unsigned char const*>(pixels), width, 0, height, pixelFormat, &out,
-                              &size, subsampling, quality, TJFLAG_ACCURATEDCT) == 0)
+                              &size, subsampling, quality, flags) == 0)
         result.assign(out, out + size);
     tjFree(out);
     if (handle)

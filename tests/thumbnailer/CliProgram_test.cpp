@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
+
 using namespace qmtest;
 
 namespace {
@@ -43,6 +46,21 @@ TEST(CliProgram, FailuresGiveTheirExitCodeAndOneLine)
     EXPECT_EQ(r.exitCode, 2);
     r = runProgram(kProgram, {"extract", "--help"});
     EXPECT_EQ(r.exitCode, 0);
+}
+
+// Hostile documents found so far (tests/crashers/thumbnail/): each must end cleanly, with a
+// thumbnail or as damaged, never with a crash or an exhausted memory.
+TEST(CliProgram, CrashersEndCleanly)
+{
+    ScratchFolder folder;
+    std::filesystem::path crashers = std::filesystem::path(std::getenv("QM_SOURCE_DIR")) / "tests/crashers/thumbnail";
+    int seen = 0;
+    for (auto const& entry : std::filesystem::directory_iterator(crashers)) {
+        ProgramRun r = runProgram(kProgram, {"thumbnail", entry.path().string(), folder.path() + "/out.png"});
+        EXPECT_TRUE(r.exitCode == 0 || r.exitCode == 6) << entry.path() << ": " << r.exitCode << " " << r.err;
+        ++seen;
+    }
+    EXPECT_GE(seen, 2);
 }
 
 } // namespace

@@ -196,7 +196,7 @@ TEST(PngDecode, AppliesTheTransparentColour)
     EXPECT_EQ(Bytes(image.data(), image.data() + 8), (Bytes{10, 20, 30, 255, 40, 50, 60, 0}));
 }
 
-TEST(PictureLimits, RefuseAHugeHeaderBeforeDecoding)
+TEST(DecodeLimits, RefuseAHugeHeaderBeforeDecoding)
 {
     // The scan data is far too short for the claimed size: had the decode started, it would have
     // failed as corrupt; the limits answer first, from the header alone.
@@ -221,22 +221,22 @@ TEST(PictureLimits, RefuseAHugeHeaderBeforeDecoding)
     EXPECT_EQ(decodePicture(png.data(), png.size(), PictureFormat::png, {}, &image), PictureStatus::tooLarge);
 }
 
-TEST(PictureLimits, EachBoundCountsOnItsOwn)
+TEST(DecodeLimits, EachBoundCountsOnItsOwn)
 {
     Bytes jpeg = encodeJpeg(blockPicture(32, 16, quadrantColour), 32, 16, TJPF_RGBA, TJSAMP_444);
     std::uint8_t pixels[32 * 16 * 4] = {};
     Bytes png = encodePng(pixels, sizeof pixels, 32, 16, {});
     struct Case {
-        PictureLimits limits;
+        GSThumbnailLimits limits;
         PictureStatus expected;
     };
-    PictureLimits exact;
+    GSThumbnailLimits exact;
     exact.maxWidth = 32, exact.maxHeight = 16, exact.maxPixels = 512;
-    PictureLimits narrow = exact;
+    GSThumbnailLimits narrow = exact;
     narrow.maxWidth = 31;
-    PictureLimits low = exact;
+    GSThumbnailLimits low = exact;
     low.maxHeight = 15;
-    PictureLimits few = exact;
+    GSThumbnailLimits few = exact;
     few.maxPixels = 511;
     for (Case c : {Case{exact, PictureStatus::ok}, Case{narrow, PictureStatus::tooLarge},
                    Case{low, PictureStatus::tooLarge}, Case{few, PictureStatus::tooLarge}}) {
@@ -247,7 +247,134 @@ TEST(PictureLimits, EachBoundCountsOnItsOwn)
     }
 }
 
-TEST(PictureLimits, PngChunkCacheLimitRefusesALargeTextChunk)
+// A progressive JPEG keeps coefficients for every stored block while it decodes, at any output
+// scale; a baseline one only a few rows. The decode memory bound refuses the first before libjpeg
+// allocates it and leaves the second alone.
+TEST(DecodeLimits, DecodeMemoryRefusesAFullSizeCoefficientBuffer)
+{
+    samples::Picture p = samples::photoLike(512, 512);
+    Bytes progressive = samples::encodeJpeg(p.rgba.data(), 512, 512, TJPF_RGBA, TJSAMP_444, 90, TJFLAG_PROGRESSIVE);
+    Bytes baseline = samples::encodeJpeg(p, 90, TJSAMP_444);
+    // 64 x 64 blocks x 128 bytes x 3 components: 1.5 MiB of coefficients.
+    GSThumbnailLimits small;
+    small.maxDecodeBytes = std::size_t(1) << 20;
+    GSThumbnailLimits enough;
+    enough.maxDecodeBytes = std::size_t(4) << 20;
+    for (unsigned denominator : {1u, 8u}) {
+        RGBAImage image;
+        EXPECT_EQ(decodeJpegScaled(progressive.data(), progressive.size(), denominator, small, &image),
+                  PictureStatus::tooLarge);
+        EXPECT_TRUE(image.isEmpty());
+        EXPECT_EQ(decodeJpegScaled(baseline.data(), baseline.size(), denominator, small, &image), PictureStatus::ok);
+        EXPECT_EQ(decodeJpegScaled(progressive.data(), progressive.size(), denominator, enough, &image),
+                  PictureStatus::ok);
+    }
+}
+
+// An interlaced PNG for a sink that wants whole rows is deinterlaced whole first: that buffer is
+// the decode's working memory.
+TEST(DecodeLimits, DecodeMemoryBoundsDeinterlacingForARowSink)
+{
+    samples::Picture p = samples::photoLike(64, 32, true);
+    Bytes interlaced = samples::encodePng(p, true, 6, true);
+    struct Rows : PngRowSink {
+        Bytes pixels;
+        PictureStatus begin(std::uint32_t, std::uint32_t, int, bool passRows) override
+        {
+            return passRows ? PictureStatus::corrupt : PictureStatus::ok;
+        }
+        PictureStatus row(std::uint8_t const* r) override
+        {
+            pixels.insert(pixels.end(), r, r + 64 * 4);
+            return PictureStatus::ok;
+        }
+    };
+    GSThumbnailLimits limits;
+    limits.maxDecodeBytes = 64 * 32 * 4 - 1;
+    Rows refused;
+    EXPECT_EQ(decodePngRows(interlaced.data(), interlaced.size(), limits, &refused), PictureStatus::tooLarge);
+    limits.maxDecodeBytes = 64 * 32 * 4;
+    Rows rows;
+    ASSERT_EQ(decodePngRows(interlaced.data(), interlaced.size(), limits, &rows), PictureStatus::ok);
+    EXPECT_EQ(rows.pixels, p.rgba);
+}
+
+// A decode bound in time stops between rows or scans once its time is up (a bound of 1 ms against
+// decodes of a megapixel, which take several); without the bound the same decodes succeed.
+TEST(DecodeLimits, ADecodeStopsWhenItsTimeIsUp)
+{
+    samples::Picture p = samples::photoLike(1024, 1024);
+    Bytes png = samples::encodePng(p, false, 1);
+    Bytes jpeg = samples::encodeJpeg(p.rgba.data(), 1024, 1024, TJPF_RGBA, TJSAMP_444, 90, TJFLAG_PROGRESSIVE);
+    struct Discard : PngRowSink {
+        PictureStatus begin(std::uint32_t, std::uint32_t, int, bool) override { return PictureStatus::ok; }
+        PictureStatus row(std::uint8_t const*) override { return PictureStatus::ok; }
+    };
+    for (long milliseconds : {1L, 0L}) {
+        GSThumbnailLimits limits;
+        limits.maxDecodeMilliseconds = milliseconds;
+        PictureStatus const expected = milliseconds ? PictureStatus::timedOut : PictureStatus::ok;
+        Discard sink;
+        EXPECT_EQ(decodePngRows(png.data(), png.size(), limits, &sink), expected);
+        RGBAImage image;
+        EXPECT_EQ(decodeJpegScaled(jpeg.data(), jpeg.size(), 1, limits, &image), expected);
+    }
+}
+
+// The pixels come from libjpeg itself (for its memory limit); they must be exactly those of
+// TurboJPEG's own decode, at every scale and for every kind of JPEG.
+TEST(PictureDecodeJpeg, GivesTurboJpegsPixelsAtEveryScale)
+{
+    samples::Picture photo = samples::photoLike(77, 45);
+    Bytes grey(77 * 45);
+    for (std::size_t i = 0; i < grey.size(); ++i)
+        grey[i] = photo.rgba[i * 4 + 1];
+    Bytes cmyk = photo.rgba; // any four channels make a CMYK picture
+    struct Case {
+        char const* name;
+        Bytes jpeg;
+        int pixelFormat;  // what TurboJPEG decodes it to
+    };
+    for (Case const& c : {
+             Case{"4:2:0", samples::encodeJpeg(photo, 90, TJSAMP_420), TJPF_RGBA},
+             Case{"4:4:4", samples::encodeJpeg(photo, 75, TJSAMP_444), TJPF_RGBA},
+             Case{"4:2:2", samples::encodeJpeg(photo, 95, TJSAMP_422), TJPF_RGBA},
+             Case{"progressive", samples::encodeJpeg(photo.rgba.data(), 77, 45, TJPF_RGBA, TJSAMP_420, 90,
+                                                     TJFLAG_PROGRESSIVE), TJPF_RGBA},
+             Case{"grey", samples::encodeJpeg(grey.data(), 77, 45, TJPF_GRAY, TJSAMP_GRAY), TJPF_RGBA},
+             Case{"CMYK", samples::encodeJpeg(cmyk.data(), 77, 45, TJPF_CMYK, TJSAMP_444), TJPF_CMYK},
+             Case{"1 x 1", samples::encodeJpeg(samples::photoLike(1, 1)), TJPF_RGBA},
+         }) {
+        ASSERT_FALSE(c.jpeg.empty()) << c.name;
+        int width = 0, height = 0, subsampling = 0, colorspace = 0;
+        tjhandle tj = tjInitDecompress();
+        ASSERT_EQ(tjDecompressHeader3(tj, c.jpeg.data(), c.jpeg.size(), &width, &height, &subsampling, &colorspace), 0);
+        for (unsigned denominator : {1u, 2u, 4u, 8u}) {
+            int const w = int(jpegScaledSide(std::uint32_t(width), denominator));
+            int const h = int(jpegScaledSide(std::uint32_t(height), denominator));
+            Bytes expected(std::size_t(w) * std::size_t(h) * 4);
+            ASSERT_EQ(tjDecompress2(tj, c.jpeg.data(), c.jpeg.size(), expected.data(), w, 0, h, c.pixelFormat,
+                                    TJFLAG_ACCURATEDCT | TJFLAG_LIMITSCANS),
+                      0);
+            if (c.pixelFormat == TJPF_CMYK) {
+                for (std::size_t i = 0; i < expected.size(); i += 4) {
+                    unsigned k = expected[i + 3];
+                    for (int ch = 0; ch < 3; ++ch)
+                        expected[i + std::size_t(ch)] = std::uint8_t((expected[i + std::size_t(ch)] * k + 127) / 255);
+                    expected[i + 3] = 255;
+                }
+            }
+            RGBAImage image;
+            ASSERT_EQ(decodeJpegScaled(c.jpeg.data(), c.jpeg.size(), denominator, {}, &image), PictureStatus::ok)
+                << c.name << " 1/" << denominator;
+            EXPECT_EQ(Bytes(image.data(), image.data() + image.byteCount()), expected)
+                << c.name << " 1/" << denominator;
+        }
+        tjDestroy(tj);
+    }
+}
+
+TEST(DecodeLimits, PngChunkCacheLimitRefusesALargeTextChunk)
 {
     std::uint8_t pixel[4] = {1, 2, 3, 4};
     std::string words(4000, 'x');
@@ -259,7 +386,7 @@ TEST(PictureLimits, PngChunkCacheLimitRefusesALargeTextChunk)
     PngShape shape;
     shape.text = &text;
     Bytes png = encodePng(pixel, 4, 1, 1, shape);
-    PictureLimits limits;
+    GSThumbnailLimits limits;
     RGBAImage image;
     ASSERT_EQ(decodePicture(png.data(), png.size(), PictureFormat::png, limits, &image), PictureStatus::ok);
     limits.maxPngChunkCacheBytes = 1000; // below the chunk bound, which follows it down

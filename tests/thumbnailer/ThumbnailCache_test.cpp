@@ -55,7 +55,7 @@ protected:
         uint8_t const px[4] = {1, 2, 3, 255};
         PngBytes png;
         EXPECT_EQ(encodeThumbnailPng(px, 1, 1, true, info, PngEncodeOptions{}, &png), 0);
-        EXPECT_EQ(writeCacheEntry(dir.string(), "e.png", png.data.get(), png.size), 0);
+        EXPECT_EQ(writeCacheEntry(dir.string(), "e.png", png.data.get(), png.size), "");
         return (dir / "e.png").string();
     }
 
@@ -87,5 +87,5 @@ TEST_F(ThumbnailCacheEntries, AreWrittenPrivateThroughARenameLeavingNoTemporaryF
     long files = std::distance(fs::directory_iterator(dir), fs::directory_iterator());
     EXPECT_EQ(files, 1);
     uint8_t const b[1] = {0};
-    EXPECT_NE(writeCacheEntry((dir / "no such folder").string(), "e.png", b, 1), 0);
+    EXPECT_NE(writeCacheEntry((dir / "no such folder").string(), "e.png", b, 1), "");
 }

@@ -68,7 +68,7 @@ TEST_P(ThumbnailQuality, KeepsOrientationColoursAndDetail)
     ASSERT_FALSE(bytes.empty());
 
     RenderedThumbnail t;
-    ASSERT_EQ(renderThumbnail(bytes.data(), bytes.size(), c.type, c.box, qm::PictureLimits{}, &t), PictureStatus::ok);
+    ASSERT_EQ(renderThumbnail(bytes.data(), bytes.size(), c.type, c.box, GSThumbnailLimits{}, &t), PictureStatus::ok);
     EXPECT_EQ(t.pictureWidth, uint32_t(c.width));
     EXPECT_EQ(t.pictureHeight, uint32_t(c.height));
 
@@ -90,7 +90,7 @@ TEST_P(ThumbnailQuality, KeepsOrientationColoursAndDetail)
     // Within 35 dB of an exact resample of the fully decoded picture.
     qm::RGBAImage full;
     ASSERT_EQ(qm::decodePicture(bytes.data(), bytes.size(), c.type == 2 ? qm::PictureFormat::jpeg : qm::PictureFormat::png,
-                                qm::PictureLimits{}, &full),
+                                GSThumbnailLimits{}, &full),
               PictureStatus::ok);
     double db = psnr(t, samples::areaAverage(full.row(0), full.stride(), int(full.width()), int(full.height()), 4, w, h));
     EXPECT_GE(db, 35.0) << c.name;
@@ -121,7 +121,7 @@ TEST(ThumbnailSize, NeverGivesAnEmptySide)
 
 // Renders the picture both ways: from memory, and from a file that holds it between other bytes
 // (as a document does). Both must give the same status and, on success, the same pixels.
-PictureStatus renderBothWays(Bytes const& picture, short type, int box, qm::PictureLimits const& limits,
+PictureStatus renderBothWays(Bytes const& picture, short type, int box, GSThumbnailLimits const& limits,
                              RenderedThumbnail* t, std::string const& name)
 {
     PictureStatus status = renderThumbnail(picture.data(), picture.size(), type, box, limits, t);
@@ -158,7 +158,7 @@ TEST(ThumbnailRenderFromFile, GivesThePixelsOfTheBytesInMemory)
                           Case{"PNG RGBA", samples::encodePng(pic, true), 3},
                           Case{"interlaced PNG", samples::encodePng(pic, true, 6, true), 3}}) {
         RenderedThumbnail t;
-        EXPECT_EQ(renderBothWays(c.bytes, c.type, 128, qm::PictureLimits{}, &t, c.name), PictureStatus::ok) << c.name;
+        EXPECT_EQ(renderBothWays(c.bytes, c.type, 128, GSThumbnailLimits{}, &t, c.name), PictureStatus::ok) << c.name;
     }
     // A region that reaches past the end of the file (the file shrank after the walk) is refused.
     for (short type : {short(2), short(3)}) {
@@ -167,11 +167,50 @@ TEST(ThumbnailRenderFromFile, GivesThePixelsOfTheBytesInMemory)
         int fd = ::open(file.path().c_str(), O_RDONLY);
         ASSERT_GE(fd, 0);
         RenderedThumbnail t;
-        EXPECT_EQ(renderThumbnailFromFile(fd, 0, long(picture.size()), type, 128, qm::PictureLimits{}, &t),
+        EXPECT_EQ(renderThumbnailFromFile(fd, 0, long(picture.size()), type, 128, GSThumbnailLimits{}, &t),
                   PictureStatus::corrupt);
         EXPECT_EQ(t.pixels.pixels(), nullptr);
         ::close(fd);
     }
+}
+
+// An interlaced PNG's passes are summed into the thumbnail as they arrive: the pixels must be
+// exactly those of the same picture stored without interlacing (narrow pictures leave passes
+// empty; at 1:1 the pixels are copied).
+TEST(ThumbnailRenderInterlaced, GivesThePixelsOfTheSamePictureNotInterlaced)
+{
+    struct Case {
+        int width, height;
+        bool alpha;
+        int box;
+    };
+    for (Case c : {Case{300, 200, true, 128}, Case{300, 200, false, 64}, Case{97, 61, true, 50},
+                   Case{200, 7, false, 128}, Case{5, 3, true, 256}, Case{1, 1, false, 16}, Case{3, 90, true, 32}}) {
+        std::string name = std::to_string(c.width) + "x" + std::to_string(c.height) + (c.alpha ? " RGBA" : " RGB") +
+                           " in " + std::to_string(c.box);
+        Picture pic = samples::photoLike(c.width, c.height, c.alpha);
+        if (c.alpha)
+            pic.at(0, 0)[3] = 0; // a fully transparent pixel
+        RenderedThumbnail plain, interlaced;
+        ASSERT_EQ(renderBothWays(samples::encodePng(pic, c.alpha), 3, c.box, {}, &plain, name), PictureStatus::ok);
+        ASSERT_EQ(renderBothWays(samples::encodePng(pic, c.alpha, 6, true), 3, c.box, {}, &interlaced, name),
+                  PictureStatus::ok);
+        ASSERT_EQ(interlaced.pixels.width(), plain.pixels.width()) << name;
+        ASSERT_EQ(interlaced.pixels.height(), plain.pixels.height()) << name;
+        size_t n = size_t(plain.pixels.width()) * size_t(plain.pixels.height()) * 4;
+        EXPECT_EQ(Bytes(interlaced.pixels.pixels(), interlaced.pixels.pixels() + n),
+                  Bytes(plain.pixels.pixels(), plain.pixels.pixels() + n))
+            << name;
+        EXPECT_EQ(interlaced.pixels.opaque(), plain.pixels.opaque()) << name;
+    }
+    // The sums count against the decode memory bound: 128 x 85 RGBA thumbnail pixels, 8 bytes each.
+    Picture pic = samples::photoLike(300, 200, true);
+    GSThumbnailLimits limits;
+    limits.maxDecodeBytes = 128 * 85 * 4 * 8 - 1;
+    RenderedThumbnail t;
+    EXPECT_EQ(renderBothWays(samples::encodePng(pic, true, 6, true), 3, 128, limits, &t, "bound"),
+              PictureStatus::tooLarge);
+    EXPECT_EQ(renderBothWays(samples::encodePng(pic, true), 3, 128, limits, &t, "bound"), PictureStatus::ok);
 }
 
 // The decoders' own refusals are in PictureDecoder_test.cpp; rendering streams PNG rows and
@@ -200,7 +239,7 @@ TEST(ThumbnailRenderHostile, RefusesDamagedOrOversizedPictures)
                           Case{"PNG with a text chunk above the chunk limit", withTextChunk(png, 2000), 3,
                                PictureStatus::tooLarge}}) {
         RenderedThumbnail t;
-        qm::PictureLimits limits;
+        GSThumbnailLimits limits;
         limits.maxPngChunkBytes = 1000;
         PictureStatus status = renderBothWays(c.bytes, c.type, 256, limits, &t, c.name);
         if (c.status == PictureStatus::ok)
