@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
         return 0;
 
     RenderedThumbnail rendered;
-    qm::PictureStatus status = renderThumbnail(picture.getPointer(), size_t(picture.getCount()), found.pictureType,
+    qm::PictureStatus status = renderThumbnail(picture.getPointer(), size_t(picture.getCount()), found.format,
                                                box, limits, &rendered);
 
     int fd = memfd_create("document", 0);
@@ -55,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
         std::abort();
     RenderedThumbnail fromFile;
     qm::PictureStatus fileStatus = renderThumbnailFromFile(fd, found.pictureOffset, found.pictureBytes,
-                                                           found.pictureType, box, limits, &fromFile);
+                                                           found.format, box, limits, &fromFile);
     ::close(fd);
     if (fileStatus != status)
         std::abort();

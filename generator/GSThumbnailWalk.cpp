@@ -72,6 +72,8 @@ public:
     {
         // The length is read once: every record reader of the walk is bounded by it.
         length = file->getLength();
+        file->setMaxObjectDepth(limits.maxObjectDepth);
+        file->setMaxTableObjects(limits.maxTableObjects);
         RecordEndGuard bound(file, length);
         MergingGuard merging(file);
         try {

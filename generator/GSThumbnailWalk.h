@@ -15,6 +15,7 @@
 // (the next header right after the picture bytes, normally the thumbnail record's end tag).
 #pragma once
 
+#include "generator/GSPictureFormat.h"
 #include "generator/GSThumbnailLimits.h"
 #include "generator/GSThumbnailReason.h"
 #include "gs/filespec/GSFileSpec.h"
@@ -22,15 +23,6 @@
 #include "gs/util/GSTSize.h"
 
 class GSFile;
-
-// The stored picture's format, decided once, by the walk, from the stored type: 2 is JPEG, 3 is
-// PNG and so is 5 (an older writer's value). Every front end takes it from the result.
-enum class GSPictureFormat : short { none = 0, jpeg = 2, png = 3 };
-
-// "jpeg", "png" or "none".
-char const* GSPictureFormatName(GSPictureFormat format);
-// The file extension of a picture of that format: ".jpg", ".png" ("" for none).
-char const* GSPictureFormatExtension(GSPictureFormat format);
 
 struct GSThumbnailResult {
     enum Kind : short { kUnrecognised = 0, kDocument = 1, kSelection = 2 };

@@ -65,11 +65,6 @@ std::string versionText(short version)
     return std::to_string(v >> 8) + "." + std::to_string(v & 0xFFu);
 }
 
-char const* pictureTypeName(short pictureType)
-{
-    return pictureType == 2 ? "jpeg" : pictureType == 3 ? "png" : "";
-}
-
 int runCli(int argc, char const* const* argv, std::ostream& out, std::ostream& err)
 {
     CliContext context{out, err};

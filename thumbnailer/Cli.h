@@ -54,8 +54,6 @@ struct CliContext {
 std::string describeFailure(GSThumbnailResult const& result);
 // "3.2" for 0x0302.
 std::string versionText(short version);
-// "jpeg" or "png" for a stored picture type (2, 3), "" otherwise.
-char const* pictureTypeName(short pictureType);
 
 // The commands, each adding its subcommand to the app.
 void addInfoCommand(CLI::App& app, CliContext& context);

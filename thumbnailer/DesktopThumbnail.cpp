@@ -120,7 +120,7 @@ int makeDocumentThumbnail(qm::DocumentFile const& document, std::string const& u
     }
     RenderedThumbnail rendered;
     qm::PictureStatus ps = renderThumbnailFromFile(document.fd(), found.pictureOffset, found.pictureBytes,
-                                                   found.pictureType, size, limits, &rendered);
+                                                   found.format, size, limits, &rendered);
     if (ps != qm::PictureStatus::ok) {
         *message = pictureFailureText(ps);
         return qm::kExitDamaged;

@@ -21,10 +21,10 @@ struct ExtractOptions {
     std::string output;
 };
 
-std::string defaultOutput(std::string const& file, short pictureType)
+std::string defaultOutput(std::string const& file, GSPictureFormat format)
 {
     fs::path out(file);
-    out.replace_extension(pictureType == 3 ? ".png" : ".jpg");
+    out.replace_extension(GSPictureFormatExtension(format));
     return out.string();
 }
 
@@ -41,7 +41,7 @@ void runExtract(ExtractOptions const& options, CliContext& context)
         context.fail(options.file, describeFailure(r), exitCodeFor(r.reason));
         return;
     }
-    std::string output = options.output.empty() ? defaultOutput(options.file, r.pictureType) : options.output;
+    std::string output = options.output.empty() ? defaultOutput(options.file, r.format) : options.output;
     // The same file under another name, or a link to it, is the document itself.
     struct stat st{};
     if (::stat(output.c_str(), &st) == 0 && st.st_dev == document.state().st_dev &&
@@ -56,7 +56,7 @@ void runExtract(ExtractOptions const& options, CliContext& context)
         context.fail(output, "cannot write: " + error, kExitCannotRead);
         return;
     }
-    context.out << printable(options.file) << ": " << pictureTypeName(r.pictureType) << " thumbnail, "
+    context.out << printable(options.file) << ": " << GSPictureFormatName(r.format) << " thumbnail, "
                 << bytes.getCount() << " bytes, written to " << printable(output) << '\n';
 }
 

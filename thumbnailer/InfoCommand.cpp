@@ -43,7 +43,7 @@ nlohmann::ordered_json toJson(std::string const& file, GSThumbnailResult const& 
     j["version"] = versionKnown(r) ? nlohmann::ordered_json(static_cast<int>(r.version)) : nlohmann::ordered_json();
     if (r.hasPicture()) {
         nlohmann::ordered_json t;
-        t["type"] = pictureTypeName(r.pictureType);
+        t["type"] = GSPictureFormatName(r.format);
         t["bytes"] = r.pictureBytes;
         t["width"] = (r.written & GSThumbnailResult::kWroteWidth) ? nlohmann::ordered_json(r.size.width)
                                                                   : nlohmann::ordered_json();
@@ -65,7 +65,7 @@ std::string toText(std::string const& file, GSThumbnailResult const& r)
     if (versionKnown(r))
         line << ", version " << versionText(r.version);
     if (r.hasPicture()) {
-        line << ", " << pictureTypeName(r.pictureType) << " thumbnail, " << r.pictureBytes << " bytes";
+        line << ", " << GSPictureFormatName(r.format) << " thumbnail, " << r.pictureBytes << " bytes";
         if ((r.written & GSThumbnailResult::kWroteWidth) && (r.written & GSThumbnailResult::kWroteHeight))
             line << ", " << r.size.width << " x " << r.size.height;
     } else {

@@ -32,16 +32,6 @@ char const* pictureStatusName(PictureStatus status)
     return "unknown";
 }
 
-bool pictureFormatForType(short pictureType, PictureFormat* format)
-{
-    switch (pictureType) {
-    case 2: *format = PictureFormat::jpeg; return true;
-    case 3:
-    case 5: *format = PictureFormat::png; return true;
-    default: return false;
-    }
-}
-
 void RGBAImage::clear()
 {
     pixels.reset();
@@ -517,6 +507,8 @@ PictureStatus readPictureInfo(std::uint8_t const* bytes, std::size_t count, Pict
                               GSThumbnailLimits const& limits, PictureInfo* info)
 {
     info->format = format;
+    if (format == PictureFormat::none)
+        return PictureStatus::unsupported;
     if (format == PictureFormat::jpeg) {
         JpegHandle jpeg;
         if (!jpeg.handle)
@@ -543,7 +535,10 @@ PictureStatus decodePicture(std::uint8_t const* bytes, std::size_t count, Pictur
 {
     if (format == PictureFormat::jpeg)
         return decodeJpeg(bytes, count, 1, limits, image);
-    return decodePng(bytes, count, limits, image);
+    if (format == PictureFormat::png)
+        return decodePng(bytes, count, limits, image);
+    image->clear();
+    return PictureStatus::unsupported;
 }
 
 PictureStatus decodePngRows(std::uint8_t const* bytes, std::size_t count, GSThumbnailLimits const& limits,

@@ -7,6 +7,7 @@
 // leaves the output image empty; no partial picture is ever returned.
 #pragma once
 
+#include "generator/GSPictureFormat.h"
 #include "generator/GSThumbnailLimits.h"
 
 #include <cstddef>
@@ -28,11 +29,8 @@ enum class PictureStatus : short {
 // A short English name of a status ("ok", "corrupt", ...), for logs and --json output.
 char const* pictureStatusName(PictureStatus status);
 
-enum class PictureFormat : unsigned char { jpeg, png };
-
-// The document's picture type as a format: 2 is JPEG, 3 is PNG and so is 5 (an older writer's
-// value for PNG). Returns false for every other type.
-bool pictureFormatForType(short pictureType, PictureFormat* format);
+// The walk's format of the stored picture; decoding `none` is `unsupported`.
+using PictureFormat = GSPictureFormat;
 
 // Width and height of a stored picture, read from its header only.
 struct PictureInfo {

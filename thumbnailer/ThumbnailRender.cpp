@@ -208,11 +208,11 @@ PictureStatus renderPng(size_t count, int box, GSThumbnailLimits const& limits, 
 }
 
 // Clears *out and checks the request; ok and the format when there is a picture to render.
-PictureStatus startRender(short pictureType, int box, RenderedThumbnail* out, qm::PictureFormat* format)
+PictureStatus startRender(GSPictureFormat format, int box, RenderedThumbnail* out)
 {
     out->pixels = AreaScaler();
     out->pictureWidth = out->pictureHeight = 0;
-    if (box < 1 || !qm::pictureFormatForType(pictureType, format))
+    if (box < 1 || format == GSPictureFormat::none)
         return PictureStatus::unsupported;
     return PictureStatus::ok;
 }
@@ -227,11 +227,10 @@ PictureStatus finishRender(PictureStatus st, RenderedThumbnail* out)
 
 }  // namespace
 
-PictureStatus renderThumbnail(uint8_t const* bytes, size_t count, short pictureType, int box,
+PictureStatus renderThumbnail(uint8_t const* bytes, size_t count, GSPictureFormat format, int box,
                               GSThumbnailLimits const& limits, RenderedThumbnail* out)
 {
-    qm::PictureFormat format;
-    if (PictureStatus st = startRender(pictureType, box, out, &format); st != PictureStatus::ok)
+    if (PictureStatus st = startRender(format, box, out); st != PictureStatus::ok)
         return st;
     if (format == qm::PictureFormat::jpeg)
         return finishRender(renderJpeg(bytes, count, box, limits, out), out);
@@ -243,11 +242,10 @@ PictureStatus renderThumbnail(uint8_t const* bytes, size_t count, short pictureT
     return finishRender(renderPng(count, box, limits, header, decode, out), out);
 }
 
-PictureStatus renderThumbnailFromFile(int fd, long offset, long count, short pictureType, int box,
+PictureStatus renderThumbnailFromFile(int fd, long offset, long count, GSPictureFormat format, int box,
                                       GSThumbnailLimits const& limits, RenderedThumbnail* out)
 {
-    qm::PictureFormat format;
-    if (PictureStatus st = startRender(pictureType, box, out, &format); st != PictureStatus::ok)
+    if (PictureStatus st = startRender(format, box, out); st != PictureStatus::ok)
         return st;
     if (fd < 0 || offset < 0 || count < 0 || count > LONG_MAX - offset)
         return PictureStatus::corrupt;

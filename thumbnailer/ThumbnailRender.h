@@ -22,14 +22,14 @@ struct RenderedThumbnail {
 // The thumbnail size of a width x height picture in a box x box square, each side at least 1.
 void thumbnailSizeFor(uint32_t width, uint32_t height, int box, int* outWidth, int* outHeight);
 
-// Renders the stored picture (`pictureType` as the document gives it: 2 JPEG, 3 or 5 PNG) into
-// *out. ok, or why not; on failure *out holds no pixels.
-qm::PictureStatus renderThumbnail(uint8_t const* bytes, size_t count, short pictureType, int box,
+// Renders the stored picture (of the walk's `format`; none is unsupported) into *out. ok, or why
+// not; on failure *out holds no pixels.
+qm::PictureStatus renderThumbnail(uint8_t const* bytes, size_t count, GSPictureFormat format, int box,
                                   GSThumbnailLimits const& limits, RenderedThumbnail* out);
 
 // The same for a picture that lies `count` bytes from `offset` in the file open as `fd` (a
 // document the thumbnail walk located it in). PNG bytes stream from the file into the decoder, so
 // a large PNG costs a few buffers of memory, not its size; a JPEG is read into memory first, as
 // TurboJPEG decodes from a buffer. Bytes that cannot all be read make the picture corrupt.
-qm::PictureStatus renderThumbnailFromFile(int fd, long offset, long count, short pictureType, int box,
+qm::PictureStatus renderThumbnailFromFile(int fd, long offset, long count, GSPictureFormat format, int box,
                                           GSThumbnailLimits const& limits, RenderedThumbnail* out);

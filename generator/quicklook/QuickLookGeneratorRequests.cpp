@@ -1,7 +1,8 @@
 // The thumbnail and preview requests: the platform's side of them (URL, decoding, contexts). What
 // a document's picture is, and at what size a thumbnail is drawn, comes from the generator core.
-#include "generator/GSStoredPicture.h"
 #include "generator/GSThumbnailSize.h"
+#include "generator/GSThumbnailWalk.h"
+#include "gs/object/GSExceptions.h"
 #include "generator/quicklook/QuickLookGeneratorPlugin.h"
 
 #include <climits>
@@ -46,7 +47,7 @@ CGSize imageSize(CGImageRef image)
 
 void thumbnailRequest(QLThumbnailRequestRef request, CFURLRef url, CGSize maxSize)
 {
-    GSDynaArray<unsigned char> bytes = GSMakePictureBuffer();
+    GSDynaArray<unsigned char> bytes(8, -100); // room for 8 bytes, doubling as it grows
     GSCFTypeRef<CGImageRef> image;
     if (GenerateFillCGImage(url, &bytes, &image) != 0)
         return;
@@ -65,7 +66,7 @@ void thumbnailRequest(QLThumbnailRequestRef request, CFURLRef url, CGSize maxSiz
 
 void previewRequest(QLPreviewRequestRef request, CFURLRef url)
 {
-    GSDynaArray<unsigned char> bytes = GSMakePictureBuffer();
+    GSDynaArray<unsigned char> bytes(8, -100); // room for 8 bytes, doubling as it grows
     GSCFTypeRef<CGImageRef> image;
     if (GenerateFillCGImage(url, &bytes, &image) != 0)
         return;
@@ -83,16 +84,21 @@ void previewRequest(QLPreviewRequestRef request, CFURLRef url)
 short GenerateFillCGImage(CFURLRef url, GSDynaArray<unsigned char>* bytes, GSCFTypeRef<CGImageRef>* image,
                           GSThumbnailLimits const& limits)
 {
-    GSStoredPicture picture;
-    short status = GSReadStoredPicture(fileSpecForURL(url), bytes, &picture);
-    if (status != 0 || picture.kind == GSStoredPictureKind::none)
+    GSThumbnailResult found = GSFindThumbnail(fileSpecForURL(url), bytes, limits);
+    if (found.reason == GSThumbnailReason::kCannotOpen)
+        return found.openStatus;
+    // Reading a document with two object tables is the merging read's misuse, as in GSGetThumbnail.
+    if (found.reason == GSThumbnailReason::kDuplicateObjectTable)
+        throw bad_file();
+    short const status = 0;
+    if (found.format == GSPictureFormat::none)
         return status;
     // The provider reads the buffer in place; the caller keeps the buffer until after drawing.
     GSCFTypeRef<CGDataProviderRef> provider(
         CGDataProviderCreateWithData(nullptr, bytes->getPointer(), static_cast<size_t>(bytes->getCount()), nullptr));
     if (!provider)
         return status;
-    if (picture.kind == GSStoredPictureKind::png)
+    if (found.format == GSPictureFormat::png)
         image->set(CGImageCreateWithPNGDataProvider(provider.get(), nullptr, true, kCGRenderingIntentPerceptual));
     else
         image->set(CGImageCreateWithJPEGDataProvider(provider.get(), nullptr, true, kCGRenderingIntentPerceptual));

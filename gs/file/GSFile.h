@@ -195,7 +195,7 @@ public:
     [[nodiscard]] short writeObjectReference(GSObject const* object);
     [[nodiscard]] short _writeObject(GSObject const* object);
     // Bounds on reading objects, whatever the file says: how deep objects may nest inside objects
-    // (64 by default) and how many entries an object table may list (2^24 by default).
+    // (64 by default) and how many entries an object table may list (2^22 by default).
     void setMaxObjectDepth(int depth) { maxObjectDepth = depth; }
     int getMaxObjectDepth() const { return maxObjectDepth; }
     void setMaxTableObjects(long count) { maxTableObjects = count; }
@@ -226,7 +226,7 @@ private:
     long recordEnd = -1;
     int objectDepth = 0;
     int maxObjectDepth = 64;
-    long maxTableObjects = 1L << 24;
+    long maxTableObjects = 1L << 22;
 
     friend class GSObjectDepthGuard;
 };

@@ -525,6 +525,15 @@ TEST(ThumbnailWalkObjectTable, Edges)
     run = runWalk(bare.bytes(), Backend::kMemory);
     EXPECT_EQ(run.result.reason, Reason::kObjectTableUnreadable);
     EXPECT_EQ(run.result.version, 0x0300);
+    // The limits' bounds reach the object reader: no table at all, no object at all.
+    GSThumbnailLimits none;
+    none.maxTableObjects = -1;
+    run = runWalk(documentWithTable(0x0300, false, 1, fakeJPEG(8)), Backend::kMemory, true, none);
+    EXPECT_EQ(run.result.reason, Reason::kObjectTableUnreadable);
+    none.maxObjectDepth = 0;
+    Bytes const object = documentWith(ThumbnailRecord().objectPicture("GSMemPicData", kPictureJPEG, fakeJPEG(8), 4, 4));
+    EXPECT_EQ(runWalk(object, Backend::kMemory).result.reason, Reason::kOk);
+    EXPECT_EQ(runWalk(object, Backend::kMemory, true, none).result.reason, Reason::kInconsistent);
 }
 
 } // namespace

@@ -72,20 +72,6 @@ Bytes jpegClaiming(std::uint16_t width, std::uint16_t height)
                                  height);
 }
 
-TEST(PictureType, MapsDocumentTypesToFormats)
-{
-    PictureFormat f = PictureFormat::png;
-    EXPECT_TRUE(pictureFormatForType(2, &f));
-    EXPECT_EQ(f, PictureFormat::jpeg);
-    EXPECT_TRUE(pictureFormatForType(3, &f));
-    EXPECT_EQ(f, PictureFormat::png);
-    f = PictureFormat::jpeg;
-    EXPECT_TRUE(pictureFormatForType(5, &f));
-    EXPECT_EQ(f, PictureFormat::png);
-    for (short other : {0, 1, 4, 6, -1, 0x102, 0x103})
-        EXPECT_FALSE(pictureFormatForType(other, &f)) << other;
-}
-
 TEST(JpegDecode, DecodesColoursAndSizeWholeAndScaled)
 {
     Bytes jpeg = encodeJpeg(blockPicture(64, 32, quadrantColour), 64, 32, TJPF_RGBA, TJSAMP_444);

@@ -52,7 +52,7 @@ Bytes withTextChunk(Bytes png, uint32_t length)
 
 struct RenderCase {
     char const* name;
-    short type;       // 2 JPEG, 3 PNG
+    GSPictureFormat type;
     bool alpha;
     bool interlace;
     int width, height, box;
@@ -64,7 +64,7 @@ TEST_P(ThumbnailQuality, KeepsOrientationColoursAndDetail)
 {
     RenderCase c = GetParam();
     Picture pic = samples::testPattern(c.width, c.height, c.alpha);
-    Bytes bytes = c.type == 2 ? samples::encodeJpeg(pic, 95, TJSAMP_444) : samples::encodePng(pic, c.alpha, 6, c.interlace);
+    Bytes bytes = c.type == GSPictureFormat::jpeg ? samples::encodeJpeg(pic, 95, TJSAMP_444) : samples::encodePng(pic, c.alpha, 6, c.interlace);
     ASSERT_FALSE(bytes.empty());
 
     RenderedThumbnail t;
@@ -89,7 +89,7 @@ TEST_P(ThumbnailQuality, KeepsOrientationColoursAndDetail)
 
     // Within 35 dB of an exact resample of the fully decoded picture.
     qm::RGBAImage full;
-    ASSERT_EQ(qm::decodePicture(bytes.data(), bytes.size(), c.type == 2 ? qm::PictureFormat::jpeg : qm::PictureFormat::png,
+    ASSERT_EQ(qm::decodePicture(bytes.data(), bytes.size(), c.type,
                                 GSThumbnailLimits{}, &full),
               PictureStatus::ok);
     double db = psnr(t, samples::areaAverage(full.row(0), full.stride(), int(full.width()), int(full.height()), 4, w, h));
@@ -99,15 +99,15 @@ TEST_P(ThumbnailQuality, KeepsOrientationColoursAndDetail)
 
 INSTANTIATE_TEST_SUITE_P(
     Pictures, ThumbnailQuality,
-    ::testing::Values(RenderCase{"jpeg_square", 2, false, false, 512, 512, 256},
-                      RenderCase{"jpeg_wide_eighth", 2, false, false, 2100, 1100, 256},
-                      RenderCase{"jpeg_tall_odd", 2, false, false, 301, 1203, 128},
-                      RenderCase{"jpeg_just_over", 2, false, false, 257, 256, 256},
-                      RenderCase{"png_rgb", 3, false, false, 1024, 768, 256},
-                      RenderCase{"png_rgba", 3, true, false, 700, 900, 128},
-                      RenderCase{"png_interlaced", 3, true, true, 640, 480, 256},
-                      RenderCase{"png_small_kept", 3, false, false, 200, 100, 256},
-                      RenderCase{"png_xx_large", 3, false, false, 1500, 1400, 1024}),
+    ::testing::Values(RenderCase{"jpeg_square", GSPictureFormat::jpeg, false, false, 512, 512, 256},
+                      RenderCase{"jpeg_wide_eighth", GSPictureFormat::jpeg, false, false, 2100, 1100, 256},
+                      RenderCase{"jpeg_tall_odd", GSPictureFormat::jpeg, false, false, 301, 1203, 128},
+                      RenderCase{"jpeg_just_over", GSPictureFormat::jpeg, false, false, 257, 256, 256},
+                      RenderCase{"png_rgb", GSPictureFormat::png, false, false, 1024, 768, 256},
+                      RenderCase{"png_rgba", GSPictureFormat::png, true, false, 700, 900, 128},
+                      RenderCase{"png_interlaced", GSPictureFormat::png, true, true, 640, 480, 256},
+                      RenderCase{"png_small_kept", GSPictureFormat::png, false, false, 200, 100, 256},
+                      RenderCase{"png_xx_large", GSPictureFormat::png, false, false, 1500, 1400, 1024}),
     [](auto const& p) { return std::string(p.param.name); });
 
 TEST(ThumbnailSize, NeverGivesAnEmptySide)
@@ -121,7 +121,7 @@ TEST(ThumbnailSize, NeverGivesAnEmptySide)
 
 // Renders the picture both ways: from memory, and from a file that holds it between other bytes
 // (as a document does). Both must give the same status and, on success, the same pixels.
-PictureStatus renderBothWays(Bytes const& picture, short type, int box, GSThumbnailLimits const& limits,
+PictureStatus renderBothWays(Bytes const& picture, GSPictureFormat type, int box, GSThumbnailLimits const& limits,
                              RenderedThumbnail* t, std::string const& name)
 {
     PictureStatus status = renderThumbnail(picture.data(), picture.size(), type, box, limits, t);
@@ -152,17 +152,17 @@ TEST(ThumbnailRenderFromFile, GivesThePixelsOfTheBytesInMemory)
     struct Case {
         char const* name;
         Bytes bytes;
-        short type;
+        GSPictureFormat type;
     };
-    for (Case const& c : {Case{"JPEG", samples::encodeJpeg(pic), 2}, Case{"PNG RGB", samples::encodePng(pic, false), 3},
-                          Case{"PNG RGBA", samples::encodePng(pic, true), 3},
-                          Case{"interlaced PNG", samples::encodePng(pic, true, 6, true), 3}}) {
+    for (Case const& c : {Case{"JPEG", samples::encodeJpeg(pic), GSPictureFormat::jpeg}, Case{"PNG RGB", samples::encodePng(pic, false), GSPictureFormat::png},
+                          Case{"PNG RGBA", samples::encodePng(pic, true), GSPictureFormat::png},
+                          Case{"interlaced PNG", samples::encodePng(pic, true, 6, true), GSPictureFormat::png}}) {
         RenderedThumbnail t;
         EXPECT_EQ(renderBothWays(c.bytes, c.type, 128, GSThumbnailLimits{}, &t, c.name), PictureStatus::ok) << c.name;
     }
     // A region that reaches past the end of the file (the file shrank after the walk) is refused.
-    for (short type : {short(2), short(3)}) {
-        Bytes picture = type == 2 ? samples::encodeJpeg(pic) : samples::encodePng(pic, false);
+    for (GSPictureFormat type : {GSPictureFormat::jpeg, GSPictureFormat::png}) {
+        Bytes picture = type == GSPictureFormat::jpeg ? samples::encodeJpeg(pic) : samples::encodePng(pic, false);
         qmtest::TempFile file(Bytes(picture.begin(), picture.begin() + long(picture.size() / 2)));
         int fd = ::open(file.path().c_str(), O_RDONLY);
         ASSERT_GE(fd, 0);
@@ -192,8 +192,8 @@ TEST(ThumbnailRenderInterlaced, GivesThePixelsOfTheSamePictureNotInterlaced)
         if (c.alpha)
             pic.at(0, 0)[3] = 0; // a fully transparent pixel
         RenderedThumbnail plain, interlaced;
-        ASSERT_EQ(renderBothWays(samples::encodePng(pic, c.alpha), 3, c.box, {}, &plain, name), PictureStatus::ok);
-        ASSERT_EQ(renderBothWays(samples::encodePng(pic, c.alpha, 6, true), 3, c.box, {}, &interlaced, name),
+        ASSERT_EQ(renderBothWays(samples::encodePng(pic, c.alpha), GSPictureFormat::png, c.box, {}, &plain, name), PictureStatus::ok);
+        ASSERT_EQ(renderBothWays(samples::encodePng(pic, c.alpha, 6, true), GSPictureFormat::png, c.box, {}, &interlaced, name),
                   PictureStatus::ok);
         ASSERT_EQ(interlaced.pixels.width(), plain.pixels.width()) << name;
         ASSERT_EQ(interlaced.pixels.height(), plain.pixels.height()) << name;
@@ -208,9 +208,9 @@ TEST(ThumbnailRenderInterlaced, GivesThePixelsOfTheSamePictureNotInterlaced)
     GSThumbnailLimits limits;
     limits.maxDecodeBytes = 128 * 85 * 4 * 8 - 1;
     RenderedThumbnail t;
-    EXPECT_EQ(renderBothWays(samples::encodePng(pic, true, 6, true), 3, 128, limits, &t, "bound"),
+    EXPECT_EQ(renderBothWays(samples::encodePng(pic, true, 6, true), GSPictureFormat::png, 128, limits, &t, "bound"),
               PictureStatus::tooLarge);
-    EXPECT_EQ(renderBothWays(samples::encodePng(pic, true), 3, 128, limits, &t, "bound"), PictureStatus::ok);
+    EXPECT_EQ(renderBothWays(samples::encodePng(pic, true), GSPictureFormat::png, 128, limits, &t, "bound"), PictureStatus::ok);
 }
 
 // The decoders' own refusals are in PictureDecoder_test.cpp; rendering streams PNG rows and
@@ -225,18 +225,18 @@ TEST(ThumbnailRenderHostile, RefusesDamagedOrOversizedPictures)
     struct Case {
         char const* name;
         Bytes bytes;
-        short type;
+        GSPictureFormat type;
         PictureStatus status; // ok: any failure
     };
-    for (Case const& c : {Case{"cut JPEG", Bytes(jpeg.begin(), jpeg.begin() + long(jpeg.size() / 2)), 2, PictureStatus::ok},
-                          Case{"cut PNG", Bytes(png.begin(), png.begin() + long(png.size() / 2)), 3, PictureStatus::ok},
-                          Case{"flipped PNG", flipped, 3, PictureStatus::ok},
-                          Case{"huge PNG", samples::withPngSize(png, 60000, 60000), 3, PictureStatus::tooLarge},
-                          Case{"huge JPEG", samples::withJpegSize(jpeg, 60000, 60000), 2, PictureStatus::tooLarge},
-                          Case{"unknown type", png, 4, PictureStatus::unsupported},
-                          Case{"PNG as JPEG", png, 2, PictureStatus::ok},
-                          Case{"JPEG as PNG", jpeg, 3, PictureStatus::ok},
-                          Case{"PNG with a text chunk above the chunk limit", withTextChunk(png, 2000), 3,
+    for (Case const& c : {Case{"cut JPEG", Bytes(jpeg.begin(), jpeg.begin() + long(jpeg.size() / 2)), GSPictureFormat::jpeg, PictureStatus::ok},
+                          Case{"cut PNG", Bytes(png.begin(), png.begin() + long(png.size() / 2)), GSPictureFormat::png, PictureStatus::ok},
+                          Case{"flipped PNG", flipped, GSPictureFormat::png, PictureStatus::ok},
+                          Case{"huge PNG", samples::withPngSize(png, 60000, 60000), GSPictureFormat::png, PictureStatus::tooLarge},
+                          Case{"huge JPEG", samples::withJpegSize(jpeg, 60000, 60000), GSPictureFormat::jpeg, PictureStatus::tooLarge},
+                          Case{"unknown type", png, GSPictureFormat::none, PictureStatus::unsupported},
+                          Case{"PNG as JPEG", png, GSPictureFormat::jpeg, PictureStatus::ok},
+                          Case{"JPEG as PNG", jpeg, GSPictureFormat::png, PictureStatus::ok},
+                          Case{"PNG with a text chunk above the chunk limit", withTextChunk(png, 2000), GSPictureFormat::png,
                                PictureStatus::tooLarge}}) {
         RenderedThumbnail t;
         GSThumbnailLimits limits;
