@@ -85,22 +85,17 @@ TEST(GSTagWriteClassic, SizesArePatchedSixteenAtATime)
     TagFile c(false);
     GSTagWrite w(&c.f);
     ASSERT_EQ(w.writeVersion(0x0100), 0);
-    // Record i holds i bytes; each record is 8 header bytes plus its data.
-    auto recordHex = [](int i, bool patched) {
-        char header[64];
-        std::snprintf(header, sizeof header, "00 00 00 %02X 00 00 00 %02X", i, patched ? i : 0);
-        std::string hex = header;
-        if (i) {
-            hex += ' ';
-            hex += repeatHex("AB", i);
-        }
-        return hex;
-    };
+    // Record i holds i bytes; each record is 8 header bytes, with the size once patched, plus its data.
     auto expected = [&](int patched) {
         std::string hex = "01 00";
         for (int i = 0; i < 17; ++i) {
-            hex += ' ';
-            hex += recordHex(i, i < patched);
+            char header[64];
+            std::snprintf(header, sizeof header, " 00 00 00 %02X 00 00 00 %02X", i, i < patched ? i : 0);
+            hex += header;
+            if (i) {
+                hex += ' ';
+                hex += repeatHex("AB", i);
+            }
         }
         return hex;
     };

@@ -50,7 +50,6 @@ struct State {
     std::vector<ProviderCreation> providers;
     std::vector<ImageCreation> images;
     std::map<std::string, int> factories;
-    std::string throwFrom;
     // Every object handed out and alive, by the pointer the caller holds.
     std::map<void const*, QMDoubleObject*> objects;
     // Constants live as long as the program; keyed by their content.
@@ -66,12 +65,7 @@ State& state()
 
 void enter(char const* function)
 {
-    State& s = state();
-    s.calls.emplace_back(function);
-    if (s.throwFrom == function) {
-        s.throwFrom.clear();
-        throw Injected(function);
-    }
+    state().calls.emplace_back(function);
 }
 
 void error(std::string text)
@@ -185,7 +179,6 @@ void reset()
     s.errors.clear();
     s.providers.clear();
     s.images.clear();
-    s.throwFrom.clear();
 }
 
 std::vector<std::string> const& calls() { return state().calls; }
@@ -193,7 +186,6 @@ std::vector<std::string> const& errors() { return state().errors; }
 std::vector<ProviderCreation> const& providerCreations() { return state().providers; }
 std::vector<ImageCreation> const& imageCreations() { return state().images; }
 std::map<std::string, int> const& factoryRegistrations() { return state().factories; }
-void throwFrom(std::string const& function) { state().throwFrom = function; }
 
 long liveReferences()
 {

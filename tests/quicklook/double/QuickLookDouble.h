@@ -12,7 +12,6 @@
 #include <QuickLook/QuickLook.h>
 
 #include <map>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -43,12 +42,6 @@ struct QMDoublePreviewRequest {
 
 namespace qmdouble {
 
-// Thrown from a call that throwFrom() named, to prove that a request gives every reference back
-// when an exception passes through it.
-struct Injected : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
 struct ProviderCreation {
     bool infoNull;
     size_t size;
@@ -61,7 +54,7 @@ struct ImageCreation {
     int intent;
 };
 
-// Forgets the calls, errors and creations recorded so far, and any pending throwFrom. Objects that
+// Forgets the calls, errors and creations recorded so far. Objects that
 // are still alive stay alive (and counted).
 void reset();
 
@@ -78,9 +71,6 @@ long liveObjects();
 
 // Instances registered per factory UUID (upper-case text), by CFPlugInAdd/RemoveInstanceForFactory.
 std::map<std::string, int> const& factoryRegistrations();
-
-// The next call of the named function throws Injected (before doing anything).
-void throwFrom(std::string const& function);
 
 // A file URL for `path`, or a URL that names no file (as an http URL); the caller owns it.
 CFURLRef createFileURL(std::string const& path);
