@@ -469,13 +469,17 @@ TEST(ThumbnailWalkFlags, StandardFloatRecordsSetTheFileFlags)
     EXPECT_EQ(runWalk(neither.bytes(), Backend::kMemory).flags & both, 0u);
 }
 
-TEST(ThumbnailWalkOpen, MissingFileCannotBeOpened)
+TEST(ThumbnailWalkOpen, MissingFileCannotBeOpenedAndAFolderCannotBeRead)
 {
     GSDynaArray<unsigned char> buffer(8, -100);
     GSThumbnailResult result = GSFindThumbnail(GSFileSpec(GSString("/nonexistent/folder/x.qmd")), &buffer);
     EXPECT_EQ(result.reason, Reason::kCannotOpen);
     EXPECT_NE(result.openStatus, 0);
     EXPECT_EQ(buffer.getCount(), 0);
+    // A folder opens for reading but gives a read error at its first byte, not "not a document".
+    result = GSFindThumbnail(GSFileSpec(GSString("/tmp")), &buffer);
+    EXPECT_EQ(result.reason, Reason::kReadError);
+    EXPECT_EQ(result.openStatus, 0);
 }
 
 TEST(ThumbnailReasonText, EveryReasonHasItsOwnText)
