@@ -272,6 +272,8 @@ TEST(GSFileWorkers, AttachingRetainsAndOwnershipDecidesDeletion)
         EXPECT_EQ(file.init(worker, 0), 0);
         EXPECT_EQ(file.init(worker, 0), 0); // the same worker again changes nothing
         EXPECT_EQ(worker->getRefCount(), 2);
+        EXPECT_EQ(file.init(new GSFileWorkerMemory(), 1), 0); // another one lets the first go
+        EXPECT_EQ(worker->getRefCount(), 1);
     }
     EXPECT_EQ(worker->getRefCount(), 1);
     {
