@@ -96,7 +96,7 @@ TEST(GSFileSpecBackupName, TildeNamesWhenAllStandardNamesAreTaken)
 }
 
 // The platform layer's own tests cover how files are exchanged, examined, removed and moved;
-// these cover what the spec adds: which way the old content goes, the state's flags, the name the
+// these cover what a file spec adds: which way the old content goes, the state's flags, the name the
 // spec takes after a rename, and invalid specs.
 TEST(GSFileSpecItem, ExchangeStateRemoveAndRename)
 {
