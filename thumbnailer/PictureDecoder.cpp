@@ -379,6 +379,17 @@ PictureStatus decodePng(std::uint8_t const* bytes, std::size_t count, GSThumbnai
     return decodeOpenedPng(png, ihdr, image);
 }
 
+// A buffer for one row of rowBytes, and the decoder started to hand out rows one at a time.
+PictureStatus startRows(PngContext& png, int fmt, std::size_t rowBytes, std::unique_ptr<std::uint8_t[]>* row)
+{
+    row->reset(new (std::nothrow) std::uint8_t[rowBytes]);
+    if (!*row)
+        return PictureStatus::noMemory;
+    if (int error = spng_decode_image(png.ctx, nullptr, 0, fmt, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE))
+        return pngStatus(error);
+    return PictureStatus::ok;
+}
+
 // Adam7: where each of the seven passes starts and how far apart its pixels are.
 constexpr std::uint32_t kPassFirstX[7] = {0, 4, 0, 2, 0, 1, 0};
 constexpr std::uint32_t kPassStepX[7] = {8, 8, 4, 4, 2, 2, 1};
@@ -388,11 +399,9 @@ PictureStatus deliverPasses(PngContext& png, spng_ihdr const& ihdr, int fmt, int
                             PngRowSink* sink)
 {
     std::size_t const rowBytes = std::size_t(ihdr.width) * std::size_t(channels);
-    std::unique_ptr<std::uint8_t[]> row(new (std::nothrow) std::uint8_t[rowBytes]);
-    if (!row)
-        return PictureStatus::noMemory;
-    if (int error = spng_decode_image(png.ctx, nullptr, 0, fmt, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE))
-        return pngStatus(error);
+    std::unique_ptr<std::uint8_t[]> row;
+    if (PictureStatus st = startRows(png, fmt, rowBytes, &row); st != PictureStatus::ok)
+        return st;
     for (std::uint32_t n = 1;; ++n) {
         if (n % 16 == 0 && deadline.passed())
             return PictureStatus::timedOut;
@@ -465,11 +474,9 @@ PictureStatus decodePngRowsFrom(PngInput const& input, GSThumbnailLimits const& 
                                      : deliverDeinterlaced(png, ihdr, rgb, limits, sink);
 
     std::size_t const rowBytes = std::size_t(ihdr.width) * std::size_t(channels);
-    std::unique_ptr<std::uint8_t[]> row(new (std::nothrow) std::uint8_t[rowBytes]);
-    if (!row)
-        return PictureStatus::noMemory;
-    if (int error = spng_decode_image(png.ctx, nullptr, 0, fmt, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE))
-        return pngStatus(error);
+    std::unique_ptr<std::uint8_t[]> row;
+    if (PictureStatus st = startRows(png, fmt, rowBytes, &row); st != PictureStatus::ok)
+        return st;
     for (std::uint32_t y = 0; y < ihdr.height; ++y) {
         if (y % 16 == 15 && deadline.passed())
             return PictureStatus::timedOut;
