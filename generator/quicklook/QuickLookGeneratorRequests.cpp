@@ -90,14 +90,14 @@ short GenerateFillCGImage(CFURLRef url, GSDynaArray<unsigned char>* bytes, GSCFT
     // Reading a document with two object tables is the merging read's misuse, as in GSGetThumbnail.
     if (found.reason == GSThumbnailReason::kDuplicateObjectTable)
         throw bad_file();
-    short const status = 0;
+    // From here on the file opened: the status is 0, with or without a picture.
     if (found.format == GSPictureFormat::none)
-        return status;
+        return 0;
     // The provider reads the buffer in place; the caller keeps the buffer until after drawing.
     GSCFTypeRef<CGDataProviderRef> provider(
         CGDataProviderCreateWithData(nullptr, bytes->getPointer(), static_cast<size_t>(bytes->getCount()), nullptr));
     if (!provider)
-        return status;
+        return 0;
     if (found.format == GSPictureFormat::png)
         image->set(CGImageCreateWithPNGDataProvider(provider.get(), nullptr, true, kCGRenderingIntentPerceptual));
     else
@@ -108,7 +108,7 @@ short GenerateFillCGImage(CFURLRef url, GSDynaArray<unsigned char>* bytes, GSCFT
         if (width > limits.maxWidth || height > limits.maxHeight || width * height > limits.maxPixels)
             image->set(nullptr);
     }
-    return status;
+    return 0;
 }
 
 // An exception must not reach the service, which is C: the requests catch everything at their
