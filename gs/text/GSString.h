@@ -1,57 +1,274 @@
 // GSString: the text type of every interface of the library: a run of 8-bit code units, always
 // zero-terminated, plus a one-byte encoding tag that says how to read them.
 //
-// Encoding tags: 0 Windows code page, 1 Mac code page, 2 code page without tables,
-// 3 PostScript code page, 100 UTF-8 (the default of a new string).
+// Encoding tags (kept in every string and written to files):
+//   0 Windows code page   1 Mac code page (the native one)   2 code page without tables (bytes are
+//   taken and given unconverted)   3 PostScript code page (read through its own table, written
+//   through the Windows one)   100 UTF-8 (the default)   101 UTF-16 units in the machine's byte
+//   order, accepted only as the source of convertEncoding.
+// Every tag up to 99 is a single-byte code page; above 99 the text is UTF-8.
 //
-// This is the core of the type: storage, comparison, the UTF-8 check and the binary file form.
-// Conversion between encodings and formatting build on it.
+// Storage, one of three modes:
+//   inline  up to 46 characters (47 bytes with the terminator) live inside the object: no allocation.
+//   shared  a reference-counted block (capacity, bytes in use, data) that copies share; a change
+//           to a shared block first makes a private one (copy on write), so a block that another
+//           string holds never changes. An empty string is shared mode without a block.
+//   fixed   a pointer to outside, zero-terminated text that the string does not own (it must
+//           outlive the string); its length is counted once, when first asked for. Any change
+//           first makes an owned copy.
+// A request for fewer than 48 bytes is met inline unless the string already has a block; a block
+// is never smaller than 48 bytes. An allocation failure empties the string and returns 1.
 //
 // Binary file form (count = data bytes including the terminating zero; an empty string has count 0):
-//   compact mode   tag (1 byte), count (compact signed), the count bytes
+//   compact mode   tag (1 byte), count (compact signed 64-bit), the count bytes
 //   classic        empty: int16 0. Otherwise int16 ~tag, count (int32), the count bytes.
 //                  A positive int16 n is the older form: n is the count, the tag is 0 (Windows).
+// A code-page string read from a file is converted to the Mac code page (tag 1).
+//
+// Indices are byte indices into the code units. Comparisons return negative, zero or positive.
+// Caseless comparison maps characters with towupper() of the process locale: the library never
+// calls setlocale, so a program that wants caseless comparison beyond ASCII sets its locale first.
 #pragma once
 
-#include <string>
+#include "gs/object/GSFixArray.h"
+#include "gs/object/GSObject.h"
+#include "gs/util/GSRange.h"
 
 class GSFile;
 
+// The shared block of a GSString: a GSObject for its atomic reference count.
+class GSStringBuffer final : public GSObject {
+public:
+    // A block of `capacity` bytes holding an empty text, retained once for its creator; null when
+    // the allocation fails.
+    static GSStringBuffer* create(long capacity) noexcept;
+    ~GSStringBuffer() override;
+
+    long capacity = 0;
+    long used = 0; // bytes in use, counting the terminating zero
+    char* data = nullptr;
+};
+
+// A Pascal string of up to 255 UTF-16 units, laid out as the platform's HFS name record.
+struct GSHFSUniStr255 {
+    unsigned short length;
+    unsigned short unicode[255];
+};
+
 class GSString {
 public:
-    enum : unsigned char { kWindows = 0, kMac = 1, kNoTables = 2, kPostScript = 3, kUTF8 = 100 };
+    enum : unsigned char {
+        kWindows = 0, kMac = 1, kNoTables = 2, kPostScript = 3, kUTF8 = 100, kUTF16 = 101
+    };
+    enum StorageMode : unsigned char { kShared = 0, kFixed = 1, kInline = 2 };
+    static constexpr long kInlineBytes = 47; // bytes inside the object, the terminator included
 
-    GSString() = default;
-    GSString(char const* text, unsigned char encoding = kUTF8);
-    GSString(char const* bytes, long length, unsigned char encoding);
+    // --- Construction -------------------------------------------------------------------------
+    GSString() noexcept {}
+    // A zero-terminated UTF-8 text (null: empty).
+    GSString(char const* text);
+    // `length` bytes of `text` in `encoding` (see init).
+    GSString(char const* text, long length, int encoding);
+    // UTF-16 units (a negative count runs to the first zero unit), stored as UTF-8. A high
+    // surrogate with a low one makes one character; a lone low surrogate, a high one at the end, or
+    // a high one followed by anything else gives U+0020, and in the last case the following unit is
+    // swallowed with it.
+    GSString(unsigned short const* units, long count);
+    // UTF-32 units (a negative count runs to the first zero), stored as UTF-8 unchecked.
+    GSString(unsigned int const* units, long count);
+    // A fixed string over outside text that must outlive it and every copy of it.
+    static GSString fixed(char const* text, int encoding = kUTF8) noexcept;
 
-    char const* c_str() const { return bytes.c_str(); }
-    long getLength() const { return static_cast<long>(bytes.size()); }
-    bool isEmpty() const { return bytes.empty(); }
-    unsigned char getEncoding() const { return encoding; }
-    void setEncoding(unsigned char e) { encoding = e; }
+    GSString(GSString const& other) noexcept;
+    GSString(GSString&& other) noexcept;
+    GSString& operator=(GSString const& other) noexcept;
+    GSString& operator=(GSString&& other) noexcept;
+    ~GSString();
 
-    void clear() { bytes.clear(); }
-    void append(char const* data, long length) { bytes.append(data, static_cast<size_t>(length)); }
-    void append(char c) { bytes.push_back(c); }
-    GSString& operator+=(GSString const& other) { bytes += other.bytes; return *this; }
+    // Replaces the contents. A negative encoding stores tag 1; -2 asks for detection: tag 100 when
+    // the bytes are valid UTF-8, else 1. A null text or length 0 gives an empty string; a negative
+    // length takes the text up to its zero terminator. 1 when storage cannot be had.
+    short init(char const* text, long length, int encoding);
+    short initFromCString(char const* text, int encoding);
 
-    // Byte-wise comparison of the code units (negative, zero or positive); the tag is not compared.
-    int compare(GSString const& other) const { return bytes.compare(other.bytes); }
-    bool operator==(GSString const& other) const { return bytes == other.bytes; }
-    bool operator!=(GSString const& other) const { return bytes != other.bytes; }
+    // --- Storage -------------------------------------------------------------------------------
+    char const* c_str() const noexcept;
+    long getLength() const noexcept;
+    bool isEmpty() const noexcept { return getLength() == 0; }
+    // 47 for an inline string, length + 1 for a fixed one, the block's capacity for a shared one,
+    // 0 for an empty one.
+    long getSize() const noexcept;
+    StorageMode getStorageMode() const noexcept { return static_cast<StorageMode>(mode); }
+    int getEncoding() const noexcept { return encoding; }
+    // Sets the tag without touching the bytes.
+    void setEncoding(int e) noexcept { encoding = static_cast<unsigned char>(e); }
+    static int getNativeEncoding() noexcept { return kMac; }
+    static int getPreferredEncoding() noexcept { return kUTF8; }
 
-    // True when the bytes form valid UTF-8 (no overlong forms, no surrogates, at most U+10FFFF).
-    bool isValidUTF8() const { return isValidUTF8(bytes.data(), static_cast<long>(bytes.size())); }
-    static bool isValidUTF8(char const* data, long length);
+    // Growth step for a request of n bytes: n + 16 below 16, else 2n.
+    static long calcNewSize(long n) noexcept { return n < 16 ? n + 16 : 2 * n; }
+    // Reserves room for n characters: nothing below 48, else an owned block of 2n + 2 bytes.
+    short setSize(long n);
+    // Makes the storage this string's own with room for at least minSize bytes (terminator
+    // included), allocating newSize bytes when a block is needed, keeping the contents when `keep`
+    // is set. 1 (and an empty string) when the allocation fails.
+    short createOwnData(long minSize, long newSize, short keep);
+    // Turns a fixed string into an owned copy.
+    short createNonFixData();
+    // Empties the string: back to shared mode without a block. The tag stays.
+    void releaseData() noexcept;
 
-    // The binary file form above. read() checks the count against the bytes left in the file
-    // before taking them; a failed read returns its status and leaves the string empty. Data whose
-    // last byte is not zero reads as an empty string with status 0.
+    // --- Appending (the base that conversion and reading build on) -----------------------------
+    short add(char const* bytes, long n);
+    short add(char c) { return add(&c, 1); }
+    short add(GSString const& other) { return add(other.c_str(), other.getLength()); }
+    GSString& operator+=(GSString const& other);
+    // Appends one code point as UTF-8 (up to six bytes, values up to 0x7FFFFFFF).
+    short addUnicodeChar(unsigned int c);
+    // The text from `start`, `length` bytes, clamped to the string; same tag.
+    GSString getSubstring(long start, long length) const;
+
+    // --- Encodings and conversion --------------------------------------------------------------
+    // The 256-entry table to Unicode for tags 0, 1 and 3; null otherwise.
+    static unsigned short const* getToUnicodeTableForEncoding(int tag) noexcept;
+    // The sorted (Unicode, byte) pair table from Unicode: Windows for tags 0 and 3, Mac for 1;
+    // null otherwise. *count receives the number of pairs.
+    static unsigned short const* getFromUnicodeTableForEncoding(int tag, int* count) noexcept;
+    // The code-page text of one character: a one-byte text, "fi"/"fl" for the ligatures, or null
+    // when it is not representable. Latin-1 characters missing from the pairs are their own byte.
+    static char const* getCharForUnicode(unsigned short const* pairs, int count, unsigned int c) noexcept;
+    // The precomposed letter of an ASCII base letter and a combining mark, or 0.
+    static unsigned int getCombinationWithDiacriticalMark(unsigned int base, unsigned int mark) noexcept;
+    // True for the 15 marks that the combining table knows.
+    static bool isCombiningDiacriticalMark(unsigned int c) noexcept;
+    // Appends the code-page bytes of one UTF-16 unit; a combining mark folds into the last byte.
+    // 1 (nothing appended) when the unit is not representable.
+    short addCharForUnicode(unsigned short const* pairs, int count, unsigned int u);
+    // Converts the text to `target` (0, 1, 2, 3 or 100; 101 only as a source). 1 when a character
+    // could not be represented (it is left out) or the text could not be read.
+    short convertEncoding(int target);
+    // Replaces the contents with `count` UTF-16 units of `units` in `range` (clamped), swapped from
+    // `byteOrder` (GSByteOrder values) and converted to `encoding`.
+    short convertRange(unsigned short const* units, long count, short byteOrder, short encoding,
+                       GSRange const& range);
+    // The character at byte `index` (read through the tag's table, or as lenient UTF-8); `next`
+    // receives the index after it. 0 at or past the end.
+    unsigned int getUnicodeChar(long index, long* next) const noexcept;
+    // Writes c as one or two UTF-16 units into out[0..1]; returns the count (0 when c is a
+    // surrogate code point or above U+10FFFF).
+    static int convertUniChar32To16(unsigned int c, unsigned short* out) noexcept;
+    // Fills up to `maximum` UTF-16 units; returns how many it wrote.
+    long fillUniChars(unsigned short* out, long maximum) const;
+    // UTF-16 units of the whole text / of a byte range, with the byte index of each unit.
+    short fillUniCharArray(GSFixArrayPointer<unsigned short, 256>* units,
+                           GSFixArrayPointer<int, 256>* indices) const;
+    short fillUniCharArrayWithRange(GSFixArrayPointer<unsigned short, 256>* units,
+                                    GSFixArrayPointer<int, 256>* indices, GSRange const& range) const;
+    // The byte range covered by units [unitRange) of an array made by fillUniCharArray.
+    GSRange getUTF8RangeForUniCharArray(GSFixArrayPointer<int, 256> const& indices,
+                                        GSRange const& unitRange) const;
+    // Pascal strings: length byte then up to 255 Mac code-page bytes / UTF-16 units.
+    short fillStr255(unsigned char* pascal) const;
+    short fillHFSUniStr255(GSHFSUniStr255* name) const;
+    short fromPStr(unsigned char const* pascal);
+    short fromHFSUniStr255(GSHFSUniStr255 const& name);
+
+    // True when the whole text reads as strict UTF-8 (a string without storage is not).
+    bool isValidUTF8() const noexcept;
+    static bool isMemoryUTF8(unsigned char const* bytes, long length) noexcept;
+
+    // --- Comparison ----------------------------------------------------------------------------
+    int compareValue(GSString const& other) const;
+    int compareValueSimple(GSString const& other) const;
+    int compareValueCount(GSString const& other, long n) const;
+    int compareValueRanges(GSString const& other, GSRange const& rangeA, GSRange const& rangeB) const;
+    int compareValueCaseless(GSString const& other) const { return compareValueCountCaseless(other, -1); }
+    int compareValueCountCaseless(GSString const& other, long n) const;
+    int compareValueCaselessSimple(GSString const& other) const;
+    int compareStringCaseless(GSString const& other) const;
+    int compareValueStartingCaseless(GSString const& start) const;
+    bool isEqualCount(GSString const& other, long n) const { return compareValueCount(other, n) == 0; }
+    bool isEqualCountCaseless(GSString const& other, long n) const
+    {
+        return compareValueCountCaseless(other, n) == 0;
+    }
+    // Natural order: caseless, with embedded numbers compared by value; pathMode limits the
+    // number search to the last path component.
+    int compareValueWithNumberCaseless(GSString const& other, short pathMode) const;
+    // 0 when `text` matches `pattern`, in which the byte `anyChar` stands for one character and
+    // `anyRun` for any run of characters (file search uses 2 and 1); caseless when `caseless` is set.
+    static int compareValueWildcard(GSString const& text, GSString const& pattern, char anyChar,
+                                    char anyRun, short caseless);
+    // Byte-exact equality of the texts (the tags are not compared).
+    bool operator==(GSString const& other) const noexcept;
+    bool operator!=(GSString const& other) const noexcept { return !(*this == other); }
+
+    // --- Characters and indices ----------------------------------------------------------------
+    static bool isSpace(unsigned int c) noexcept;
+    static bool isTabulator(unsigned int c) noexcept;
+    static bool isReturn(unsigned int c) noexcept;
+    static bool isWhiteSpace(unsigned int c) noexcept;
+    static bool isParagraphEnd(unsigned int c) noexcept;
+    static bool isVisualParagraphEnd(unsigned int c) noexcept;
+    static bool isDigit(unsigned int c) noexcept;
+    static bool isDecimalPoint(unsigned int c) noexcept;
+    static bool isUniCharWordLetter(unsigned int c) noexcept;
+    static bool isUniCharWordDelimiter(unsigned int c) noexcept;
+    static unsigned int toUpperUnicode(unsigned int c) noexcept;
+    static unsigned int toLowerUnicode(unsigned int c) noexcept;
+    // The kind of a character by the locale's classes (see GSCharKind in the implementation).
+    static int getCharKind(unsigned int c) noexcept;
+    // The class of the character at a byte index (UTF-8 read at the index, code pages by byte).
+    bool isWhiteSpace(long index) const noexcept;
+    bool isWordDelimiter(long index) const noexcept;
+    // UTF-8 index helpers (code-page strings use the index as it is).
+    long getValidStartIndexForIndex(long index) const noexcept;
+    long getValidEndIndexForIndex(long index) const noexcept;
+    long nextValidIndex(long index) const noexcept;
+    long previousValidIndex(long index) const noexcept;
+    long getCharCountForIndex(long index) const noexcept;
+    // The word, delimiter run or single white-space character around a byte index.
+    GSRange getWordRangeForIndex(long index) const;
+    // The index of the last `c`, searching back from `start` (negative: the end); -1 if none.
+    long findCharRev(char c, long start = -1) const noexcept;
+    // Parses a signed integer at `start` (see the number rules in the implementation).
+    int getBasicLongValue(long start, long* end, long* usedEnd) const noexcept;
+
+    // --- Files ---------------------------------------------------------------------------------
+    // The binary file form above. read() checks the count against the bytes left in the file before
+    // taking them; a failed read returns its status and leaves the string empty. Data whose last
+    // byte is not zero reads as an empty string with status 0.
     [[nodiscard]] short read(GSFile* file);
     [[nodiscard]] short write(GSFile* file) const;
+    // A fixed field of n bytes; the text ends at the last zero byte among them (n when none).
+    [[nodiscard]] short readStringWithLength(GSFile* file, int n);
+    // A fixed field of n UTF-16 units in `byteOrder`; the text ends at the last zero unit.
+    [[nodiscard]] short readUnicodeStringWithLength(GSFile* file, int n, short byteOrder);
 
 private:
-    std::string bytes;
+    friend class GSStringUniCharEnumerator;
+    friend class GSStringCombiningUniCharEnumerator;
+
+    char* ownData() noexcept; // the writable bytes, after createOwnData
+    void setUsed(long used) noexcept; // bytes in use with the terminator; writes the terminator
+    short appendUTF16(unsigned short const* units, long count);
+
+    GSStringBuffer* buffer = nullptr;
+    union Area {
+        struct {
+            unsigned char used;
+            char data[kInlineBytes];
+        } in;
+        struct {
+            char const* text;
+            long length; // -1 until first counted
+        } fix;
+    };
+    mutable Area area{};
+    unsigned char mode = kShared;
     unsigned char encoding = kUTF8;
 };
+
+// Sort callbacks on two GSString pointers: the whole-string caseless order and its reverse.
+int GSStringCompareAscendingCaseless(void const* a, void const* b);
+int GSStringCompareDescendingCaseless(void const* a, void const* b);
