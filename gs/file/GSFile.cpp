@@ -512,7 +512,7 @@ int GSFile::getChar()
 short GSFile::getString(GSString* s, int maximum)
 {
     if (!worker) {
-        s->clear();
+        s->releaseData();
         return 1;
     }
     return worker->getString(s, maximum);

@@ -89,7 +89,7 @@ int GSFileWorker::getChar()
 
 short GSFileWorker::getString(GSString* s, int maximum)
 {
-    s->clear();
+    s->releaseData();
     short status = 0;
     // Raw bytes: a line end is kept as it is in the file.
     for (long taken = 0; taken < static_cast<long>(maximum) - 1; ++taken) {
@@ -100,7 +100,7 @@ short GSFileWorker::getString(GSString* s, int maximum)
         }
         if (c == 0)
             break;
-        s->append(static_cast<char>(c));
+        (void)s->add(static_cast<char>(c));
         if (c == 10)
             break;
     }

@@ -9,14 +9,14 @@ GSFileSpec::GSFileSpec(GSString const& p)
 {
     std::string absolute;
     if (!p.isEmpty() && GSPlatformMakeAbsolutePath(p.c_str(), &absolute) == 0)
-        path = GSString(absolute.c_str(), p.getEncoding());
+        path = GSString(absolute.c_str(), -1, p.getEncoding());
 }
 
 GSString GSFileSpec::getFilename() const
 {
     char const* s = path.c_str();
     char const* slash = std::strrchr(s, '/');
-    return GSString(slash ? slash + 1 : s, path.getEncoding());
+    return GSString(slash ? slash + 1 : s, -1, path.getEncoding());
 }
 
 GSString GSFileSpec::getExtension() const
@@ -25,7 +25,7 @@ GSString GSFileSpec::getExtension() const
     char const* dot = std::strrchr(name.c_str(), '.');
     if (!dot || dot == name.c_str())
         return GSString();
-    return GSString(dot + 1, name.getEncoding());
+    return GSString(dot + 1, -1, name.getEncoding());
 }
 
 GSString GSFileSpec::getFolderPath() const
@@ -35,6 +35,6 @@ GSString GSFileSpec::getFolderPath() const
     if (!slash)
         return GSString();
     if (slash == s)
-        return GSString("/", path.getEncoding());
+        return GSString("/", 1, path.getEncoding());
     return GSString(s, slash - s, path.getEncoding());
 }

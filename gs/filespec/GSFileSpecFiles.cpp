@@ -60,7 +60,7 @@ void GSFileSpec::setFilename(GSString const& name)
     if (joined.empty() || joined.back() != '/')
         joined += '/';
     joined += name.c_str();
-    path = GSString(joined.c_str(), path.getEncoding());
+    path = GSString(joined.c_str(), -1, path.getEncoding());
 }
 
 short GSFileSpec::fillState(GSFileState* state) const
@@ -137,7 +137,7 @@ short GSFileSpec::createTemporaryFilename(GSString const& extension)
     for (int attempt = 0; attempt < 10000; ++attempt) {
         GSString name = getTemporaryFilename();
         if (!extension.isEmpty()) {
-            name.append('.');
+            (void)name.add('.');
             name += extension;
         }
         GSFileSpec candidate(*this);
@@ -169,7 +169,7 @@ bool GSFileSpec::createStandardBackupSpec(GSFileSpec* backup) const
     *backup = *this;
     for (int round = 0; round < 1000; ++round) {
         std::string name = round == 0 ? base : base + std::to_string(round);
-        backup->setFilename(GSString(name.c_str(), path.getEncoding()));
+        backup->setFilename(GSString(name.c_str(), -1, path.getEncoding()));
         if (backup->removeBackupSpec())
             return true;
     }
@@ -186,7 +186,7 @@ bool GSFileSpec::createBackupSpec(GSFileSpec* backup) const
     for (int round = 1; round < 1000; ++round) {
         stem += '~';
         std::string name = extension.empty() ? stem : stem + "." + extension;
-        backup->setFilename(GSString(name.c_str(), path.getEncoding()));
+        backup->setFilename(GSString(name.c_str(), -1, path.getEncoding()));
         if (backup->removeBackupSpec())
             return true;
     }

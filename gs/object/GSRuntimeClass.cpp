@@ -48,14 +48,14 @@ short GSRuntimeClass::insertIntoChain(GSRuntimeClass* c)
     auto& classes = registry();
     long count = classes.getCount();
     long at = 0;
-    if (count > 0 && c->getName().compare(classes[0]->getName()) > 0) {
+    if (count > 0 && c->getName().compareValueSimple(classes[0]->getName()) > 0) {
         long low = 0;
         long high = count - 1;
         long mid = 0;
         int last = 0;
         while (low <= high) {
             mid = (low + high) / 2;
-            last = c->getName().compare(classes[mid]->getName());
+            last = c->getName().compareValueSimple(classes[mid]->getName());
             if (last == 0)
                 break;
             if (last > 0)

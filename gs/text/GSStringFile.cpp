@@ -1,19 +1,21 @@
-// The binary file form of GSString (layout in GSString.h).
+// The binary file forms of GSString (layout in GSString.h) and the fixed-width fields.
 #include "gs/text/GSString.h"
 
 #include "gs/file/GSFile.h"
+#include "gs/util/GSByteOrder.h"
 
+#include <bit>
+#include <memory>
 #include <new>
 
 namespace {
 
-bool isASCII(GSString const& s)
+// A count taken from the file must fit in what is left of its record before anything is
+// allocated for it.
+bool fitsInFile(GSFile* file, long bytes)
 {
-    char const* p = s.c_str();
-    for (long i = 0; i < s.getLength(); ++i)
-        if (static_cast<unsigned char>(p[i]) >= 0x80)
-            return false;
-    return true;
+    long const left = file->getBytesLeft();
+    return bytes >= 0 && left >= 0 && bytes <= left;
 }
 
 } // namespace
@@ -22,7 +24,7 @@ short GSString::write(GSFile* file) const
 {
     if (!file)
         return 1;
-    long count = bytes.empty() ? 0 : getLength() + 1;
+    long const count = isEmpty() ? 0 : getLength() + 1;
     if (file->getUse64Bit()) {
         if (short st = file->writeChar(static_cast<char>(encoding)))
             return st;
@@ -40,15 +42,15 @@ short GSString::write(GSFile* file) const
             return st;
     }
     // The data and its terminating zero.
-    return count ? file->write(bytes.c_str(), count) : 0;
+    return count ? file->write(c_str(), count) : 0;
 }
 
 short GSString::read(GSFile* file)
 {
-    bytes.clear();
+    releaseData();
     if (!file)
         return 1;
-    unsigned char tag = 0;
+    int tag = kWindows;
     long count = 0;
     if (file->getUse64Bit()) {
         char t;
@@ -61,8 +63,10 @@ short GSString::read(GSFile* file)
         short first;
         if (short st = file->readShort(&first))
             return st;
-        if (first == 0)
+        if (first == 0) {
+            encoding = kUTF8;
             return 0;
+        }
         if (first > 0) {
             count = first;
         } else {
@@ -73,25 +77,76 @@ short GSString::read(GSFile* file)
             count = n;
         }
     }
+    encoding = static_cast<unsigned char>(tag);
     if (count == 0) {
-        encoding = tag;
+        if (encoding <= 99)
+            encoding = kMac;
         return 0;
     }
-    // The count comes from the file: it must fit in what is left of its record.
-    long const left = file->getBytesLeft();
-    if (count < 0 || left < 0 || count > left)
+    if (!fitsInFile(file, count))
         return 1;
-    char* data = new (std::nothrow) char[static_cast<size_t>(count)];
-    if (!data)
+    if (createOwnData(count, calcNewSize(count), 0))
         return 1;
-    short st = file->read(data, count);
-    if (st == 0 && data[count - 1] == 0) {
-        bytes.assign(data, static_cast<size_t>(count - 1));
-        encoding = tag;
-        // Code-page text is kept in the Mac code page; for ASCII text that is the same bytes.
-        if (encoding <= 99 && isASCII(*this))
-            encoding = kMac;
+    if (short st = file->read(ownData(), count)) {
+        releaseData();
+        return st;
     }
-    delete[] data;
-    return st;
+    // Data that does not end in its terminator is not taken, but the read itself succeeded.
+    if (ownData()[count - 1] != 0) {
+        releaseData();
+        return 0;
+    }
+    setUsed(count);
+    // Code-page text is kept in the Mac code page.
+    if (encoding <= 99)
+        (void)convertEncoding(kMac);
+    return 0;
+}
+
+short GSString::readStringWithLength(GSFile* file, int n)
+{
+    if (!file || n < 0 || !fitsInFile(file, n))
+        return 1;
+    std::unique_ptr<char[]> bytes(new (std::nothrow) char[static_cast<size_t>(n) + 1]);
+    if (!bytes)
+        return 1;
+    long length = n;
+    for (int i = 0; i < n; ++i) {
+        if (short st = file->readChar(&bytes[i]))
+            return st;
+    }
+    // The text ends at the last zero of the field, not the first: older writers padded with
+    // zeros after a zero-terminated text that could itself hold zeros.
+    for (long i = n - 1; i >= 0; --i) {
+        if (bytes[i] == 0) {
+            length = i;
+            break;
+        }
+    }
+    return init(bytes.get(), length, -2);
+}
+
+short GSString::readUnicodeStringWithLength(GSFile* file, int n, short byteOrder)
+{
+    if (!file || n < 0 || !fitsInFile(file, 2L * n))
+        return 1;
+    std::unique_ptr<unsigned short[]> units(new (std::nothrow) unsigned short[static_cast<size_t>(n) + 1]);
+    if (!units)
+        return 1;
+    for (int i = 0; i < n; ++i) {
+        if (short st = file->read(&units[i], 2))
+            return st;
+    }
+    long length = n;
+    for (long i = n - 1; i >= 0; --i) {
+        if (units[i] == 0) {
+            length = i;
+            break;
+        }
+    }
+    int const machine = std::endian::native == std::endian::big ? GSByteOrderBig : GSByteOrderLittle;
+    GSSwapUSHORTArray(units.get(), length, byteOrder, machine);
+    GSString text(units.get(), length);
+    *this = std::move(text);
+    return 0;
 }

@@ -56,8 +56,8 @@ TEST(GSStringFile, GoldenBytesInBothFramings)
     EXPECT_EQ(written(GSString("GSObject"), 1), "64 09 47 53 4F 62 6A 65 63 74 00");
     EXPECT_EQ(written(GSString(), 0), "00 00");
     EXPECT_EQ(written(GSString(), 1), "64 00");
-    EXPECT_EQ(written(GSString("Ab", GSString::kMac), 0), "FF FE 00 00 00 03 41 62 00");
-    EXPECT_EQ(written(GSString("Ab", GSString::kWindows), 1), "00 03 41 62 00");
+    EXPECT_EQ(written(GSString("Ab", 2, GSString::kMac), 0), "FF FE 00 00 00 03 41 62 00");
+    EXPECT_EQ(written(GSString("Ab", 2, GSString::kWindows), 1), "00 03 41 62 00");
 }
 
 TEST(GSStringFile, ReadsEveryForm)
