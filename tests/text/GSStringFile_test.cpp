@@ -116,3 +116,45 @@ TEST(GSStringFile, RoundTripsLongAndBinaryText)
         EXPECT_EQ(std::string(s.c_str()), text);
     }
 }
+
+TEST(GSStringFile, CodePageTextIsKeptInTheMacCodePage)
+{
+    GSString s;
+    ASSERT_EQ(readBack("FF FF 00 00 00 03 E9 80 00", 0, &s), 0); // Windows é and the euro sign
+    EXPECT_EQ(s.getEncoding(), GSString::kMac);
+    EXPECT_STREQ(s.c_str(), "\x8E\xDB");
+}
+
+TEST(GSStringFile, FixedWidthFieldsEndAtTheirLastZero)
+{
+    struct Case {
+        char const* what;
+        std::string hex;
+        int n;
+        short unicode; // 0: bytes; else the byte order of the units
+        std::string bytes;
+        int encoding;
+    } const cases[] = {
+        {"bytes: the last zero ends it", "61 62 00 63 00", 5, 0, std::string("ab\0c", 4), 100},
+        {"bytes: no zero", "61 62", 2, 0, "ab", 100},
+        {"bytes: not UTF-8", "E9 00 00", 3, 0, std::string("\xE9\0", 2), 1},
+        {"big-endian units; a broken surrogate pair loses its partner", "00 41 D8 00 00 42 00 00", 4,
+         GSByteOrderBig + 1, "A ", 100},
+        {"little-endian units", "41 00 E9 00", 2, GSByteOrderLittle + 1, "A\xC3\xA9", 100},
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.what);
+        ReadFile r(c.hex);
+        GSString s("old");
+        short const st = c.unicode ? s.readUnicodeStringWithLength(&r.f, c.n, short(c.unicode - 1))
+                                   : s.readStringWithLength(&r.f, c.n);
+        EXPECT_EQ(st, 0);
+        EXPECT_EQ(std::string(s.c_str(), size_t(s.getLength())), c.bytes);
+        EXPECT_EQ(s.getEncoding(), c.encoding);
+    }
+    ReadFile r("61 62");
+    GSString s("kept");
+    EXPECT_NE(s.readStringWithLength(&r.f, 3), 0);
+    EXPECT_NE(s.readUnicodeStringWithLength(&r.f, 2, GSByteOrderBig), 0);
+    EXPECT_STREQ(s.c_str(), "kept");
+}
