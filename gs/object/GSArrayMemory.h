@@ -1,6 +1,7 @@
-// Storage allocation for the library's arrays (GSDynaArray, GSFixArray, GSArray and its subclasses).
+// Storage allocation for the library's arrays (GSDynaArray, GSFixArray, GSArray and its subclasses)
+// and for the blocks of GSString.
 //
-// All array storage comes from the C allocator through these three functions, so that a test can
+// All such storage comes from the C allocator through these three functions, so that a test can
 // make any allocation fail: an installed hook is asked before every allocation and reallocation
 // and vetoes it by returning false. A vetoed or failed allocation returns null and leaves a block
 // being reallocated untouched; the arrays turn that into status 1.

@@ -1,6 +1,8 @@
 // GSString storage: the three modes, copy on write, growth and appending (rules in GSString.h).
 #include "gs/text/GSString.h"
 
+#include "gs/object/GSArrayMemory.h"
+
 #include <algorithm>
 #include <cstring>
 #include <new>
@@ -20,7 +22,7 @@ GSStringBuffer* GSStringBuffer::create(long capacity) noexcept
     auto* block = new (std::nothrow) GSStringBuffer;
     if (!block)
         return nullptr;
-    block->data = new (std::nothrow) char[static_cast<size_t>(capacity)];
+    block->data = static_cast<char*>(GSArrayAllocate(static_cast<size_t>(capacity)));
     if (!block->data) {
         delete block;
         return nullptr;
@@ -34,7 +36,7 @@ GSStringBuffer* GSStringBuffer::create(long capacity) noexcept
 
 GSStringBuffer::~GSStringBuffer()
 {
-    delete[] data;
+    GSArrayFree(data);
 }
 
 // --- Construction -------------------------------------------------------------------------------
@@ -243,18 +245,15 @@ short GSString::createOwnData(long minSize, long newSize, short keep)
             return 0;
         // Our own block, too small: grow it in place.
         long const capacity = std::max({newSize, minSize, kMinimumBlock});
-        char* data = new (std::nothrow) char[static_cast<size_t>(capacity)];
+        auto* data = static_cast<char*>(GSArrayReallocate(buffer->data, static_cast<size_t>(capacity)));
         if (!data) {
             releaseData();
             return 1;
         }
-        if (keep) {
-            std::memcpy(data, buffer->data, static_cast<size_t>(buffer->used));
-        } else {
+        if (!keep) {
             buffer->used = 1;
             data[0] = 0;
         }
-        delete[] buffer->data;
         buffer->data = data;
         buffer->capacity = capacity;
         return 0;
