@@ -240,6 +240,9 @@ short GSString::createOwnData(long minSize, long newSize, short keep)
         releaseData();
         return 1;
     }
+    // Kept contents need their room, whatever the caller asks for.
+    if (keep)
+        minSize = std::max(minSize, getLength() + 1);
     if (mode == kShared && buffer && buffer->getRefCount() < 2) {
         if (buffer->capacity >= minSize)
             return 0;
