@@ -1,7 +1,8 @@
 // The one generator of sample and seed documents, all written with the test support library.
 //
-// Committed files: the sample documents of examples/ and the seed corpora of the thumbnail and
-// object-table fuzz targets (fuzz/corpus/thumbnail/, fuzz/corpus/objecttable/); in a build with the
+// Committed files: the sample documents of examples/ and the seed corpora of the thumbnail,
+// object-table and string fuzz targets (fuzz/corpus/thumbnail/, fuzz/corpus/objecttable/,
+// fuzz/corpus/string/); in a build with the
 // thumbnailer also those of the decode fuzz target (fuzz/corpus/decode/), whose pictures TurboJPEG
 // and libspng encode. The other pictures come from tests/data/pictures/ (drawn by
 // tools/make_pictures.py).
@@ -12,6 +13,7 @@
 //                                      fuzz seeds and the benchmarks (tools/DesktopSamples.h); only
 //                                      in a build with the thumbnailer
 #include "tests/support/DocumentBuilder.h"
+#include "tests/support/Hex.h"
 #include "tests/support/ObjectDocuments.h"
 #ifdef QM_DESKTOP_SAMPLES
 #include "tools/DesktopSamples.h"
@@ -174,6 +176,19 @@ std::map<std::string, Bytes> corpus()
         b.documentID().raw({0xFF, 0xFF, 0x00, 0x0D, 0x00, 0x00});
         add("garbage-after-id", b.bytes());
     }
+    // String fields: a reader byte (0 classic, 1 compact, 2 byte fields, 3 UTF-16 fields), a field
+    // byte (width, and bit 7 for little-endian units), then the strings.
+    std::pair<char const*, char const*> const strings[] = {
+        {"classic", "00 00 FF 9B 00 00 00 03 C3 A9 00 00 00 00 03 41 42 00 FF FF 00 00 00 03 E9 80 00"},
+        {"classic-not-terminated", "00 00 FF 9C 00 00 00 02 41 42"},
+        {"compact", "01 00 64 04 61 62 63 00 00 03 8E 14 00 64 00"},
+        {"natural-names", "00 00 FF 9B 00 00 00 0E 66 69 6C 65 30 30 37 2F 61 31 30 2E 6A 00"},
+        {"words", "00 00 FF 9B 00 00 00 0C 61 62 2C E2 80 8B 20 2C CC 81 63 00"},
+        {"byte-fields", "02 05 61 62 00 63 00 E9 00 00 41 42"},
+        {"utf16-fields", "03 84 41 00 3D D8 00 DE 00 D8 41 00"},
+    };
+    for (auto const& [name, hex] : strings)
+        files[std::string("fuzz/corpus/string/") + name] = fromHex(hex);
     return files;
 }
 
