@@ -1,0 +1,521 @@
+#include "gs/text/GSCodePages.h"
+#include "gs/text/GSString.h"
+#include "gs/util/GSByteOrder.h"
+
+#include <gtest/gtest.h>
+
+#include <iconv.h>
+
+#include <bit>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::string bytes(GSString const& s) { return std::string(s.c_str(), static_cast<size_t>(s.getLength())); }
+
+GSString make(std::string const& b, int tag) { return GSString(b.data(), static_cast<long>(b.size()), tag); }
+
+// glibc's converter, the independent account of the public code pages. Empty when it cannot convert.
+std::string iconvert(char const* to, char const* from, std::string in)
+{
+    iconv_t cd = iconv_open(to, from);
+    if (cd == reinterpret_cast<iconv_t>(-1))
+        return {};
+    std::string out(16 + 4 * in.size(), '\0');
+    char* src = in.data();
+    size_t srcLeft = in.size();
+    char* dst = out.data();
+    size_t dstLeft = out.size();
+    size_t const r = iconv(cd, &src, &srcLeft, &dst, &dstLeft);
+    iconv_close(cd);
+    if (r == static_cast<size_t>(-1))
+        return {};
+    out.resize(out.size() - dstLeft);
+    return out;
+}
+
+} // namespace
+
+TEST(GSStringEncoding, ConversionCases)
+{
+    std::string const nul(1, '\0');
+    struct Case {
+        char const* what;
+        std::string in;
+        int from;
+        int to;
+        std::string out;
+        short result;
+    };
+    Case const cases[] = {
+        {"e + acute folds into one Windows byte", "e\xCC\x81", 100, 0, "\xE9", 0},
+        {"x + acute has no precomposed letter", "x\xCC\x81", 100, 0, "x", 1},
+        {"an accent after a non-ASCII letter", "\xC3\xA9\xCC\x81", 100, 0, "\xE9", 1},
+        {"an accent with nothing before it", "\xCC\x81z", 100, 0, "z", 1},
+        {"c + acute exists but not in Windows-1252: the c stays", "c\xCC\x81", 100, 0, "c", 1},
+        {"a mark the table lacks", "e\xCC\x85", 100, 0, "e", 1},
+        {"fi ligature written as two letters", "\xEF\xAC\x81", 100, 0, "fi", 0},
+        {"fl ligature in PostScript text, through the Windows pairs", "\xEF\xAC\x82", 100, 3, "fl", 0},
+        {"the Mac code page has the fi ligature itself", "\xEF\xAC\x81", 100, 1, "\xDE", 0},
+        {"plus-minus, superscript two and three are not Mac", "\xC2\xB1\xC2\xB2\xC2\xB3", 100, 1, "", 1},
+        {"plus-minus is Windows", "\xC2\xB1", 100, 0, "\xB1", 0},
+        {"a Latin-1 character missing from the Mac pairs is its own byte", "\xC2\xA6", 100, 1, "\xA6", 0},
+        {"Mac 0x14 reads as the Apple logo", "\x14", 1, 100, "\xEF\xA3\xBF", 0},
+        {"Mac 0xF0 reads as the Apple logo", "\xF0", 1, 100, "\xEF\xA3\xBF", 0},
+        {"the Apple logo is written as 0x14", "\xEF\xA3\xBF", 100, 1, "\x14", 0},
+        {"Mac 0xBD reads as the ohm sign", "\xBD", 1, 100, "\xE2\x84\xA6", 0},
+        {"the ohm sign is written as 0xBD", "\xE2\x84\xA6", 100, 1, "\xBD", 0},
+        {"capital omega is not Mac", "\xCE\xA9", 100, 1, "", 1},
+        {"Mac 0xC6 reads as the increment sign", "\xC6", 1, 100, "\xE2\x88\x86", 0},
+        {"PostScript 0x60 reads as the left quote", "\x60'", 3, 100, "\xE2\x80\x98'", 0},
+        {"PostScript 0x60 is written back as Windows 0x91", "\x60", 3, 0, "\x91", 0},
+        {"PostScript 0xC7, 0xCA, 0xD0 keep their own rows", "\xC7\xCA\xD0", 3, 100, "\xCB\x86\xC2\xB0\xE2\x80\x9C", 0},
+        {"PostScript fi becomes two Windows letters", "\xAE", 3, 0, "fi", 0},
+        {"PostScript 0x80-0x9F is the Windows row", "\x80\x9F", 3, 100, "\xE2\x82\xAC\xC5\xB8", 0},
+        {"Windows text written as PostScript stays Windows", "\x91\x80", 0, 3, "\x91\x80", 0},
+        {"Windows bytes without a character keep their value", "\x81\x8D\x8F\x90\x9D", 0, 100,
+         "\xC2\x81\xC2\x8D\xC2\x8F\xC2\x90\xC2\x9D", 0},
+        {"and come back", "\xC2\x81\xC2\x9D", 100, 0, "\x81\x9D", 0},
+        {"Windows to Mac", "\xE9\x80\x96", 0, 1, "\x8E\xDB\xD0", 0},
+        {"Mac to Windows, the logo lost", "\x8E\xF0z", 1, 0, "\xE9z", 1},
+        {"tag 2 text folds an accent", "e\xCC\x81", 2, 0, "\xE9", 0},
+        {"a zero byte survives", "a" + nul + "b", 0, 100, "a" + nul + "b", 0},
+        {"surrogate code points are dropped", "a\xED\xA0\x80" "b", 100, 0, "ab", 0},
+        {"above U+FFFF: two unrepresentable units", "a\xF0\x9F\x98\x80", 100, 0, "a", 1},
+        {"a stray byte in UTF-8 text is read as itself", "a\xE9" "b", 100, 0, "a\xE9" "b", 0},
+        {"ASCII runs around other characters", "abcdefghijk\xC3\xA9lmnopqrstuvwxyz\xE2\x80\x9Cq", 100, 0,
+         "abcdefghijk\xE9lmnopqrstuvwxyz\x93q", 0},
+        {"a sequence cut by the end reads the terminator", "ab\xC3", 100, 0, "ab\xC0", 0},
+        {"no tables on either side: bytes unchanged", "\xC3\xA9\xFF", 100, 2, "\xC3\xA9\xFF", 0},
+        {"tag 2 to a code page reads UTF-8", "\xC3\xA9", 2, 0, "\xE9", 0},
+        {"a code page to tag 2 writes UTF-8", "\x8E", 1, 2, "\xC3\xA9", 0},
+        {"the same tag changes nothing", "\xFF\xFE", 1, 1, "\xFF\xFE", 0},
+        {"an empty text", "", 0, 100, "", 0},
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.what);
+        GSString s = make(c.in, c.from);
+        EXPECT_EQ(s.convertEncoding(c.to), c.result);
+        EXPECT_EQ(bytes(s), c.out);
+        EXPECT_EQ(s.getEncoding(), c.to);
+    }
+    GSString utf16 = make("a", 0);
+    EXPECT_EQ(utf16.convertEncoding(GSString::kUTF16), 1); // only a source
+    EXPECT_EQ(utf16.getEncoding(), 0);
+}
+
+TEST(GSStringEncoding, UTF16TextConvertsThroughUTF8)
+{
+    unsigned short const units[] = {0x0041, 0x00E9, 0xD83D, 0xDE00, 0x2018};
+    // Inline text starts at an odd address: the units need not be aligned.
+    GSString s = make(std::string(reinterpret_cast<char const*>(units), sizeof units), GSString::kUTF16);
+    GSString w(s);
+    EXPECT_EQ(s.convertEncoding(100), 0);
+    EXPECT_EQ(bytes(s), "A\xC3\xA9\xF0\x9F\x98\x80\xE2\x80\x98");
+    EXPECT_EQ(w.convertEncoding(0), 1); // the pair has no Windows byte
+    EXPECT_EQ(bytes(w), "A\xE9\x91");
+    EXPECT_EQ(w.getEncoding(), 0);
+}
+
+// The reader's rules, the kept ones included: no check for overlong forms, surrogates or values
+// above U+10FFFF, and a cut sequence reads as many continuation bytes as `available` allows.
+TEST(GSStringEncoding, UTF8ReadChar)
+{
+    struct Case {
+        char const* in;
+        long available;
+        short lenient;
+        unsigned int value;
+        long advance; // -1: the read fails
+    };
+    Case const cases[] = {
+        {"A", 0, 0, 0x41, 1},
+        {"\xC3\xA9", 1, 0, 0xE9, 2},
+        {"\xC3\x28", 1, 0, 3, -1},
+        {"\xC3\x28", 1, 1, 0xE8, 2},
+        {"\x80", 5, 0, 0, -1},
+        {"\xBF", 5, 1, 0xBF, 1},
+        {"\xFE\x80", 5, 1, 0xFE, 1},
+        {"\xFF\x80", 5, 0, 0, -1},
+        {"\xE2\x82\xAC", 2, 0, 0x20AC, 3},
+        {"\xF0\x9F\x98\x80", 3, 0, 0x1F600, 4},
+        {"\xF8\x88\x80\x80\x80", 4, 0, 0x200000, 5},
+        {"\xFC\x84\x80\x80\x80\x80", 5, 0, 0x4000000, 6},
+        {"\xC0\x80", 1, 0, 0, 2},
+        {"\xED\xA0\x80", 2, 0, 0xD800, 3},
+        {"\xF4\x90\x80\x80", 3, 0, 0x110000, 4},
+        {"\xE2\x82\xAC", 1, 0, 2, -1}, // too few: the lead byte's bits
+        {"\xE2\x82\xAC", 1, 1, 0x82, 2},
+        {"\xE2\x82\xAC", 0, 1, 2, 1},
+        {"\xC3", 1, 1, 0xC0, 2}, // the terminator taken as the continuation byte
+        {"\xE2\xC3\xAC", 2, 0, 2, -1},
+        {"\xE2\x82\xC3", 2, 0, 0x82, -1},
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.in);
+        auto const* p = reinterpret_cast<unsigned char const*>(c.in);
+        unsigned int value = 0xDEAD;
+        unsigned char const* next = GSUTF8ReadChar(p, c.available, c.lenient, &value);
+        EXPECT_EQ(next ? next - p : -1, c.advance);
+        EXPECT_EQ(value, c.value);
+    }
+}
+
+// Every byte of the Windows and Mac code pages reads as glibc reads it (but for the rows named
+// below) and is written back as itself (but for the two Mac rows named below). PostScript text is
+// written as Windows text: each of its characters comes back as glibc writes it in Windows-1252.
+TEST(GSStringEncoding, CodePagesRoundTripAgainstIconv)
+{
+    if (iconvert("UTF-8", "CP1252", "a").empty() || iconvert("UTF-8", "MACINTOSH", "a").empty())
+        GTEST_SKIP() << "glibc's CP1252 and MACINTOSH converters are not installed";
+    struct Page {
+        int tag;
+        char const* iconvName;
+        std::vector<std::pair<int, char const*>> ownReading; // byte, its UTF-8 where glibc differs
+        std::vector<std::pair<int, char const*>> ownWriting; // byte, what it is written back as
+    };
+    Page const pages[] = {
+        {0, "CP1252",
+         // glibc leaves these undefined; they keep their value.
+         {{0x81, "\xC2\x81"}, {0x8D, "\xC2\x8D"}, {0x8F, "\xC2\x8F"}, {0x90, "\xC2\x90"}, {0x9D, "\xC2\x9D"}},
+         {}},
+        {1, "MACINTOSH",
+         // The Apple logo also at 0x14; the ohm sign; glibc follows the older mapping of 0xC6
+         // (capital delta) and puts the logo at U+E01E.
+         {{0x14, "\xEF\xA3\xBF"}, {0xBD, "\xE2\x84\xA6"}, {0xC6, "\xE2\x88\x86"}, {0xF0, "\xEF\xA3\xBF"}},
+         {{0xB1, ""}, {0xF0, "\x14"}}},
+    };
+    for (Page const& page : pages) {
+        for (int b = 1; b < 256; ++b) {
+            SCOPED_TRACE(testing::Message() << page.iconvName << " byte " << b);
+            std::string const byte(1, static_cast<char>(b));
+            std::string reading = iconvert("UTF-8", page.iconvName, byte);
+            for (auto const& [row, own] : page.ownReading)
+                if (row == b)
+                    reading = own;
+            std::string writing = byte;
+            for (auto const& [row, own] : page.ownWriting)
+                if (row == b)
+                    writing = own;
+            GSString s = make(byte, page.tag);
+            EXPECT_EQ(s.convertEncoding(100), 0);
+            EXPECT_EQ(bytes(s), reading);
+            EXPECT_EQ(s.convertEncoding(page.tag), writing.empty() ? 1 : 0);
+            EXPECT_EQ(bytes(s), writing);
+        }
+    }
+    for (int b = 1; b < 256; ++b) {
+        SCOPED_TRACE(testing::Message() << "PostScript byte " << b);
+        GSString s = make(std::string(1, static_cast<char>(b)), 3);
+        ASSERT_EQ(s.convertEncoding(100), 0);
+        std::string const utf8 = bytes(s);
+        std::string expected = iconvert("CP1252", "UTF-8", utf8);
+        if (utf8 == "\xEF\xAC\x81" || utf8 == "\xEF\xAC\x82")
+            expected = utf8 == "\xEF\xAC\x81" ? "fi" : "fl";
+        else if (expected.empty() && utf8.size() == 2 && static_cast<unsigned char>(utf8[0]) == 0xC2)
+            expected = std::string(1, utf8[1]); // the five bytes Windows-1252 leaves undefined
+        GSString back = make(std::string(1, static_cast<char>(b)), 3);
+        EXPECT_EQ(back.convertEncoding(0), expected.empty() ? 1 : 0);
+        EXPECT_EQ(bytes(back), expected);
+    }
+}
+
+TEST(GSStringEncoding, PairTablesAreSortedForTheSearch)
+{
+    for (int tag : {0, 1}) {
+        int count = 0;
+        unsigned short const* pairs = GSString::getFromUnicodeTableForEncoding(tag, &count);
+        ASSERT_NE(pairs, nullptr);
+        EXPECT_EQ(count, tag == 0 ? 29 : 126);
+        for (int i = 1; i < count; ++i)
+            EXPECT_LT(pairs[2 * (i - 1)], pairs[2 * i]) << "tag " << tag << " pair " << i;
+    }
+    int count = -1;
+    EXPECT_EQ(GSString::getFromUnicodeTableForEncoding(3, &count), GSString::getFromUnicodeTableForEncoding(0, nullptr));
+    EXPECT_EQ(GSString::getFromUnicodeTableForEncoding(2, &count), nullptr);
+    EXPECT_EQ(count, 0);
+    EXPECT_EQ(GSString::getToUnicodeTableForEncoding(3), GSCodePages::_psToUnicode);
+    EXPECT_EQ(GSString::getToUnicodeTableForEncoding(2), nullptr);
+    EXPECT_EQ(GSString::getToUnicodeTableForEncoding(100), nullptr);
+}
+
+TEST(GSStringEncoding, CharForUnicode)
+{
+    int macCount;
+    unsigned short const* mac = GSString::getFromUnicodeTableForEncoding(1, &macCount);
+    struct Case {
+        unsigned int c;
+        char const* text; // null: not representable
+    };
+    Case const cases[] = {
+        {0x41, "A"},   {0xC4, "\x80"}, {0x2126, "\xBD"}, {0xF8FF, "\x14"}, {0x02C7, "\xFF"}, {0xFB02, "\xDF"},
+        {0xA6, "\xA6"}, {0xB1, nullptr}, {0xB3, nullptr}, {0x100, nullptr}, {0x10041, nullptr},
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.c);
+        char const* text = GSString::getCharForUnicode(mac, macCount, c.c);
+        if (c.text)
+            EXPECT_STREQ(text, c.text);
+        else
+            EXPECT_EQ(text, nullptr);
+    }
+    EXPECT_STREQ(GSString::getCharForUnicode(GSCodePages::_unicodeToWin, 29, 0xFB01), "fi");
+    EXPECT_STREQ(GSString::getCharForUnicode(nullptr, 0, 0xE9), "\xE9");
+}
+
+TEST(GSStringEncoding, CombinationWithDiacriticalMark)
+{
+    struct Case {
+        unsigned int base;
+        unsigned int mark;
+        unsigned int combined;
+    };
+    Case const cases[] = {
+        {'A', 0x0300, 0x00C0}, {'y', 0x0300, 0x1EF3}, {'e', 0x0301, 0x00E9}, {'z', 0x0301, 0x017A},
+        {'Z', 0x030C, 0x017D}, {'t', 0x0327, 0x0163}, {'O', 0x0338, 0x00D8}, {'o', 0x0337, 0x00F8},
+        // Kept rows that are not the letter with that accent.
+        {'d', 0x0304, 0x0111}, {'i', 0x0307, 0x0131}, {'L', 0x0307, 0x013F}, {'l', 0x0307, 0x0140},
+        {'o', 0x0338, 0}, {'b', 0x0301, 0}, {'e', 0x0305, 0}, {'e', 0x0370, 0}, {'e', 0x02FF, 0},
+        {0xE9, 0x0301, 0}, {0x165, 0x0301, 0},
+    };
+    for (Case const& c : cases)
+        EXPECT_EQ(GSString::getCombinationWithDiacriticalMark(c.base, c.mark), c.combined)
+            << std::hex << c.base << " " << c.mark;
+    for (unsigned int mark : {0x0300u, 0x0308u, 0x0338u})
+        EXPECT_TRUE(GSString::isCombiningDiacriticalMark(mark)) << mark;
+    for (unsigned int mark : {0x0305u, 0x0309u, 0x0339u, 0u, 0x41u})
+        EXPECT_FALSE(GSString::isCombiningDiacriticalMark(mark)) << mark;
+    // The searches need sorted marks and letters.
+    GSCombiningRecord const* r = GSCodePages::_combineToUnicode;
+    for (int i = 0; i < GSCodePages::kCombiningMarks; ++i) {
+        if (i)
+            EXPECT_LT(r[i - 1].mark, r[i].mark);
+        for (int j = 1; j < r[i].count; ++j)
+            EXPECT_LT(r[i].entries[j - 1].base, r[i].entries[j].base) << "mark " << r[i].mark;
+    }
+    EXPECT_EQ(r[GSCodePages::kCombiningMarks].mark, 0);
+}
+
+TEST(GSStringEncoding, AddCharForUnicode)
+{
+    int count;
+    unsigned short const* win = GSString::getFromUnicodeTableForEncoding(0, &count);
+    GSString s;
+    EXPECT_EQ(s.addCharForUnicode(win, count, 0x0301), 1); // nothing to fold into
+    EXPECT_TRUE(s.isEmpty());
+    EXPECT_EQ(s.addCharForUnicode(win, count, 'n'), 0);
+    EXPECT_EQ(s.addCharForUnicode(win, count, 0x0303), 0);
+    EXPECT_EQ(s.addCharForUnicode(win, count, 0xFB02), 0);
+    EXPECT_EQ(s.addCharForUnicode(win, count, 0x2260), 1);
+    EXPECT_EQ(s.addCharForUnicode(win, count, 0x20AC), 0);
+    EXPECT_EQ(bytes(s), "\xF1" "fl\x80");
+    // A long string folds its last byte in its block.
+    GSString longer(std::string(60, 'a').c_str());
+    EXPECT_EQ(longer.addCharForUnicode(win, count, 0x0308), 0);
+    EXPECT_EQ(bytes(longer), std::string(59, 'a') + "\xE4");
+}
+
+TEST(GSStringEncoding, UTF16AndUTF32Construction)
+{
+    struct Case {
+        std::vector<unsigned short> units;
+        long count; // -1: up to the zero unit
+        std::string utf8;
+    };
+    Case const cases[] = {
+        {{0xD800, 0x0041}, 2, " "}, // the A goes with the broken pair
+        {{0xD800, 0x0041, 0x0042}, 3, " B"},
+        {{0xD83D, 0xDE00}, 2, "\xF0\x9F\x98\x80"},
+        {{0xDBFF, 0xDFFF}, 2, "\xF4\x8F\xBF\xBF"},
+        {{0xDC00, 0x0041}, 2, " A"},
+        {{0x0041, 0xD800}, 2, "A "},
+        {{0x0041, 0xD800, 0xDC00}, 2, "A "},
+        {{0x0041, 0x00E9, 0x0000, 0x0042}, -1, "A\xC3\xA9"},
+        {{0x20AC}, 1, "\xE2\x82\xAC"},
+        {{0x0041}, 0, ""},
+    };
+    for (Case const& c : cases) {
+        GSString s(c.units.data(), c.count);
+        EXPECT_EQ(bytes(s), c.utf8) << c.units.size();
+        EXPECT_EQ(s.getEncoding(), 100);
+    }
+    std::string const many = std::string(40, 'x') + "\xC3\xA9";
+    std::vector<unsigned short> manyUnits(40, 'x');
+    manyUnits.push_back(0xE9);
+    EXPECT_EQ(bytes(GSString(manyUnits.data(), 41)), many);
+    EXPECT_TRUE(GSString(static_cast<unsigned short const*>(nullptr), 3).isEmpty());
+
+    unsigned int const wide[] = {0x1F600, 0xD800, 0x110000, 0x41, 0, 0x42};
+    EXPECT_EQ(bytes(GSString(wide, 4)), "\xF0\x9F\x98\x80\xED\xA0\x80\xF4\x90\x80\x80" "A");
+    EXPECT_EQ(bytes(GSString(wide + 3, -1)), "A");
+    EXPECT_EQ(GSString(wide, 1).getEncoding(), 100);
+}
+
+TEST(GSStringEncoding, ValidUTF8)
+{
+    struct Case {
+        std::string text;
+        bool valid;
+    };
+    Case const cases[] = {
+        {"plain", true},
+        {"abcdefghijklmnop\xC3\xA9", true},
+        {"abcdefghijklmnop\x80", false},
+        {"abcdefgh\xE2\x82\xAC" "abcdefgh", true},
+        {"\xE2\x82", false},
+        {"\xC3\x28", false},
+        {"\xC0\x80", true}, // overlong forms are not checked
+        {"\xFE", false},
+        {std::string("a\0b", 3), true},
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.text);
+        auto const* p = reinterpret_cast<unsigned char const*>(c.text.data());
+        EXPECT_EQ(GSString::isMemoryUTF8(p, static_cast<long>(c.text.size())), c.valid);
+        EXPECT_EQ(make(c.text, 100).isValidUTF8(), c.valid);
+    }
+    // Memory is not read past its length, even where a continuation byte follows.
+    EXPECT_FALSE(GSString::isMemoryUTF8(reinterpret_cast<unsigned char const*>("\xC3\xA9"), 1));
+    EXPECT_TRUE(GSString::isMemoryUTF8(reinterpret_cast<unsigned char const*>(""), 0));
+    EXPECT_FALSE(GSString::isMemoryUTF8(nullptr, 0));
+    EXPECT_FALSE(GSString().isValidUTF8()); // no storage at all
+    EXPECT_TRUE(GSString::fixed("caf\xC3\xA9").isValidUTF8());
+    // Detection when building from bytes.
+    EXPECT_EQ(GSString("caf\xC3\xA9", 5, -2).getEncoding(), 100);
+    EXPECT_EQ(GSString("caf\xE9", 4, -2).getEncoding(), 1);
+}
+
+TEST(GSStringEncoding, UnicodeCharactersAndUnits)
+{
+    GSString const s("a\xC3\xA9\xF0\x9F\x98\x80" "b");
+    struct Step {
+        long index;
+        unsigned int c;
+        long next;
+    };
+    for (Step const& st : {Step{0, 'a', 1}, Step{1, 0xE9, 3}, Step{3, 0x1F600, 7}, Step{7, 'b', 8}, Step{8, 0, 8},
+                           Step{-1, 0, -1}}) {
+        long next = -7;
+        EXPECT_EQ(s.getUnicodeChar(st.index, &next), st.c) << st.index;
+        EXPECT_EQ(next, st.next) << st.index;
+    }
+    long next;
+    EXPECT_EQ(make("x\x8E", 1).getUnicodeChar(1, &next), 0xE9u);
+    EXPECT_EQ(next, 2);
+    EXPECT_EQ(GSString("\xC3").getUnicodeChar(0, &next), 0xC0u); // the terminator read, the index kept
+    EXPECT_EQ(next, 1);
+
+    struct Conversion {
+        unsigned int c;
+        int count;
+        unsigned short u0, u1;
+    };
+    for (Conversion const& c : {Conversion{0x41, 1, 0x41, 0}, Conversion{0xFFFF, 1, 0xFFFF, 0}, Conversion{0xD800, 0, 0, 0},
+                                Conversion{0xDFFF, 0, 0, 0}, Conversion{0x10000, 2, 0xD800, 0xDC00},
+                                Conversion{0x10FFFF, 2, 0xDBFF, 0xDFFF}, Conversion{0x110000, 0, 0, 0}}) {
+        unsigned short out[2] = {0, 0};
+        EXPECT_EQ(GSString::convertUniChar32To16(c.c, out), c.count) << c.c;
+        EXPECT_EQ(out[0], c.u0) << c.c;
+        EXPECT_EQ(out[1], c.u1) << c.c;
+    }
+
+    unsigned short units[8] = {};
+    EXPECT_EQ(s.fillUniChars(units, 8), 5);
+    EXPECT_EQ(std::vector<unsigned short>(units, units + 5), (std::vector<unsigned short>{'a', 0xE9, 0xD83D, 0xDE00, 'b'}));
+    EXPECT_EQ(s.fillUniChars(units, 3), 2); // a pair is never cut
+
+    GSFixArrayPointer<unsigned short, 256> u;
+    GSFixArrayPointer<int, 256> idx;
+    ASSERT_EQ(s.fillUniCharArray(&u, &idx), 0);
+    EXPECT_EQ(std::vector<unsigned short>(u->begin(), u->end()), (std::vector<unsigned short>{'a', 0xE9, 0xD83D, 0xDE00, 'b'}));
+    EXPECT_EQ(std::vector<int>(idx->begin(), idx->end()), (std::vector<int>{0, 1, 3, 3, 7}));
+    struct Range {
+        GSRange units;
+        GSRange bytes;
+    };
+    for (Range const& r : {Range{{1, 3}, {1, 6}}, Range{{2, 1}, {3, 4}}, Range{{0, 5}, {0, 8}}, Range{{4, 9}, {7, 1}},
+                           Range{{5, 0}, {8, 0}}, Range{{1, 0}, {1, 0}}, Range{{-3, 4}, {0, 1}}})
+        EXPECT_EQ(s.getUTF8RangeForUniCharArray(idx, r.units), r.bytes) << r.units.start << "," << r.units.length;
+
+    ASSERT_EQ(s.fillUniCharArrayWithRange(&u, &idx, GSRange(1, 6)), 0);
+    EXPECT_EQ(std::vector<unsigned short>(u->begin(), u->end()), (std::vector<unsigned short>{0xE9, 0xD83D, 0xDE00}));
+    EXPECT_EQ(std::vector<int>(idx->begin(), idx->end()), (std::vector<int>{1, 3, 3}));
+    ASSERT_EQ(make("\x8E" "a", 1).fillUniCharArrayWithRange(&u, &idx, GSRange(1, 50)), 0);
+    EXPECT_EQ(std::vector<unsigned short>(u->begin(), u->end()), (std::vector<unsigned short>{'a'}));
+    GSFixArrayPointer<int, 256> none;
+    EXPECT_EQ(s.getUTF8RangeForUniCharArray(none, GSRange(0, 1)), GSRange(0, 0));
+}
+
+TEST(GSStringEncoding, PlatformBuffers)
+{
+    unsigned char pascal[256] = {};
+    EXPECT_EQ(GSString("caf\xC3\xA9").fillStr255(pascal), 0);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(pascal), 5), "\x04" "caf\x8E");
+    EXPECT_EQ(GSString("a\xE2\x89\xA0" "b").fillStr255(pascal), 0); // the not-equal sign is Mac 0xAD
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(pascal), 4), "\x03" "a\xAD" "b");
+    EXPECT_EQ(GSString(std::string(300, 'q').c_str()).fillStr255(pascal), 1);
+    EXPECT_EQ(pascal[0], 255);
+    EXPECT_EQ(pascal[255], 'q');
+
+    GSString back;
+    EXPECT_EQ(back.fromPStr(reinterpret_cast<unsigned char const*>("\x03" "a\x8E" "bzz")), 0);
+    EXPECT_EQ(bytes(back), "a\x8E" "b");
+    EXPECT_EQ(back.getEncoding(), 1);
+
+    GSHFSUniStr255 name{};
+    EXPECT_EQ(GSString("a\xF0\x9F\x98\x80").fillHFSUniStr255(&name), 0);
+    EXPECT_EQ(name.length, 3);
+    EXPECT_EQ(name.unicode[1], 0xD83D);
+    EXPECT_EQ(GSString(std::string(256, 'q').c_str()).fillHFSUniStr255(&name), 1);
+    EXPECT_EQ(name.length, 255);
+    name.length = 2;
+    name.unicode[0] = 'A';
+    name.unicode[1] = 0xE9;
+    EXPECT_EQ(back.fromHFSUniStr255(name), 0);
+    EXPECT_EQ(bytes(back), "A\xC3\xA9");
+    EXPECT_EQ(back.getEncoding(), 100);
+}
+
+TEST(GSStringEncoding, ConvertRange)
+{
+    // Big-endian units of "AéB€" as a file stores them.
+    unsigned short units[] = {0x0041, 0x00E9, 0x0042, 0x20AC};
+    int const machine = std::endian::native == std::endian::big ? GSByteOrderBig : GSByteOrderLittle;
+    GSSwapUSHORTArray(units, 4, machine, GSByteOrderBig);
+    GSString s("old");
+    EXPECT_EQ(s.convertRange(units, 4, GSByteOrderBig, 0, GSRange(1, 3)), 0);
+    EXPECT_EQ(bytes(s), "\xE9" "B\x80");
+    EXPECT_EQ(s.getEncoding(), 0);
+    EXPECT_EQ(s.convertRange(units, 4, GSByteOrderBig, 100, GSRange(2, 9)), 0);
+    EXPECT_EQ(bytes(s), "B\xE2\x82\xAC");
+    EXPECT_EQ(s.convertRange(units, 4, GSByteOrderBig, 1, GSRange(3, 1)), 0);
+    EXPECT_EQ(bytes(s), "\xDB");
+    EXPECT_EQ(s.convertRange(units, 4, GSByteOrderBig, 100, GSRange(-2, 3)), 0);
+    EXPECT_EQ(bytes(s), "A");
+}
+
+// Hostile bytes in every tag convert in every direction without reading outside the text; code-page
+// text always becomes valid UTF-8.
+TEST(GSStringEncoding, RandomBytesConvert)
+{
+    std::mt19937 random(7);
+    int const tags[] = {0, 1, 2, 3, 100, 101};
+    for (int round = 0; round < 300; ++round) {
+        std::string text(random() % 70, '\0');
+        for (char& c : text)
+            c = static_cast<char>(random() % 4 ? 0x80 + random() % 0x80 : random() % 0x80);
+        int const from = tags[random() % 6];
+        int const to = tags[random() % 5];
+        GSString s = make(text, from);
+        short const result = s.convertEncoding(to);
+        EXPECT_TRUE(result == 0 || result == 1);
+        EXPECT_EQ(s.getEncoding(), to);
+        if (from <= 3 && from != 2 && to == 100)
+            EXPECT_TRUE(s.isEmpty() || s.isValidUTF8()) << round;
+        if (from == to || (to == 2 && from >= 100 && from != 101))
+            EXPECT_EQ(bytes(s), text);
+    }
+}

@@ -1,0 +1,220 @@
+#include "gs/text/GSCodePages.h"
+#include "gs/text/GSString.h"
+#include "gs/text/GSStringCombiningUniCharEnumerator.h"
+#include "gs/text/GSStringUniCharEnumerator.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+GSString make(std::string const& b, int tag) { return GSString(b.data(), static_cast<long>(b.size()), tag); }
+
+std::vector<unsigned int> walk(GSStringUniCharEnumerator& e)
+{
+    std::vector<unsigned int> out;
+    unsigned int c;
+    while (e.getNext(&c))
+        out.push_back(c);
+    return out;
+}
+
+std::vector<unsigned int> walk(GSStringCombiningUniCharEnumerator& e)
+{
+    std::vector<unsigned int> out;
+    unsigned int c;
+    while (e.getNext(&c))
+        out.push_back(c);
+    return out;
+}
+
+using Chars = std::vector<unsigned int>;
+
+} // namespace
+
+TEST(GSStringUniCharEnumerator, Walks)
+{
+    std::string const nul(1, '\0');
+    struct Case {
+        char const* what;
+        std::string text;
+        int tag;
+        short decompose;
+        GSRange range; // invalid: the whole string
+        Chars chars;
+    };
+    Case const cases[] = {
+        {"a precomposed letter decomposed", "\xC3\xA9z", 100, 1, GSRange(), {'e', 0x0301, 'z'}},
+        {"kept as it is without decomposition", "\xC3\xA9z", 100, 0, GSRange(), {0xE9, 'z'}},
+        {"code-page text through its table", "\x8E\x14", 1, 0, GSRange(), {0xE9, 0xF8FF}},
+        {"and decomposed", "\x8E", 1, 1, GSRange(), {'e', 0x0301}},
+        {"a kept combining row decomposes too", "\xC4\xB1\xC4\x91", 100, 1, GSRange(), {'i', 0x0307, 'd', 0x0304}},
+        {"letters the table does not make stay whole", "\xC3\x86\xE1\xB8\x80", 100, 1, GSRange(), {0xC6, 0x1E00}},
+        {"characters from U+2000 on are never decomposed", "\xE2\x80\x98", 100, 1, GSRange(), {0x2018}},
+        {"a zero byte in a code page gives no character", "a" + nul + nul + "b" + nul, 0, 0, GSRange(), {'a', 'b'}},
+        {"a zero byte in UTF-8 is a character", "a" + nul + "b", 100, 0, GSRange(), {'a', 0, 'b'}},
+        {"a range", "abcdef", 100, 0, GSRange(2, 2), {'c', 'd'}},
+        {"a code-page range", "abcdef", 1, 0, GSRange(2, 2), {'c', 'd'}},
+        {"a range beyond the text is cut to it", "abcdef", 100, 0, GSRange(4, 100), {'e', 'f'}},
+        {"a range before the text starts at 0", "abc", 100, 0, GSRange(-5, 6), {'a'}},
+        {"a range that ends inside a character reads the byte at its end", "\xC3\xA9" "b", 100, 0, GSRange(0, 1),
+         {0xE9}},
+        {"a sequence cut by the end of the text takes the terminator", "a\xC3", 100, 0, GSRange(), {'a', 0xC0}},
+        {"stray bytes read as themselves", "\x80\xFF", 100, 0, GSRange(), {0x80, 0xFF}},
+        {"tag 2 has no table and reads as UTF-8", "\xC3\xA9", 2, 0, GSRange(), {0xE9}},
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.what);
+        GSString s = make(c.text, c.tag);
+        GSStringUniCharEnumerator e(s, c.decompose);
+        if (c.range.isValid())
+            e.setRange(c.range);
+        EXPECT_EQ(walk(e), c.chars);
+        unsigned int ch;
+        EXPECT_FALSE(e.getNext(&ch)); // stays at its end
+    }
+}
+
+TEST(GSStringUniCharEnumerator, IgnoringTheHeldBackAccent)
+{
+    GSString s("\xC3\xA9\xC3\xBC" "b");
+    GSStringUniCharEnumerator e(s, 1);
+    unsigned int c;
+    ASSERT_TRUE(e.getNext(&c));
+    EXPECT_EQ(c, 'e');
+    e.ignoreCombiningDiacreticalMark();
+    ASSERT_TRUE(e.getNext(&c));
+    EXPECT_EQ(c, 'u');
+    EXPECT_EQ(e.getIndex(), 4);
+    ASSERT_TRUE(e.getNext(&c));
+    EXPECT_EQ(c, 0x0308u);
+    e.setIndex(2);
+    EXPECT_EQ(walk(e), (Chars{'u', 0x0308, 'b'}));
+    e.setIndex(-1); // an index before the text gives nothing
+    EXPECT_EQ(walk(e), Chars{});
+    // A new range drops an accent still held back.
+    ASSERT_TRUE((e.setIndex(0), e.getNext(&c)));
+    e.setRange(GSRange(4, 1));
+    EXPECT_EQ(walk(e), Chars{'b'});
+}
+
+TEST(GSStringCombiningUniCharEnumerator, FoldsOneAccent)
+{
+    struct Case {
+        char const* what;
+        std::string text;
+        int tag;
+        Chars chars;
+        std::vector<long> positions;
+    };
+    Case const cases[] = {
+        {"a second accent comes out by itself", "e\xCC\x81\xCC\x81", 100, {0xE9, 0x0301}, {3, 5}},
+        {"letters without an accent", "ab", 100, {'a', 'b'}, {1, 2}},
+        {"an accent the letter does not take", "x\xCC\x81" "y", 100, {'x', 0x0301, 'y'}, {1, 3, 4}},
+        {"an accent first", "\xCC\x88u\xCC\x88", 100, {0x0308, 0xFC}, {2, 5}},
+        {"a precomposed letter takes no further accent", "\xC3\xA9\xCC\x81", 100, {0xE9, 0x0301}, {2, 4}},
+        {"code-page text through its table", "\x8E" "a", 1, {0xE9, 'a'}, {1, 2}},
+        {"a zero byte in a code page gives no character", std::string("a\0b", 3), 0, {'a', 'b'}, {1, 3}},
+        {"a zero in UTF-8 ends the walk", std::string("a\0b", 3), 100, {'a'}, {1}},
+        {"nothing", "", 100, {}, {}},
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.what);
+        GSString s = make(c.text, c.tag);
+        GSStringCombiningUniCharEnumerator e(s);
+        Chars chars;
+        std::vector<long> positions;
+        unsigned int ch;
+        while (e.getNext(&ch)) {
+            chars.push_back(ch);
+            positions.push_back(e.getPosition());
+        }
+        EXPECT_EQ(chars, c.chars);
+        EXPECT_EQ(positions, c.positions);
+    }
+}
+
+TEST(GSStringCombiningUniCharEnumerator, RangesAndRestarts)
+{
+    GSString s("ae\xCC\x81o\xCC\x88");
+    GSStringCombiningUniCharEnumerator e(s);
+    EXPECT_EQ(walk(e), (Chars{'a', 0xE9, 0xF6}));
+    e.setIndex(1);
+    EXPECT_EQ(e.getPosition(), 1);
+    EXPECT_EQ(walk(e), (Chars{0xE9, 0xF6}));
+    e.setRange(GSRange(1, 1)); // the accent lies outside the range
+    EXPECT_EQ(walk(e), (Chars{'e'}));
+    e.setRange(GSRange(4, 50));
+    EXPECT_EQ(walk(e), (Chars{0xF6}));
+    EXPECT_EQ(e.getPosition(), 7);
+    e.setIndex(-3);
+    EXPECT_EQ(walk(e), Chars{});
+    unsigned int c;
+    e.setIndex(0);
+    ASSERT_TRUE(e.readUniChar(&c)); // one raw character, no folding
+    ASSERT_TRUE(e.readUniChar(&c));
+    ASSERT_TRUE(e.readUniChar(&c));
+    EXPECT_EQ(c, 0x0301u);
+}
+
+// Every letter the combining table makes decomposes into its base letter and mark, and nothing else
+// below U+2000 does. Threads race to the first use: the table is built once, without a data race.
+TEST(GSStringUniCharEnumerator, DecompositionTable)
+{
+    std::vector<std::thread> threads;
+    std::vector<int> found(4, 0);
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([t, &found] {
+            for (unsigned int c = 0; c < 0x2000; ++c)
+                found[static_cast<size_t>(t)] += GSCodePages::getDecomposition(c, nullptr, nullptr);
+        });
+    for (std::thread& t : threads)
+        t.join();
+    int entries = 0;
+    for (GSCombiningRecord const* r = GSCodePages::_combineToUnicode; r->mark; ++r)
+        for (int i = 0; i < r->count; ++i, ++entries) {
+            unsigned short base = 0;
+            unsigned short mark = 0;
+            ASSERT_TRUE(GSCodePages::getDecomposition(r->entries[i].precomposed, &base, &mark));
+            EXPECT_EQ(base, r->entries[i].base);
+            EXPECT_EQ(mark, r->mark);
+        }
+    EXPECT_EQ(entries, 175);
+    for (int n : found)
+        EXPECT_EQ(n, entries);
+    EXPECT_FALSE(GSCodePages::getDecomposition(0x2000 + 0xE9, nullptr, nullptr));
+}
+
+// Hostile text and ranges: every walk ends, and within the text.
+TEST(GSStringUniCharEnumerator, RandomTextAndRanges)
+{
+    std::mt19937 random(3);
+    for (int round = 0; round < 400; ++round) {
+        std::string text(random() % 40, '\0');
+        for (char& c : text)
+            c = static_cast<char>(random() % 3 ? 0x80 + random() % 0x80 : random() % 0x80);
+        GSString s = make(text, round % 2 ? 100 : static_cast<int>(random() % 4));
+        long const n = s.getLength();
+        GSRange const range(static_cast<long>(random() % 60) - 10, static_cast<long>(random() % 60) - 10);
+        GSStringUniCharEnumerator plain(s, static_cast<short>(round % 3 == 0));
+        GSStringCombiningUniCharEnumerator combining(s);
+        if (round % 5) {
+            plain.setRange(range);
+            combining.setRange(range);
+        }
+        unsigned int c;
+        long steps = 0;
+        while (plain.getNext(&c))
+            ASSERT_LE(++steps, 2 * n);
+        EXPECT_LE(plain.getIndex(), n + 1);
+        steps = 0;
+        while (combining.getNext(&c)) {
+            ASSERT_LE(++steps, n);
+            EXPECT_LE(combining.getPosition(), n + 1);
+        }
+    }
+}
