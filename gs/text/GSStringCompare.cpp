@@ -33,16 +33,23 @@ unsigned int upper(unsigned int c)
     return static_cast<unsigned int>(std::towupper(static_cast<wint_t>(c)));
 }
 
+// What the caseless walk gives when a range runs out of characters before a difference.
+enum WalkEnd {
+    kShorterSmaller, // a range that ends first is smaller
+    kFirstIsPrefix,  // 0 when a ends (a is a prefix of b), 1 when only b ends
+    kEitherEnds      // 0 when either ends
+};
+
 // The caseless walk over a.[startA, endA) and b.[startB, endB), by character with decomposition.
-// It stops with 0 when a's byte index reaches `limitA` (negative: no limit), or, with `prefix`
-// set, when a has no further character. Otherwise the first pair that differs in upper case gives
-// its difference; a range that ends first is smaller.
+// It stops with 0 when a's byte index reaches `limitA` (negative: no limit). Otherwise the first
+// pair that differs in upper case gives its difference, and the end of a range gives what `rule`
+// says.
 //
 // Between two UTF-8 texts, equal ASCII bytes are passed over without reading them as characters:
 // they are equal characters in any locale. That is only done while neither enumerator holds back
 // an accent, which is known when each last step read a single ASCII byte.
 int caselessWalk(GSString const& a, long startA, long endA, long limitA, GSString const& b, long startB,
-                 long endB, bool prefix)
+                 long endB, WalkEnd rule)
 {
     GSStringUniCharEnumerator ea(a, 1);
     GSStringUniCharEnumerator eb(b, 1);
@@ -69,10 +76,11 @@ int caselessWalk(GSString const& a, long startA, long endA, long limitA, GSStrin
         unsigned int ca = 0, cb = 0;
         bool const hasA = ea.getNext(&ca);
         bool const hasB = eb.getNext(&cb);
-        if (!hasA)
-            return hasB && !prefix ? -1 : 0;
-        if (!hasB)
-            return 1;
+        if (!hasA || !hasB) {
+            if (rule == kEitherEnds || (!hasA && rule == kFirstIsPrefix))
+                return 0;
+            return hasA - hasB;
+        }
         if (ca != cb) {
             unsigned int const ua = upper(ca);
             unsigned int const ub = upper(cb);
@@ -96,18 +104,17 @@ long numberStart(unsigned char const* text, long window, long from, long length)
     return length;
 }
 
-// The index of the last character before `number` (not before `window`) that is not a space
-// (U+0020, U+200B); window - 1 when there is none.
+// The end of the text before `number` (not before `window`) without the spaces (U+0020, U+200B)
+// that stand right before the number.
 long beforeSpaces(GSString const& s, long window, long number)
 {
-    long i = number;
-    while (i > window) {
-        long const before = std::max(s.previousValidIndex(i), window);
+    while (number > window) {
+        long const before = std::max(s.previousValidIndex(number), window);
         if (!GSString::isSpace(s.getUnicodeChar(before, nullptr)))
-            return before;
-        i = before;
+            break;
+        number = before;
     }
-    return window - 1;
+    return number;
 }
 
 } // namespace
@@ -183,7 +190,7 @@ int GSString::compareValueRanges(GSString const& other, GSRange const& rangeA, G
 // reaches n (n < 0: the whole strings).
 int GSString::compareValueCountCaseless(GSString const& other, long n) const
 {
-    return caselessWalk(*this, 0, getLength(), n, other, 0, other.getLength(), false);
+    return caselessWalk(*this, 0, getLength(), n, other, 0, other.getLength(), kShorterSmaller);
 }
 
 // A quick caseless order on bytes: ASCII letters compare in upper case, every other byte as it
@@ -216,22 +223,26 @@ int GSString::compareStringCaseless(GSString const& other) const
 // the caseless order at the first difference; a string that ends inside `start` is smaller.
 int GSString::compareValueStartingCaseless(GSString const& start) const
 {
-    return -caselessWalk(start, 0, start.getLength(), -1, *this, 0, getLength(), true);
+    return -caselessWalk(start, 0, start.getLength(), -1, *this, 0, getLength(), kFirstIsPrefix);
 }
 
 // --- Natural order --------------------------------------------------------------------------------
 
 // Each string is taken as text, number, text, number and so on. The texts before the numbers are
-// compared caselessly up to the shorter one; when they agree, the number that starts earlier is
-// smaller, then the smaller value, then the number text (so "a007" comes before "a7"); then both
+// compared caselessly by character, a text that ends first (a number that starts earlier) being
+// smaller; then the smaller value; then the number texts (so "a007" comes before "a7"); then both
 // go on behind their numbers. A number starts at a digit or at "." (a "." at the start of what is
 // left does not count: it is the point after the previous number, or a hidden file's dot).
 //
 // In path mode numbers count only in the last path component: the number search starts behind the
-// last "/", and the spaces (U+0020, U+200B) before a number do not count for its position, so
-// "Scan 7" and "Scan7" put their numbers at the same place.
+// last "/". There the spaces (U+0020, U+200B) before a number do not count either: the texts are
+// compared as far as both reach, then without those spaces, so "Scan 7" and "Scan7" put their
+// numbers at the same place.
 //
-// What is left of each string is a window [offset, length): nothing is copied.
+// The texts are compared by character, not over a count of bytes taken from one of them: such a
+// count could end inside a character of the other string, or between a letter and its accent,
+// and the order would depend on which string is asked. What is left of each string is a window
+// [offset, length): nothing is copied.
 int GSString::compareValueWithNumberCaseless(GSString const& other, short pathMode) const
 {
     long const lengthA = getLength();
@@ -247,20 +258,17 @@ int GSString::compareValueWithNumberCaseless(GSString const& other, short pathMo
     for (;;) {
         long const startA = numberStart(ta, offsetA, std::max(offsetA, limitA + 1), lengthA);
         long const startB = numberStart(tb, offsetB, std::max(offsetB, limitB + 1), lengthB);
-        long const textA = startA - offsetA;
-        long const textB = startB - offsetB;
-        int const r = caselessWalk(*this, offsetA, lengthA, offsetA + std::min(textA, textB), other, offsetB,
-                                   lengthB, false);
+        bool const lastComponent = startA > limitA && startB > limitB;
+        int r = caselessWalk(*this, offsetA, startA, -1, other, offsetB, startB,
+                             lastComponent ? kEitherEnds : kShorterSmaller);
         if (r)
             return r;
-        long positionA = textA;
-        long positionB = textB;
-        if (startA > limitA && startB > limitB) {
-            positionA = beforeSpaces(*this, offsetA, startA) - offsetA;
-            positionB = beforeSpaces(other, offsetB, startB) - offsetB;
+        if (lastComponent) {
+            r = caselessWalk(*this, offsetA, beforeSpaces(*this, offsetA, startA), -1, other, offsetB,
+                             beforeSpaces(other, offsetB, startB), kShorterSmaller);
+            if (r)
+                return r;
         }
-        if (positionA != positionB)
-            return positionA < positionB ? -1 : 1;
         bool const emptyA = offsetA == lengthA;
         bool const emptyB = offsetB == lengthB;
         if (emptyA || emptyB)
