@@ -256,8 +256,8 @@ int GSString::compareValueWithNumberCaseless(GSString const& other, short pathMo
     long offsetA = 0;
     long offsetB = 0;
     for (;;) {
-        long const startA = numberStart(ta, offsetA, std::max(offsetA, limitA + 1), lengthA);
-        long const startB = numberStart(tb, offsetB, std::max(offsetB, limitB + 1), lengthB);
+        long const startA = numberStart(ta, offsetA, pathMode ? std::max(offsetA, limitA + 1) : offsetA, lengthA);
+        long const startB = numberStart(tb, offsetB, pathMode ? std::max(offsetB, limitB + 1) : offsetB, lengthB);
         bool const lastComponent = startA > limitA && startB > limitB;
         int r = caselessWalk(*this, offsetA, startA, -1, other, offsetB, startB,
                              lastComponent ? kEitherEnds : kShorterSmaller);

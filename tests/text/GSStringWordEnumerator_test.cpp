@@ -70,7 +70,7 @@ TEST(GSStringWordEnumerator, CharacterClasses)
 {
     for (unsigned int c : {3u, 7u, 9u, 10u, 12u, 13u, 32u, 0x200Bu})
         EXPECT_TRUE(GSString::isWhiteSpace(c)) << c;
-    for (unsigned int c : {0u, 11u, 0xA0u, 'a', 0x2028u})
+    for (unsigned int c : {0u, 11u, 0xA0u, 0x61u, 0x2028u})
         EXPECT_FALSE(GSString::isWhiteSpace(c)) << c;
     for (unsigned int c : {1u, unsigned('_'), unsigned('a'), unsigned('Z'), unsigned('0'), 0xDFu, 0xE9u, 0x301u, 0x4E2Du})
         EXPECT_FALSE(GSString::isUniCharWordDelimiter(c)) << c;
@@ -82,14 +82,14 @@ TEST(GSStringWordEnumerator, CharacterClasses)
     EXPECT_FALSE(s.isWordDelimiter(0));
     EXPECT_TRUE(s.isWordDelimiter(1));
     EXPECT_FALSE(s.isWordDelimiter(2));
-    EXPECT_TRUE(s.isWhiteSpace(4));
-    EXPECT_TRUE(s.isWhiteSpace(5));
-    EXPECT_FALSE(s.isWhiteSpace(1));
+    EXPECT_TRUE(s.isWhiteSpace(4L));
+    EXPECT_TRUE(s.isWhiteSpace(5L));
+    EXPECT_FALSE(s.isWhiteSpace(1L));
     EXPECT_FALSE(s.isWordDelimiter(99));
     GSString const page("a,\x0B", 3, GSString::kMac);
     EXPECT_FALSE(page.isWordDelimiter(0));
     EXPECT_TRUE(page.isWordDelimiter(1));
-    EXPECT_FALSE(page.isWhiteSpace(2));
+    EXPECT_FALSE(page.isWhiteSpace(2L));
 
     std::setlocale(LC_CTYPE, "C.UTF-8");
     EXPECT_EQ(GSString::toUpperUnicode(0xE9), 0xC9u);
