@@ -45,76 +45,116 @@ enum WalkEnd {
 // pair that differs in upper case gives its difference, and the end of a range gives what `rule`
 // says.
 //
-// Between two UTF-8 texts, equal ASCII bytes are passed over without reading them as characters:
-// they are equal characters in any locale. That is only done while neither enumerator holds back
-// an accent, which is known when each last step read a single ASCII byte.
+// Between two UTF-8 texts, ASCII bytes are compared as they stand: an ASCII byte is a whole
+// character without decomposition, and equal bytes are equal characters in any locale. That is only
+// done while neither enumerator holds back an accent, which is known when each last step read a
+// single ASCII byte. The enumerators are only set up when a character beyond ASCII comes.
+int endOfWalk(bool hasA, bool hasB, WalkEnd rule)
+{
+    if (rule == kEitherEnds || (!hasA && rule == kFirstIsPrefix))
+        return 0;
+    return hasA - hasB;
+}
+
 int caselessWalk(GSString const& a, long startA, long endA, long limitA, GSString const& b, long startB,
                  long endB, WalkEnd rule)
 {
-    GSStringUniCharEnumerator ea(a, 1);
-    GSStringUniCharEnumerator eb(b, 1);
-    ea.setRange(GSRange(startA, endA - startA));
-    eb.setRange(GSRange(startB, endB - startB));
     unsigned char const* ta = bytes(a);
     unsigned char const* tb = bytes(b);
-    long const stopA = limitA < 0 ? endA : std::min(limitA, endA);
-    bool clean = a.getEncoding() > 99 && b.getEncoding() > 99;
-    bool const ascii = clean;
-    for (;;) {
-        long ia = ea.getIndex();
-        long ib = eb.getIndex();
-        if (clean) {
-            while (ia < stopA && ib < endB && ta[ia] == tb[ib] && ta[ia] < 0x80) {
-                ++ia;
-                ++ib;
+    bool const ascii = a.getEncoding() > 99 && b.getEncoding() > 99;
+    long ia = startA;
+    long ib = startB;
+    // Returns true when the ASCII bytes decide (*result set), false at the first other byte.
+    auto asciiStep = [&](int* result) {
+        for (;; ++ia, ++ib) {
+            if (limitA >= 0 && ia >= limitA) {
+                *result = 0;
+                return true;
             }
-            ea.setIndex(ia);
-            eb.setIndex(ib);
+            if (ia == endA || ib == endB) {
+                *result = endOfWalk(ia < endA, ib < endB, rule);
+                return true;
+            }
+            unsigned int const ca = ta[ia];
+            unsigned int const cb = tb[ib];
+            if (ca >= 0x80 || cb >= 0x80)
+                return false;
+            if (ca != cb) {
+                unsigned int const ua = upper(ca);
+                unsigned int const ub = upper(cb);
+                if (ua != ub) {
+                    *result = static_cast<int>(ua) - static_cast<int>(ub);
+                    return true;
+                }
+            }
         }
+    };
+    int result = 0;
+    if (ascii && asciiStep(&result))
+        return result;
+    GSStringUniCharEnumerator ea(a, 1);
+    GSStringUniCharEnumerator eb(b, 1);
+    ea.setRange(GSRange(ia, endA - ia));
+    eb.setRange(GSRange(ib, endB - ib));
+    for (;;) {
         if (limitA >= 0 && ia >= limitA)
             return 0;
         unsigned int ca = 0, cb = 0;
         bool const hasA = ea.getNext(&ca);
         bool const hasB = eb.getNext(&cb);
-        if (!hasA || !hasB) {
-            if (rule == kEitherEnds || (!hasA && rule == kFirstIsPrefix))
-                return 0;
-            return hasA - hasB;
-        }
+        if (!hasA || !hasB)
+            return endOfWalk(hasA, hasB, rule);
         if (ca != cb) {
             unsigned int const ua = upper(ca);
             unsigned int const ub = upper(cb);
             if (ua != ub)
                 return static_cast<int>(ua) - static_cast<int>(ub);
         }
-        clean = ascii && ea.getIndex() == ia + 1 && ta[ia] < 0x80 && eb.getIndex() == ib + 1 && tb[ib] < 0x80;
+        bool const clean = ascii && ea.getIndex() == ia + 1 && ta[ia] < 0x80 && eb.getIndex() == ib + 1
+                           && tb[ib] < 0x80;
+        ia = ea.getIndex();
+        ib = eb.getIndex();
+        if (clean) {
+            if (asciiStep(&result))
+                return result;
+            ea.setIndex(ia);
+            eb.setIndex(ib);
+        }
     }
 }
 
-// The first index from `from` on that holds a "." or a digit, where a "." at the window start
-// `window` does not count; `length` when there is none.
+// True when a number starts at i: a digit or a "." from `from` on, where a "." at the window
+// start `window` does not count.
+bool isNumberStart(unsigned char const* text, long window, long from, long i)
+{
+    return i >= from && ((text[i] >= '0' && text[i] <= '9') || (text[i] == '.' && i != window));
+}
+
+// The first index from `from` on where a number starts; `length` when there is none.
 long numberStart(unsigned char const* text, long window, long from, long length)
 {
-    if (from == window && from < length && text[from] == '.')
-        ++from;
     for (; from < length; ++from) {
-        if (text[from] == '.' || GSString::isDigit(text[from]))
+        if (isNumberStart(text, window, from, from))
             return from;
     }
     return length;
 }
 
-// The end of the text before `number` (not before `window`) without the spaces (U+0020, U+200B)
-// that stand right before the number.
+// The end of the text before `number` (not before `window`) without the spaces that stand right
+// before the number: U+0020 (byte 32 in every code page) and, in UTF-8, U+200B (E2 80 8B).
 long beforeSpaces(GSString const& s, long window, long number)
 {
-    while (number > window) {
-        long const before = std::max(s.previousValidIndex(number), window);
-        if (!GSString::isSpace(s.getUnicodeChar(before, nullptr)))
-            break;
-        number = before;
+    unsigned char const* text = bytes(s);
+    bool const utf8 = s.getEncoding() > 99;
+    for (;;) {
+        if (number > window && text[number - 1] == ' ')
+            --number;
+        else if (utf8 && number - 3 >= window && text[number - 3] == 0xE2 && text[number - 2] == 0x80
+                 && text[number - 1] == 0x8B)
+            number -= 3;
+        else
+            return number;
     }
-    return number;
 }
 
 } // namespace
@@ -163,10 +203,21 @@ int GSString::compareValueRanges(GSString const& other, GSRange const& rangeA, G
     if (endB == startB)
         return 1;
     if (encoding > 99 || encoding != other.encoding) {
+        long ia = startA;
+        long ib = startB;
+        if (encoding > 99 && other.encoding > 99) {
+            // Equal ASCII bytes are equal characters; the walk starts at the first other byte.
+            unsigned char const* ta = bytes(*this);
+            unsigned char const* tb = bytes(other);
+            while (ia < endA && ib < endB && ta[ia] == tb[ib] && ta[ia] < 0x80) {
+                ++ia;
+                ++ib;
+            }
+        }
         GSStringUniCharEnumerator ea(*this, 1);
         GSStringUniCharEnumerator eb(other, 1);
-        ea.setRange(GSRange(startA, endA - startA));
-        eb.setRange(GSRange(startB, endB - startB));
+        ea.setRange(GSRange(ia, endA - ia));
+        eb.setRange(GSRange(ib, endB - ib));
         for (;;) {
             unsigned int ca = 0, cb = 0;
             bool const hasA = ea.getNext(&ca);
@@ -253,19 +304,41 @@ int GSString::compareValueWithNumberCaseless(GSString const& other, short pathMo
     unsigned char const* tb = bytes(other);
     long const limitA = pathMode ? findCharRev('/') : lengthA;
     long const limitB = pathMode ? other.findCharRev('/') : lengthB;
+    bool const ascii = encoding > 99 && other.encoding > 99;
     long offsetA = 0;
     long offsetB = 0;
     for (;;) {
-        long const startA = numberStart(ta, offsetA, pathMode ? std::max(offsetA, limitA + 1) : offsetA, lengthA);
-        long const startB = numberStart(tb, offsetB, pathMode ? std::max(offsetB, limitB + 1) : offsetB, lengthB);
-        bool const lastComponent = startA > limitA && startB > limitB;
-        int r = caselessWalk(*this, offsetA, startA, -1, other, offsetB, startB,
-                             lastComponent ? kEitherEnds : kShorterSmaller);
+        long const fromA = pathMode ? std::max(offsetA, limitA + 1) : offsetA;
+        long const fromB = pathMode ? std::max(offsetB, limitB + 1) : offsetB;
+        if (ascii) {
+            // The common case, decided without finding the numbers: two texts that differ in an
+            // ASCII character before either number starts. This is what the walk below would give.
+            for (long ia = offsetA, ib = offsetB; ia < lengthA && ib < lengthB; ++ia, ++ib) {
+                unsigned int const ca = ta[ia];
+                unsigned int const cb = tb[ib];
+                if (ca >= 0x80 || cb >= 0x80 || isNumberStart(ta, offsetA, fromA, ia)
+                    || isNumberStart(tb, offsetB, fromB, ib))
+                    break;
+                if (ca != cb && upper(ca) != upper(cb))
+                    return static_cast<int>(upper(ca)) - static_cast<int>(upper(cb));
+            }
+        }
+        long const startA = numberStart(ta, offsetA, fromA, lengthA);
+        long const startB = numberStart(tb, offsetB, fromB, lengthB);
+        long textA = startA;
+        long textB = startB;
+        if (startA > limitA && startB > limitB) {
+            textA = beforeSpaces(*this, offsetA, startA);
+            textB = beforeSpaces(other, offsetB, startB);
+        }
+        // Without spaces to leave out, one walk decides; with them, a difference in the common part
+        // comes first, then the texts without the spaces.
+        bool const spaces = textA != startA || textB != startB;
+        int r = caselessWalk(*this, offsetA, startA, -1, other, offsetB, startB, spaces ? kEitherEnds : kShorterSmaller);
         if (r)
             return r;
-        if (lastComponent) {
-            r = caselessWalk(*this, offsetA, beforeSpaces(*this, offsetA, startA), -1, other, offsetB,
-                             beforeSpaces(other, offsetB, startB), kShorterSmaller);
+        if (spaces) {
+            r = caselessWalk(*this, offsetA, textA, -1, other, offsetB, textB, kShorterSmaller);
             if (r)
                 return r;
         }
