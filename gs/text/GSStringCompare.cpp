@@ -310,37 +310,50 @@ int GSString::compareValueWithNumberCaseless(GSString const& other, short pathMo
     for (;;) {
         long const fromA = pathMode ? std::max(offsetA, limitA + 1) : offsetA;
         long const fromB = pathMode ? std::max(offsetB, limitB + 1) : offsetB;
+        long startA = -1;
+        long startB = -1;
         if (ascii) {
-            // The common case, decided without finding the numbers: two texts that differ in an
-            // ASCII character before either number starts. This is what the walk below would give.
+            // The common cases, decided while finding the numbers: two texts that differ in an
+            // ASCII character before either number starts (the walk below would give the same), or
+            // two numbers at the same place behind texts that are the same ASCII but for case (the
+            // walks below would find nothing).
             for (long ia = offsetA, ib = offsetB; ia < lengthA && ib < lengthB; ++ia, ++ib) {
                 unsigned int const ca = ta[ia];
                 unsigned int const cb = tb[ib];
-                if (ca >= 0x80 || cb >= 0x80 || isNumberStart(ta, offsetA, fromA, ia)
-                    || isNumberStart(tb, offsetB, fromB, ib))
+                bool const numberA = isNumberStart(ta, offsetA, fromA, ia);
+                bool const numberB = isNumberStart(tb, offsetB, fromB, ib);
+                if (numberA && numberB) {
+                    startA = ia;
+                    startB = ib;
+                    break;
+                }
+                if (ca >= 0x80 || cb >= 0x80 || numberA || numberB)
                     break;
                 if (ca != cb && upper(ca) != upper(cb))
                     return static_cast<int>(upper(ca)) - static_cast<int>(upper(cb));
             }
         }
-        long const startA = numberStart(ta, offsetA, fromA, lengthA);
-        long const startB = numberStart(tb, offsetB, fromB, lengthB);
-        long textA = startA;
-        long textB = startB;
-        if (startA > limitA && startB > limitB) {
-            textA = beforeSpaces(*this, offsetA, startA);
-            textB = beforeSpaces(other, offsetB, startB);
-        }
-        // Without spaces to leave out, one walk decides; with them, a difference in the common part
-        // comes first, then the texts without the spaces.
-        bool const spaces = textA != startA || textB != startB;
-        int r = caselessWalk(*this, offsetA, startA, -1, other, offsetB, startB, spaces ? kEitherEnds : kShorterSmaller);
-        if (r)
-            return r;
-        if (spaces) {
-            r = caselessWalk(*this, offsetA, textA, -1, other, offsetB, textB, kShorterSmaller);
+        if (startA < 0) {
+            startA = numberStart(ta, offsetA, fromA, lengthA);
+            startB = numberStart(tb, offsetB, fromB, lengthB);
+            long textA = startA;
+            long textB = startB;
+            if (startA > limitA && startB > limitB) {
+                textA = beforeSpaces(*this, offsetA, startA);
+                textB = beforeSpaces(other, offsetB, startB);
+            }
+            // Without spaces to leave out, one walk decides; with them, a difference in the common
+            // part comes first, then the texts without the spaces.
+            bool const spaces = textA != startA || textB != startB;
+            int r = caselessWalk(*this, offsetA, startA, -1, other, offsetB, startB,
+                                 spaces ? kEitherEnds : kShorterSmaller);
             if (r)
                 return r;
+            if (spaces) {
+                r = caselessWalk(*this, offsetA, textA, -1, other, offsetB, textB, kShorterSmaller);
+                if (r)
+                    return r;
+            }
         }
         bool const emptyA = offsetA == lengthA;
         bool const emptyB = offsetB == lengthB;
