@@ -85,7 +85,7 @@ TEST(GSStringEncoding, ConversionCases)
         {"a zero byte survives", "a" + nul + "b", 0, 100, "a" + nul + "b", 0},
         {"surrogate code points are dropped", "a\xED\xA0\x80" "b", 100, 0, "ab", 0},
         {"above U+FFFF: two unrepresentable units", "a\xF0\x9F\x98\x80", 100, 0, "a", 1},
-        {"a stray byte in UTF-8 text is read as itself", "a\xE9" "b", 100, 0, "a\xE9" "b", 0},
+        {"a stray byte in UTF-8 text is read as itself", "a\xA9" "b", 100, 0, "a\xA9" "b", 0},
         {"ASCII runs around other characters", "abcdefghijk\xC3\xA9lmnopqrstuvwxyz\xE2\x80\x9Cq", 100, 0,
          "abcdefghijk\xE9lmnopqrstuvwxyz\x93q", 0},
         {"a sequence cut by the end reads the terminator", "ab\xC3", 100, 0, "ab\xC0", 0},
@@ -257,10 +257,11 @@ TEST(GSStringEncoding, CharForUnicode)
     for (Case const& c : cases) {
         SCOPED_TRACE(c.c);
         char const* text = GSString::getCharForUnicode(mac, macCount, c.c);
-        if (c.text)
+        if (c.text) {
             EXPECT_STREQ(text, c.text);
-        else
+        } else {
             EXPECT_EQ(text, nullptr);
+        }
     }
     EXPECT_STREQ(GSString::getCharForUnicode(GSCodePages::_unicodeToWin, 29, 0xFB01), "fi");
     EXPECT_STREQ(GSString::getCharForUnicode(nullptr, 0, 0xE9), "\xE9");
@@ -291,8 +292,9 @@ TEST(GSStringEncoding, CombinationWithDiacriticalMark)
     // The searches need sorted marks and letters.
     GSCombiningRecord const* r = GSCodePages::_combineToUnicode;
     for (int i = 0; i < GSCodePages::kCombiningMarks; ++i) {
-        if (i)
+        if (i) {
             EXPECT_LT(r[i - 1].mark, r[i].mark);
+        }
         for (int j = 1; j < r[i].count; ++j)
             EXPECT_LT(r[i].entries[j - 1].base, r[i].entries[j].base) << "mark " << r[i].mark;
     }
@@ -513,9 +515,11 @@ TEST(GSStringEncoding, RandomBytesConvert)
         short const result = s.convertEncoding(to);
         EXPECT_TRUE(result == 0 || result == 1);
         EXPECT_EQ(s.getEncoding(), to);
-        if (from <= 3 && from != 2 && to == 100)
+        if (from <= 3 && from != 2 && to == 100) {
             EXPECT_TRUE(s.isEmpty() || s.isValidUTF8()) << round;
-        if (from == to || (to == 2 && from >= 100 && from != 101))
+        }
+        if (from == to || (to == 2 && from >= 100 && from != 101)) {
             EXPECT_EQ(bytes(s), text);
+        }
     }
 }
