@@ -113,42 +113,86 @@ int lookUp(unsigned short const* pairs, int count, unsigned int c) noexcept
     return c <= 0xFF ? static_cast<int>(c) : kNotRepresentable;
 }
 
-// The code-page bytes of one character that is not a combining mark, into out[0..1]: their count,
-// or kNotRepresentable.
-int encodeChar(unsigned short const* pairs, int count, unsigned int c, char* out) noexcept
+// Below this character the pairs of the library's own code pages are looked up in a direct table
+// (Latin, Greek, Cyrillic and the typographic punctuation); above it they are searched.
+constexpr unsigned int kDirectLimit = 0x2200;
+
+struct DirectTable {
+    short byte[kDirectLimit]; // as lookUp gives it
+};
+
+DirectTable makeDirectTable(unsigned short const* pairs, int count) noexcept
 {
-    if (c <= 0x7F) {
-        out[0] = static_cast<char>(c);
-        return 1;
-    }
-    int const b = lookUp(pairs, count, c);
-    if (b == kNotRepresentable)
-        return kNotRepresentable;
-    if (b >= 0) {
-        out[0] = static_cast<char>(b);
-        return 1;
-    }
-    char const* text = GSCodePages::_replacementStrings[-2 - b];
-    out[0] = text[0];
-    out[1] = text[1];
-    return 2;
+    DirectTable t{};
+    for (unsigned int c = 0; c < kDirectLimit; ++c)
+        t.byte[c] = static_cast<short>(lookUp(pairs, count, c));
+    return t;
 }
 
-// The code-page bytes of one UTF-16 unit after the byte `last` (-1: none), as addCharForUnicode
-// appends them. A combining mark folds into an ASCII letter before it: *replaceLast is then set and
-// the bytes take that letter's place.
-int encodeUnit(unsigned short const* pairs, int count, unsigned int u, int last, char* out, bool* replaceLast) noexcept
+// Built once per code page on first use (a function-local static is initialised once, also under
+// races). Null for pairs of any other origin.
+short const* directTableFor(unsigned short const* pairs) noexcept
 {
-    *replaceLast = false;
-    if (!isCombiningRange(u))
-        return encodeChar(pairs, count, u, out);
-    unsigned int const combined = last < 0 ? 0 : GSString::getCombinationWithDiacriticalMark(static_cast<unsigned int>(last), u);
-    if (!combined)
-        return kNotRepresentable;
-    int const n = encodeChar(pairs, count, combined, out);
-    *replaceLast = n > 0;
-    return n;
+    if (pairs == GSCodePages::_unicodeToWin) {
+        static DirectTable const win = makeDirectTable(pairs, GSCodePages::kUnicodeToWinCount);
+        return win.byte;
+    }
+    if (pairs == GSCodePages::_unicodeToMac) {
+        static DirectTable const mac = makeDirectTable(pairs, GSCodePages::kUnicodeToMacCount);
+        return mac.byte;
+    }
+    return nullptr;
 }
+
+// Writes characters in one code page, as addCharForUnicode does.
+struct CodePageEncoder {
+    CodePageEncoder(unsigned short const* p, int n) noexcept : pairs(p), count(n), direct(directTableFor(p)) {}
+
+    int byteFor(unsigned int c) const noexcept
+    {
+        return direct && c < kDirectLimit ? direct[c] : lookUp(pairs, count, c);
+    }
+
+    // The bytes of one character that is not a combining mark, into out[0..1]: their count, or
+    // kNotRepresentable.
+    int encodeChar(unsigned int c, char* out) const noexcept
+    {
+        if (c <= 0x7F) {
+            out[0] = static_cast<char>(c);
+            return 1;
+        }
+        int const b = byteFor(c);
+        if (b == kNotRepresentable)
+            return kNotRepresentable;
+        if (b >= 0) {
+            out[0] = static_cast<char>(b);
+            return 1;
+        }
+        char const* text = GSCodePages::_replacementStrings[-2 - b];
+        out[0] = text[0];
+        out[1] = text[1];
+        return 2;
+    }
+
+    // The bytes of one UTF-16 unit after the byte `last` (-1: none). A combining mark folds into
+    // an ASCII letter before it: *replaceLast is then set and the bytes take that letter's place.
+    int encodeUnit(unsigned int u, int last, char* out, bool* replaceLast) const noexcept
+    {
+        *replaceLast = false;
+        if (!isCombiningRange(u))
+            return encodeChar(u, out);
+        unsigned int const combined = last < 0 ? 0 : GSString::getCombinationWithDiacriticalMark(static_cast<unsigned int>(last), u);
+        if (!combined)
+            return kNotRepresentable;
+        int const n = encodeChar(combined, out);
+        *replaceLast = n > 0;
+        return n;
+    }
+
+    unsigned short const* pairs;
+    int count;
+    short const* direct;
+};
 
 // UTF-8 of each byte of a code page: the bytes, then the count in the last of four bytes.
 struct UTF8Bytes {
@@ -295,7 +339,7 @@ short GSString::addCharForUnicode(unsigned short const* pairs, int count, unsign
     int const last = length ? static_cast<unsigned char>(c_str()[length - 1]) : -1;
     char out[2];
     bool replaceLast;
-    int const n = encodeUnit(pairs, count, u, last, out, &replaceLast);
+    int const n = CodePageEncoder(pairs, count).encodeUnit(u, last, out, &replaceLast);
     if (n == kNotRepresentable)
         return 1;
     if (!replaceLast)
@@ -374,12 +418,13 @@ short GSString::convertEncoding(int target)
         }
     } else if (table && pairs) {
         // Code page to code page, byte by byte through Unicode. A byte can become two ("fi").
+        CodePageEncoder const encoder(pairs, count);
         if (!a.reserve(2 * n))
             return 1;
         for (long i = 0; i < n; ++i) {
             char bytes[2];
             bool replaceLast;
-            int const k = encodeUnit(pairs, count, table[text[i]], a.last(), bytes, &replaceLast);
+            int const k = encoder.encodeUnit(table[text[i]], a.last(), bytes, &replaceLast);
             if (k == kNotRepresentable) {
                 result = 1;
                 continue;
@@ -407,23 +452,27 @@ short GSString::convertEncoding(int target)
         // UTF-8 to code page. ASCII runs are copied as they are; the UTF-16 units of other
         // characters are gathered and written in batches (a code page never holds a character
         // above U+FFFF, but its surrogates still count as unrepresentable units).
-        GSFixArray<unsigned short, 256> units;
+        CodePageEncoder const encoder(pairs, count);
+        GSFixArray<unsigned short, 256> unitBuffer(256);
+        unsigned short* units = unitBuffer.getPointer();
+        long pending = 0;
         auto flush = [&] {
-            for (unsigned short const u : units) {
+            // At most two bytes per unit.
+            if (!a.reserve(2 * pending))
+                return false;
+            for (long j = 0; j < pending; ++j) {
                 char bytes[2];
                 bool replaceLast;
-                int const k = encodeUnit(pairs, count, u, a.last(), bytes, &replaceLast);
+                int const k = encoder.encodeUnit(units[j], a.last(), bytes, &replaceLast);
                 if (k == kNotRepresentable) {
                     result = 1;
                     continue;
                 }
                 if (replaceLast)
                     a.dropLast();
-                if (!a.reserve(k))
-                    return false;
                 a.put(bytes, k);
             }
-            units.clear();
+            pending = 0;
             return true;
         };
         // The code-page text is never longer than the UTF-8 text.
@@ -431,26 +480,35 @@ short GSString::convertEncoding(int target)
             return 1;
         long i = 0;
         while (i < n) {
-            long const run = asciiRun(text + i, n - i);
-            if (run) {
+            if (long const run = asciiRun(text + i, n - i)) {
                 if (!flush() || !a.reserve(run))
                     return 1;
                 a.put(reinterpret_cast<char const*>(text + i), run);
                 i += run;
                 continue;
             }
-            unsigned int c;
-            unsigned char const* next = GSUTF8ReadChar(text + i, n - i, 1, &c);
-            if (!next) {
-                result = 1;
-                break;
+            // Two- and three-byte characters decoded here as GSUTF8ReadChar does leniently
+            // (a continuation byte's low six bits, whatever it is; the terminator may be one).
+            unsigned int const lead = text[i];
+            if ((lead & 0xE0) == 0xC0) {
+                units[pending++] = static_cast<unsigned short>(((lead & 0x1F) << 6) | (text[i + 1] & 0x3F));
+                i += 2;
+            } else if ((lead & 0xF0) == 0xE0 && n - i >= 2) {
+                unsigned int const c = ((lead & 0x0F) << 12) | ((text[i + 1] & 0x3Fu) << 6) | (text[i + 2] & 0x3F);
+                if (!isSurrogate(c))
+                    units[pending++] = static_cast<unsigned short>(c);
+                i += 3;
+            } else {
+                unsigned int c;
+                unsigned char const* next = GSUTF8ReadChar(text + i, n - i, 1, &c);
+                if (!next) {
+                    result = 1;
+                    break;
+                }
+                i = next - text;
+                pending += convertUniChar32To16(c, units + pending);
             }
-            i = next - text;
-            unsigned short pair[2];
-            int const k = convertUniChar32To16(c, pair);
-            if (k && units.insertAt(-1, pair, k))
-                return 1;
-            if (units.getCount() >= 254 && !flush())
+            if (pending >= 254 && !flush())
                 return 1;
         }
         if (!flush())
