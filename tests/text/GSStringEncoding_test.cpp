@@ -101,6 +101,9 @@ TEST(GSStringEncoding, ConversionCases)
         EXPECT_EQ(s.convertEncoding(c.to), c.result);
         EXPECT_EQ(bytes(s), c.out);
         EXPECT_EQ(s.getEncoding(), c.to);
+        if (c.out.empty()) {
+            EXPECT_EQ(s.getSize(), 0); // an empty result holds no storage
+        }
     }
     GSString utf16 = make("a", 0);
     EXPECT_EQ(utf16.convertEncoding(GSString::kUTF16), 1); // only a source
@@ -280,7 +283,7 @@ TEST(GSStringEncoding, CombinationWithDiacriticalMark)
         // Kept rows that are not the letter with that accent.
         {'d', 0x0304, 0x0111}, {'i', 0x0307, 0x0131}, {'L', 0x0307, 0x013F}, {'l', 0x0307, 0x0140},
         {'o', 0x0338, 0}, {'b', 0x0301, 0}, {'e', 0x0305, 0}, {'e', 0x0370, 0}, {'e', 0x02FF, 0},
-        {0xE9, 0x0301, 0}, {0x165, 0x0301, 0},
+        {0xE9, 0x0301, 0}, {0x165, 0x0301, 0}, {'z', 0x0300, 0}, {'a', 0x0338, 0},
     };
     for (Case const& c : cases)
         EXPECT_EQ(GSString::getCombinationWithDiacriticalMark(c.base, c.mark), c.combined)
@@ -447,6 +450,8 @@ TEST(GSStringEncoding, UnicodeCharactersAndUnits)
     EXPECT_EQ(std::vector<int>(idx->begin(), idx->end()), (std::vector<int>{1, 3, 3}));
     ASSERT_EQ(make("\x8E" "a", 1).fillUniCharArrayWithRange(&u, &idx, GSRange(1, 50)), 0);
     EXPECT_EQ(std::vector<unsigned short>(u->begin(), u->end()), (std::vector<unsigned short>{'a'}));
+    EXPECT_EQ(s.fillUniCharArray(&u, nullptr), 1);
+    EXPECT_EQ(s.fillUniCharArray(nullptr, &idx), 1);
     GSFixArrayPointer<int, 256> none;
     EXPECT_EQ(s.getUTF8RangeForUniCharArray(none, GSRange(0, 1)), GSRange(0, 0));
 }
@@ -466,6 +471,8 @@ TEST(GSStringEncoding, PlatformBuffers)
     EXPECT_EQ(back.fromPStr(reinterpret_cast<unsigned char const*>("\x03" "a\x8E" "bzz")), 0);
     EXPECT_EQ(bytes(back), "a\x8E" "b");
     EXPECT_EQ(back.getEncoding(), 1);
+    EXPECT_EQ(back.fromPStr(nullptr), 0);
+    EXPECT_TRUE(back.isEmpty());
 
     GSHFSUniStr255 name{};
     EXPECT_EQ(GSString("a\xF0\x9F\x98\x80").fillHFSUniStr255(&name), 0);
@@ -497,6 +504,9 @@ TEST(GSStringEncoding, ConvertRange)
     EXPECT_EQ(bytes(s), "\xDB");
     EXPECT_EQ(s.convertRange(units, 4, GSByteOrderBig, 100, GSRange(-2, 3)), 0);
     EXPECT_EQ(bytes(s), "A");
+    EXPECT_EQ(s.convertRange(nullptr, 4, GSByteOrderBig, 100, GSRange(0, 4)), 1);
+    EXPECT_EQ(s.convertRange(nullptr, 4, GSByteOrderBig, 100, GSRange(1, 0)), 0);
+    EXPECT_TRUE(s.isEmpty());
 }
 
 // Hostile bytes in every tag convert in every direction without reading outside the text; code-page
