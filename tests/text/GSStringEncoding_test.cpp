@@ -210,11 +210,33 @@ TEST(GSStringEncoding, CodePagesRoundTripAgainstIconv)
             EXPECT_EQ(bytes(s), writing);
         }
     }
+    // The PostScript code page: ASCII but for the left quote at 0x60, the Windows row 0x80-0x9F,
+    // and from 0xA0 the byte's own value but for the rows of the standard encoding kept here.
+    std::pair<int, unsigned int> const psRows[] = {
+        {0xA4, 0x2044}, {0xA6, 0x0192}, {0xA8, 0x00A4}, {0xA9, 0x0027}, {0xAA, 0x201C}, {0xAC, 0x2039},
+        {0xAD, 0x203A}, {0xAE, 0xFB01}, {0xAF, 0xFB02}, {0xB1, 0x2013}, {0xB2, 0x2020}, {0xB3, 0x2021},
+        {0xB4, 0x00B7}, {0xB7, 0x2022}, {0xB8, 0x201A}, {0xB9, 0x201E}, {0xBA, 0x201D}, {0xBC, 0x2026},
+        {0xBD, 0x2030}, {0xC1, 0x0060}, {0xC2, 0x00B4}, {0xC3, 0x02C6}, {0xC4, 0x02DC}, {0xC5, 0x00AF},
+        {0xC6, 0x02D8}, {0xC7, 0x02C6}, {0xC8, 0x00A8}, {0xCA, 0x00B0}, {0xCB, 0x00B8}, {0xCD, 0x02DD},
+        {0xCE, 0x02DB}, {0xCF, 0x02C7}, {0xD0, 0x201C}, {0xE1, 0x00C6}, {0xE3, 0x00AA}, {0xE8, 0x0141},
+        {0xE9, 0x00D8}, {0xEA, 0x0152}, {0xEB, 0x00BA}, {0xF1, 0x00E6}, {0xF5, 0x0131}, {0xF8, 0x0142},
+        {0xF9, 0x00F8}, {0xFA, 0x0153}, {0xFB, 0x00DF},
+    };
     for (int b = 1; b < 256; ++b) {
         SCOPED_TRACE(testing::Message() << "PostScript byte " << b);
         GSString s = make(std::string(1, static_cast<char>(b)), 3);
         ASSERT_EQ(s.convertEncoding(100), 0);
         std::string const utf8 = bytes(s);
+        unsigned int reading = b == 0x60 ? 0x2018 : static_cast<unsigned int>(b);
+        for (auto const& [row, c] : psRows)
+            if (row == b)
+                reading = c;
+        if (b >= 0x80 && b < 0xA0) {
+            std::string const windows = iconvert("UTF-8", "CP1252", std::string(1, static_cast<char>(b)));
+            EXPECT_EQ(utf8, windows.empty() ? bytes(GSString(&reading, 1)) : windows);
+        } else {
+            EXPECT_EQ(utf8, bytes(GSString(&reading, 1)));
+        }
         std::string expected = iconvert("CP1252", "UTF-8", utf8);
         if (utf8 == "\xEF\xAC\x81" || utf8 == "\xEF\xAC\x82")
             expected = utf8 == "\xEF\xAC\x81" ? "fi" : "fl";

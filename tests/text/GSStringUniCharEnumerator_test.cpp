@@ -187,6 +187,8 @@ TEST(GSStringUniCharEnumerator, DecompositionTable)
     for (int n : found)
         EXPECT_EQ(n, entries);
     EXPECT_FALSE(GSCodePages::getDecomposition(0x2000 + 0xE9, nullptr, nullptr));
+    EXPECT_FALSE(GSCodePages::getDecomposition(0x2000, nullptr, nullptr));
+    EXPECT_FALSE(GSCodePages::getDecomposition(0x41, nullptr, nullptr));
 }
 
 // Hostile text and ranges: every walk ends, and within the text.
