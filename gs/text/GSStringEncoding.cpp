@@ -26,7 +26,9 @@ public:
         long const needed = used + n + 1;
         if (data)
             s.setUsed(used + 1);
-        if (s.createOwnData(needed, calcNewSize(needed), 1)) {
+        // The first reservation is taken as asked (callers reserve what they know they need);
+        // later ones double.
+        if (s.createOwnData(needed, data ? calcNewSize(needed) : needed, 1)) {
             data = nullptr;
             used = capacity = 0;
             return false;
