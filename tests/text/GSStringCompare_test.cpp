@@ -138,11 +138,12 @@ TEST(GSStringCompare, PlainAndCaseless)
     EXPECT_EQ(GSString("abcX").compareValueCountCaseless(GSString("ABCY"), 3), 0);
     EXPECT_LT(GSString("abcX").compareValueCountCaseless(GSString("ABCY"), 4), 0);
     EXPECT_TRUE(GSString("abcX").isEqualCountCaseless(GSString("ABCY"), 3));
+    EXPECT_EQ(GSString("\u00E9a").compareValueCountCaseless(GSString("\u00C9B"), 2), 0);
 
     // The byte forms: unsigned bytes, ASCII case only.
     EXPECT_GT(GSString("\xC3").compareValueSimple(GSString("a")), 0);
     EXPECT_LT(GSString("ab").compareValueSimple(GSString("abc")), 0);
-    EXPECT_EQ(GSString("aBc").compareValueCaselessSimple(GSString("AbC")), 0);
+    EXPECT_EQ(GSString("aBcz").compareValueCaselessSimple(GSString("AbCZ")), 0);
     EXPECT_GT(GSString("[").compareValueCaselessSimple(GSString("a")), 0);
     EXPECT_NE(GSString("\u00E9").compareValueCaselessSimple(GSString("\u00C9")), 0);
     EXPECT_GT(GSString("abc").compareValueCaselessSimple(GSString("AB")), 0);
@@ -182,6 +183,7 @@ TEST(GSStringCompare, RangesAndCounts)
     EXPECT_EQ(w1.compareValue(w2), 2);
     EXPECT_EQ(w2.compareValue(w1), -2);
     EXPECT_GT(w3.compareValue(w1), 0);
+    EXPECT_EQ(w1.compareValueRanges(GSString("xab", 3, GSString::kWindows), GSRange(0, 2), GSRange(1, 2)), 0);
 
     EXPECT_EQ(GSString("abcd").compareValueCount(GSString("abce"), 3), 0);
     EXPECT_LT(GSString("abcd").compareValueCount(GSString("abce"), 4), 0);
