@@ -44,3 +44,10 @@ struct GSCodePages {
 // the available continuation bytes, and takes the low six bits of whatever byte stands there.
 // Neither mode checks overlong forms, surrogates or values above 0x10FFFF.
 unsigned char const* GSUTF8ReadChar(unsigned char const* p, long available, short lenient, unsigned int* out) noexcept;
+
+// One raw character of a string's text at *index, before `end`: code-page text (a table given) is
+// read byte by byte through the table, skipping bytes whose value is 0; text without a table is read
+// as lenient UTF-8 with end - *index bytes available. *index moves behind the character. False when
+// the walk reaches `end` without a character (or *index is negative).
+bool GSReadRawUniChar(unsigned char const* text, unsigned short const* table, long* index, long end,
+                      unsigned int* c) noexcept;

@@ -252,6 +252,8 @@ private:
     char* ownData() noexcept; // the writable bytes, after createOwnData
     void setUsed(long used) noexcept; // bytes in use with the terminator; writes the terminator
     short appendUTF16(unsigned short const* units, long count);
+    // Writes converted text straight into this string's storage, growing it by steps.
+    class Appender;
 
     GSStringBuffer* buffer = nullptr;
     union Area {

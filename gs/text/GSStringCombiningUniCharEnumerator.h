@@ -11,6 +11,7 @@ class GSStringCombiningUniCharEnumerator {
 public:
     explicit GSStringCombiningUniCharEnumerator(GSString const& string);
 
+    // The range is clamped to the text.
     void setRange(GSRange const& range);
     void setIndex(long i);
     // The byte index after the last character given out.
@@ -28,4 +29,5 @@ private:
     bool restart = true;
     unsigned int lookAhead = 0;
     long position = 0;
+    long textLength; // setRange never reaches beyond the text
 };

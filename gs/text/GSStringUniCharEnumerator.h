@@ -12,6 +12,7 @@ class GSStringUniCharEnumerator {
 public:
     GSStringUniCharEnumerator(GSString const& string, short decompose);
 
+    // The range is clamped to the text.
     void setRange(GSRange const& range);
     void setIndex(long i) { index = i; }
     long getIndex() const { return index; }
@@ -30,4 +31,5 @@ private:
     long index = 0;
     long end;
     unsigned int pending = 0;
+    long textLength; // setRange never reaches beyond the text
 };
