@@ -110,6 +110,10 @@ TEST(GSMemPicData, ReadFailsOnDamage)
     GSMemPicData data;
     EXPECT_EQ(data.read(file.get()), 0);
     EXPECT_EQ(data.getByteCount(), 0);
+    // The largest count the field holds is taken; whether its bytes follow is the walk's concern.
+    file = memoryFile(fromHex("01 00 00 00 00 03 00 00 00 06 00 02 7F FF FF FF"));
+    EXPECT_EQ(data.read(file.get()), 0);
+    EXPECT_EQ(data.getByteCount(), 0x7FFFFFFF);
 }
 
 } // namespace
