@@ -177,13 +177,13 @@ struct JpegDecoder {
     }
 };
 
-// TurboJPEG's scaling factors in the order tjDecompress2 tries them: the first whose scaled size
-// fits the requested size is the one used.
+// TurboJPEG's scaling factors up to 1, in the order tjDecompress2 tries them: the first whose
+// scaled size fits the requested size is the one used. Its larger factors are never chosen here:
+// a decode never asks for more than the stored size.
 struct ScalingFactor {
     unsigned num, denom;
 };
-constexpr ScalingFactor kScalingFactors[] = {{2, 1}, {15, 8}, {7, 4}, {13, 8}, {3, 2}, {11, 8}, {5, 4}, {9, 8},
-                                             {1, 1}, {7, 8},  {3, 4}, {5, 8},  {1, 2}, {3, 8},  {1, 4}, {1, 8}};
+constexpr ScalingFactor kScalingFactors[] = {{1, 1}, {7, 8}, {3, 4}, {5, 8}, {1, 2}, {3, 8}, {1, 4}, {1, 8}};
 
 std::uint32_t scaledSide(std::uint32_t side, ScalingFactor f)
 {

@@ -192,8 +192,11 @@ public:
     {
         return compareValueCountCaseless(other, n) == 0;
     }
-    // Natural order: caseless, with embedded numbers compared by value; pathMode limits the
-    // number search to the last path component.
+    // Natural order: caseless, with embedded numbers compared by value (rules in
+    // GSStringCompare.cpp). Texts before numbers count only as far as both reach ("ab1" equals
+    // "abc1"), except in path mode for numbers in the last path component, where the shorter text
+    // comes first and spaces before a number are left out. That exception makes path mode the one
+    // to sort with: without it the order is not transitive (ab5 < abc9 < abd1 < ab5).
     int compareValueWithNumberCaseless(GSString const& other, short pathMode) const;
     // 0 when `text` matches `pattern`, in which the byte `anyChar` stands for one character and
     // `anyRun` for any run of characters (file search uses 2 and 1); caseless when `caseless` is set.

@@ -123,19 +123,19 @@ int caselessWalk(GSString const& a, long startA, long endA, long limitA, GSStrin
     }
 }
 
-// True when a number starts at i: a digit or a "." from `from` on, where a "." at the window
+// True when a number starts at i: a digit or a ".", where a "." at the window
 // start `window` does not count.
-bool isNumberStart(unsigned char const* text, long window, long from, long i)
+bool isNumberStart(unsigned char const* text, long window, long i)
 {
-    return i >= from && ((text[i] >= '0' && text[i] <= '9') || (text[i] == '.' && i != window));
+    return (text[i] >= '0' && text[i] <= '9') || (text[i] == '.' && i != window);
 }
 
-// The first index from `from` on where a number starts; `length` when there is none.
-long numberStart(unsigned char const* text, long window, long from, long length)
+// The first index of the window where a number starts; `length` when there is none.
+long numberStart(unsigned char const* text, long window, long length)
 {
-    for (; from < length; ++from) {
-        if (isNumberStart(text, window, from, from))
-            return from;
+    for (long i = window; i < length; ++i) {
+        if (isNumberStart(text, window, i))
+            return i;
     }
     return length;
 }
@@ -279,21 +279,22 @@ int GSString::compareValueStartingCaseless(GSString const& start) const
 
 // --- Natural order --------------------------------------------------------------------------------
 
-// Each string is taken as text, number, text, number and so on. The texts before the numbers are
-// compared caselessly by character, a text that ends first (a number that starts earlier) being
-// smaller; then the smaller value; then the number texts (so "a007" comes before "a7"); then both
-// go on behind their numbers. A number starts at a digit or at "." (a "." at the start of what is
-// left does not count: it is the point after the previous number, or a hidden file's dot).
-//
-// In path mode numbers count only in the last path component: the number search starts behind the
-// last "/". There the spaces (U+0020, U+200B) before a number do not count either: the texts are
-// compared as far as both reach, then without those spaces, so "Scan 7" and "Scan7" put their
-// numbers at the same place.
-//
-// The texts are compared by character, not over a count of bytes taken from one of them: such a
-// count could end inside a character of the other string, or between a letter and its accent,
-// and the order would depend on which string is asked. What is left of each string is a window
-// [offset, length): nothing is copied.
+// Each string is taken as text, number, text, number and so on. A number starts at a digit or at
+// "." (a "." at the start of what is left does not count: it is the point after the previous
+// number, or a hidden file's dot). For each pair:
+//   1. the texts are compared caselessly as far as both reach before their numbers (so "file 9"
+//      and "file10" go on to their numbers, 9 < 10);
+//   2. in path mode, when both numbers lie in the last path component (behind the last "/"), the
+//      spaces (U+0020, U+200B) before each number are left out and the shorter rest of the text is
+//      smaller ("Scan 7" and "Scan7" put their numbers at the same place);
+//   3. a string that has nothing left is smaller;
+//   4. the smaller value is smaller; equal values are ordered by their number texts ("a007" before
+//      "a7"), a shorter text being smaller;
+//   5. both go on behind their numbers.
+// The texts are walked by character, and step 1 stops as soon as either text ends, so the order
+// does not depend on which string is asked, also when a character or an accent spans the point
+// where the nearer number starts. What is left of each string is a window [offset, length):
+// nothing is copied.
 int GSString::compareValueWithNumberCaseless(GSString const& other, short pathMode) const
 {
     long const lengthA = getLength();
@@ -308,20 +309,18 @@ int GSString::compareValueWithNumberCaseless(GSString const& other, short pathMo
     long offsetA = 0;
     long offsetB = 0;
     for (;;) {
-        long const fromA = pathMode ? std::max(offsetA, limitA + 1) : offsetA;
-        long const fromB = pathMode ? std::max(offsetB, limitB + 1) : offsetB;
         long startA = -1;
         long startB = -1;
         if (ascii) {
             // The common cases, decided while finding the numbers: two texts that differ in an
             // ASCII character before either number starts (the walk below would give the same), or
             // two numbers at the same place behind texts that are the same ASCII but for case (the
-            // walks below would find nothing).
+            // walk below would find nothing).
             for (long ia = offsetA, ib = offsetB; ia < lengthA && ib < lengthB; ++ia, ++ib) {
                 unsigned int const ca = ta[ia];
                 unsigned int const cb = tb[ib];
-                bool const numberA = isNumberStart(ta, offsetA, fromA, ia);
-                bool const numberB = isNumberStart(tb, offsetB, fromB, ib);
+                bool const numberA = isNumberStart(ta, offsetA, ia);
+                bool const numberB = isNumberStart(tb, offsetB, ib);
                 if (numberA && numberB) {
                     startA = ia;
                     startB = ib;
@@ -334,26 +333,16 @@ int GSString::compareValueWithNumberCaseless(GSString const& other, short pathMo
             }
         }
         if (startA < 0) {
-            startA = numberStart(ta, offsetA, fromA, lengthA);
-            startB = numberStart(tb, offsetB, fromB, lengthB);
-            long textA = startA;
-            long textB = startB;
-            if (startA > limitA && startB > limitB) {
-                textA = beforeSpaces(*this, offsetA, startA);
-                textB = beforeSpaces(other, offsetB, startB);
-            }
-            // Without spaces to leave out, one walk decides; with them, a difference in the common
-            // part comes first, then the texts without the spaces.
-            bool const spaces = textA != startA || textB != startB;
-            int r = caselessWalk(*this, offsetA, startA, -1, other, offsetB, startB,
-                                 spaces ? kEitherEnds : kShorterSmaller);
-            if (r)
+            startA = numberStart(ta, offsetA, lengthA);
+            startB = numberStart(tb, offsetB, lengthB);
+            if (int r = caselessWalk(*this, offsetA, startA, -1, other, offsetB, startB, kEitherEnds))
                 return r;
-            if (spaces) {
-                r = caselessWalk(*this, offsetA, textA, -1, other, offsetB, textB, kShorterSmaller);
-                if (r)
-                    return r;
-            }
+        }
+        if (pathMode && startA > limitA && startB > limitB) {
+            long const textA = beforeSpaces(*this, offsetA, startA) - offsetA;
+            long const textB = beforeSpaces(other, offsetB, startB) - offsetB;
+            if (textA != textB)
+                return textA < textB ? -1 : 1;
         }
         bool const emptyA = offsetA == lengthA;
         bool const emptyB = offsetB == lengthB;

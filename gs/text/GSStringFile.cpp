@@ -94,6 +94,8 @@ short GSString::read(GSFile* file)
     // Data that does not end in its terminator is not taken, but the read itself succeeded.
     if (ownData()[count - 1] != 0) {
         releaseData();
+        if (encoding <= 99)
+            encoding = kMac;
         return 0;
     }
     setUsed(count);

@@ -155,6 +155,11 @@ TEST(GSSafeSave, AbortOrAbandonRemovesTheTemporaryFile)
     // An aborted new file is removed: the folder is as it was.
     EXPECT_EQ(save(dir / "new.qmd", "partial", 1, 1).close, 0);
     EXPECT_EQ(dir.listing(), "doc.qmd");
+    // An abandoned save in place (a new file, then safety mode 0) keeps the file it wrote.
+    for (int safety : {1, 0}) {
+        EXPECT_EQ(save(dir / "new.qmd", "partial", safety, -1).open, 0);
+        EXPECT_EQ(dir.listing(), "doc.qmd new.qmd") << safety;
+    }
 
     // Aborting a file opened for reading or updating never deletes it.
     for (char const* mode : {"rb", "rb+"}) {
@@ -191,6 +196,8 @@ TEST(GSSafeSave, LockedTargetIsRefusedWithMessage49713)
     std::filesystem::create_directories(dir / "folder.qmd");
     for (int safety : {0, 1})
         EXPECT_EQ(save(dir / "folder.qmd", "new", safety).open, 1);
+    // So is a target in a folder that does not exist.
+    EXPECT_EQ(save(dir / "none/doc.qmd", "new", 1).open, 1);
     EXPECT_TRUE(std::filesystem::is_directory(dir / "folder.qmd"));
     EXPECT_EQ(dir.listing(), "doc.qmd folder.qmd");
 }

@@ -51,8 +51,9 @@ TEST(GSStringCompare, NaturalOrder)
         {"a7", "a07", 0, 1},
         {"", "a", 0, -1},
         {"", "", 0, 0},
-        {"ab1", "abc1", 0, -1}, // the number that starts earlier is smaller
-        {"ab", "abc", 0, -1},
+        {"ab1", "abc1", 0, 0}, // texts count as far as both reach before their numbers
+        {"ab1", "abc1", 1, -1}, // ... and in path mode the shorter text is smaller
+        {"file 9", "file10", 0, -1},
         {"IMG_1234.jpg", "img_1235.JPG", 0, -1},
         {"IMG_1234.jpg", "img_1234.JPG", 0, 0},
         {"1.5", "1.10", 0, -1}, // behind a number its point is not a new number start
@@ -63,10 +64,13 @@ TEST(GSStringCompare, NaturalOrder)
         {"n2147483650", "n2147483649", 0, 1}, // long numbers keep their leading digits
         {"n99999999999", "n99999999990", 0, 1},
         {"dir9/a", "dir10/a", 0, -1},
-        {"dir9/a", "dir10/a", 1, 1}, // path mode: numbers only in the last component
+        {"dir9/a", "dir10/a", 1, -1},
+        {"d 1/x", "d1/x", 1, 0}, // the space step only in the last component
+        {"d/a 1", "d/a1", 1, 0},
+        {"d/ab 1", "d/a1", 1, 1},
         {"d/file9", "d/file10", 1, -1},
         {"d/file2", "d/File2", 1, 0},
-        {"Scan 7", "Scan7", 0, 1},
+        {"Scan 7", "Scan7", 0, 0},
         {"Scan 7", "Scan7", 1, 0}, // path mode: spaces before a number do not count
         {"Scan\u200B7", "Scan7", 1, 0},
         {"Scan 10", "Scan7", 1, 1},
@@ -138,11 +142,12 @@ TEST(GSStringCompare, PlainAndCaseless)
     EXPECT_EQ(GSString("abcX").compareValueCountCaseless(GSString("ABCY"), 3), 0);
     EXPECT_LT(GSString("abcX").compareValueCountCaseless(GSString("ABCY"), 4), 0);
     EXPECT_TRUE(GSString("abcX").isEqualCountCaseless(GSString("ABCY"), 3));
+    EXPECT_EQ(GSString("\u00E9a").compareValueCountCaseless(GSString("\u00C9B"), 2), 0);
 
     // The byte forms: unsigned bytes, ASCII case only.
     EXPECT_GT(GSString("\xC3").compareValueSimple(GSString("a")), 0);
     EXPECT_LT(GSString("ab").compareValueSimple(GSString("abc")), 0);
-    EXPECT_EQ(GSString("aBc").compareValueCaselessSimple(GSString("AbC")), 0);
+    EXPECT_EQ(GSString("aBcz").compareValueCaselessSimple(GSString("AbCZ")), 0);
     EXPECT_GT(GSString("[").compareValueCaselessSimple(GSString("a")), 0);
     EXPECT_NE(GSString("\u00E9").compareValueCaselessSimple(GSString("\u00C9")), 0);
     EXPECT_GT(GSString("abc").compareValueCaselessSimple(GSString("AB")), 0);
@@ -182,6 +187,7 @@ TEST(GSStringCompare, RangesAndCounts)
     EXPECT_EQ(w1.compareValue(w2), 2);
     EXPECT_EQ(w2.compareValue(w1), -2);
     EXPECT_GT(w3.compareValue(w1), 0);
+    EXPECT_EQ(w1.compareValueRanges(GSString("xab", 3, GSString::kWindows), GSRange(0, 2), GSRange(1, 2)), 0);
 
     EXPECT_EQ(GSString("abcd").compareValueCount(GSString("abce"), 3), 0);
     EXPECT_LT(GSString("abcd").compareValueCount(GSString("abce"), 4), 0);

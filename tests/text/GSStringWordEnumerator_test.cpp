@@ -53,6 +53,7 @@ TEST(GSStringWordEnumerator, Pieces)
     // An accent belongs to the character before it, also after a delimiter or a space.
     EXPECT_EQ(pieces(",\u0301a"), (Pieces{",\u0301", "a"}));
     EXPECT_EQ(pieces(" \u0301\u0302a"), (Pieces{" \u0301\u0302", "a"}));
+    EXPECT_EQ(pieces(",\u0300\u036Fa"), (Pieces{",\u0300\u036F", "a"}));
     EXPECT_EQ(pieces("caf\u00E9 e\u0301t\u00E9"), (Pieces{"caf\u00E9", " ", "e\u0301t\u00E9"}));
     EXPECT_EQ(pieces("\u4E2D\u6587,x"), (Pieces{"\u4E2D\u6587", ",", "x"}));
     EXPECT_TRUE(pieces("").empty());
@@ -72,6 +73,18 @@ TEST(GSStringWordEnumerator, CharacterClasses)
         EXPECT_TRUE(GSString::isWhiteSpace(c)) << c;
     for (unsigned int c : {0u, 11u, 0xA0u, 0x61u, 0x2028u})
         EXPECT_FALSE(GSString::isWhiteSpace(c)) << c;
+    // Line and paragraph ends: c, isReturn, isParagraphEnd, isVisualParagraphEnd.
+    struct Ends {
+        unsigned int c;
+        bool ret, paragraph, visual;
+    };
+    for (Ends const& e : {Ends{13, true, true, true}, Ends{10, true, true, true}, Ends{0x2029, false, true, true},
+                          Ends{0x2028, false, false, true}, Ends{12, false, false, true}, Ends{3, false, false, true},
+                          Ends{14, false, false, false}, Ends{32, false, false, false}}) {
+        EXPECT_EQ(GSString::isReturn(e.c), e.ret) << e.c;
+        EXPECT_EQ(GSString::isParagraphEnd(e.c), e.paragraph) << e.c;
+        EXPECT_EQ(GSString::isVisualParagraphEnd(e.c), e.visual) << e.c;
+    }
     for (unsigned int c : {1u, unsigned('_'), unsigned('a'), unsigned('Z'), unsigned('0'), 0xDFu, 0xE9u, 0x301u, 0x4E2Du})
         EXPECT_FALSE(GSString::isUniCharWordDelimiter(c)) << c;
     for (unsigned int c : {0u, unsigned(' '), unsigned(','), unsigned('-'), 0xA0u, 0xD7u})
@@ -113,6 +126,8 @@ TEST(GSStringWordEnumerator, IndicesAndNumbers)
     EXPECT_EQ(s.nextValidIndex(5), 6);
     EXPECT_EQ(s.previousValidIndex(5), 0);
     EXPECT_EQ(s.previousValidIndex(6), 5);
+    EXPECT_EQ(s.previousValidIndex(0), 0);
+    EXPECT_EQ(s.nextValidIndex(-3), 0);
     EXPECT_EQ(s.getCharCountForIndex(5), 3);
     EXPECT_EQ(s.getCharCountForIndex(4), 3);
     GSString const page("\xE9\xE9", 2, GSString::kWindows);

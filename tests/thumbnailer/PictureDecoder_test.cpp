@@ -109,14 +109,14 @@ TEST(JpegDecode, GreyAndInvertedCmykBecomeOpaqueRgb)
     expectNear(image.row(4) + 2 * 4, {90, 90, 90}, 2, "left");
     expectNear(image.row(4) + 12 * 4, {200, 200, 200}, 2, "right");
 
-    // Stored CMYK values as Adobe writes them: 255 means no ink. C=255, M=0, Y=255, K=255 is pure
-    // magenta ink: red and blue full, green none.
+    // Stored CMYK values as Adobe writes them: 255 means no ink. C=255, M=0, Y=255, K=128 is
+    // magenta ink under half black: red and blue at half, green none.
     Bytes cmyk(8 * 8 * 4);
     for (std::size_t i = 0; i < cmyk.size(); i += 4)
-        cmyk[i] = 255, cmyk[i + 1] = 0, cmyk[i + 2] = 255, cmyk[i + 3] = 255;
+        cmyk[i] = 255, cmyk[i + 1] = 0, cmyk[i + 2] = 255, cmyk[i + 3] = 128;
     jpeg = encodeJpeg(cmyk, 8, 8, TJPF_CMYK, TJSAMP_444);
     ASSERT_EQ(decodePicture(jpeg.data(), jpeg.size(), PictureFormat::jpeg, {}, &image), PictureStatus::ok);
-    expectNear(image.row(3) + 3 * 4, {255, 0, 255}, 3, "magenta");
+    expectNear(image.row(3) + 3 * 4, {128, 0, 128}, 3, "dark magenta");
 }
 
 TEST(JpegDecode, ScaledSidesRoundUp)
@@ -257,36 +257,46 @@ TEST(DecodeLimits, DecodeMemoryRefusesAFullSizeCoefficientBuffer)
     }
 }
 
-// An interlaced PNG for a sink that wants whole rows is deinterlaced whole first: that buffer is
-// the decode's working memory.
+// An interlaced PNG for a sink that wants whole rows is deinterlaced whole first, as RGBA: that
+// buffer is the decode's working memory. An opaque RGB picture still reaches the sink as RGB.
 TEST(DecodeLimits, DecodeMemoryBoundsDeinterlacingForARowSink)
 {
     samples::Picture p = samples::photoLike(64, 32, true);
-    Bytes interlaced = samples::encodePng(p, true, 6, true);
     struct Rows : PngRowSink {
+        int channels = 0;
         Bytes pixels;
-        PictureStatus begin(std::uint32_t, std::uint32_t, int, bool passRows) override
+        PictureStatus begin(std::uint32_t, std::uint32_t, int c, bool passRows) override
         {
+            channels = c;
             return passRows ? PictureStatus::corrupt : PictureStatus::ok;
         }
         PictureStatus row(std::uint8_t const* r) override
         {
-            pixels.insert(pixels.end(), r, r + 64 * 4);
+            pixels.insert(pixels.end(), r, r + 64 * channels);
             return PictureStatus::ok;
         }
     };
-    GSThumbnailLimits limits;
-    limits.maxDecodeBytes = 64 * 32 * 4 - 1;
-    Rows refused;
-    EXPECT_EQ(decodePngRows(interlaced.data(), interlaced.size(), limits, &refused), PictureStatus::tooLarge);
-    limits.maxDecodeBytes = 64 * 32 * 4;
-    Rows rows;
-    ASSERT_EQ(decodePngRows(interlaced.data(), interlaced.size(), limits, &rows), PictureStatus::ok);
-    EXPECT_EQ(rows.pixels, p.rgba);
+    for (bool alpha : {true, false}) {
+        Bytes interlaced = samples::encodePng(p, alpha, 6, true);
+        Bytes expected;
+        for (std::size_t i = 0; i < p.rgba.size(); ++i)
+            if (alpha || i % 4 != 3)
+                expected.push_back(p.rgba[i]);
+        GSThumbnailLimits limits;
+        limits.maxDecodeBytes = 64 * 32 * 4 - 1;
+        Rows refused;
+        EXPECT_EQ(decodePngRows(interlaced.data(), interlaced.size(), limits, &refused), PictureStatus::tooLarge);
+        limits.maxDecodeBytes = 64 * 32 * 4;
+        Rows rows;
+        ASSERT_EQ(decodePngRows(interlaced.data(), interlaced.size(), limits, &rows), PictureStatus::ok);
+        EXPECT_EQ(rows.channels, alpha ? 4 : 3);
+        EXPECT_EQ(rows.pixels, expected) << (alpha ? "RGBA" : "RGB");
+    }
 }
 
 // A decode bound in time stops between rows or scans once its time is up (a bound of 1 ms against
-// decodes of a megapixel, which take several); without the bound the same decodes succeed.
+// decodes of a megapixel, which take several), with or without the JPEG scan limit; without the
+// bound the same decodes succeed.
 TEST(DecodeLimits, ADecodeStopsWhenItsTimeIsUp)
 {
     samples::Picture p = samples::photoLike(1024, 1024);
@@ -296,15 +306,17 @@ TEST(DecodeLimits, ADecodeStopsWhenItsTimeIsUp)
         PictureStatus begin(std::uint32_t, std::uint32_t, int, bool) override { return PictureStatus::ok; }
         PictureStatus row(std::uint8_t const*) override { return PictureStatus::ok; }
     };
-    for (long milliseconds : {1L, 0L}) {
-        GSThumbnailLimits limits;
-        limits.maxDecodeMilliseconds = milliseconds;
-        PictureStatus const expected = milliseconds ? PictureStatus::timedOut : PictureStatus::ok;
-        Discard sink;
-        EXPECT_EQ(decodePngRows(png.data(), png.size(), limits, &sink), expected);
-        RGBAImage image;
-        EXPECT_EQ(decodeJpegScaled(jpeg.data(), jpeg.size(), 1, limits, &image), expected);
-    }
+    for (long milliseconds : {1L, 0L})
+        for (bool limitScans : {true, false}) {
+            GSThumbnailLimits limits;
+            limits.maxDecodeMilliseconds = milliseconds;
+            limits.limitJpegScans = limitScans;
+            PictureStatus const expected = milliseconds ? PictureStatus::timedOut : PictureStatus::ok;
+            Discard sink;
+            EXPECT_EQ(decodePngRows(png.data(), png.size(), limits, &sink), expected);
+            RGBAImage image;
+            EXPECT_EQ(decodeJpegScaled(jpeg.data(), jpeg.size(), 1, limits, &image), expected) << limitScans;
+        }
 }
 
 // The pixels come from libjpeg itself (for its memory limit); they must be exactly those of
@@ -378,6 +390,23 @@ TEST(DecodeLimits, PngChunkCacheLimitRefusesALargeTextChunk)
     limits.maxPngChunkCacheBytes = 1000; // below the chunk bound, which follows it down
     EXPECT_EQ(decodePicture(png.data(), png.size(), PictureFormat::png, limits, &image), PictureStatus::tooLarge);
     EXPECT_TRUE(image.isEmpty());
+}
+
+// A size with no pixels, one whose byte count overflows, or one no address space holds: the
+// allocation fails and the image is left empty, even one that held pixels before.
+TEST(RGBAImageAllocate, RefusesSizesThatCannotBeHad)
+{
+    std::vector<std::array<std::uint32_t, 2>> sizes = {{0, 5}, {5, 0}, {0xFFFFFFFFu, 0xFFFFFFFFu}};
+#ifndef __SANITIZE_ADDRESS__ // AddressSanitizer aborts on such a request instead of failing it
+    sizes.push_back({0xFFFFFFFFu, 0x3FFFFFFFu}); // just under 2^64 bytes
+#endif
+    for (auto [width, height] : sizes) {
+        RGBAImage image;
+        ASSERT_TRUE(image.allocate(2, 3));
+        EXPECT_FALSE(image.allocate(width, height)) << width << " x " << height;
+        EXPECT_TRUE(image.isEmpty());
+        EXPECT_EQ(image.width() + image.height(), 0u);
+    }
 }
 
 TEST(PictureDecode, RefusesDamagedOrForeignBytes)
