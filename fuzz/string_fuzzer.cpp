@@ -4,7 +4,8 @@
 // object table of the newer kind), 2 fixed-width byte fields, 3 fixed-width UTF-16 fields (the
 // second byte gives the field width and the byte order). Strings are read one after another until
 // a read fails. Invariants checked on every string read:
-//   - the text is zero-terminated and never longer than the input;
+//   - the text is zero-terminated and at most twice as long as the input (a UTF-16 unit becomes
+//     up to three UTF-8 bytes; a ligature byte of a code page becomes "fi" or "fl");
 //   - code-page text read from a file is in the Mac code page, and converts to valid UTF-8;
 //   - the natural comparison of a string with a copy of itself is 0, in both modes, and the word
 //     pieces of the text tile it exactly, each moving forward.
@@ -21,7 +22,7 @@ namespace {
 void check(GSString const& s, size_t inputSize, bool fromFramedRead)
 {
     long const length = s.getLength();
-    if (length < 0 || static_cast<size_t>(length) > inputSize || s.c_str()[length] != 0)
+    if (length < 0 || static_cast<size_t>(length) > 2 * inputSize || s.c_str()[length] != 0)
         std::abort();
     if (s.getEncoding() <= 99) {
         if (fromFramedRead && s.getEncoding() != GSString::kMac)

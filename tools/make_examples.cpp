@@ -186,6 +186,8 @@ std::map<std::string, Bytes> corpus()
         {"words", "00 00 FF 9B 00 00 00 0C 61 62 2C E2 80 8B 20 2C CC 81 63 00"},
         {"byte-fields", "02 05 61 62 00 63 00 E9 00 00 41 42"},
         {"utf16-fields", "03 84 41 00 3D D8 00 DE 00 D8 41 00"},
+        // Found by the fuzzer: UTF-16 units whose UTF-8 text is longer than the field.
+        {"utf16-expands", "23 07 A7 84 DE 7D 7D 7D 7D 7D 7D 7D 7D AB 20 00 02"},
     };
     for (auto const& [name, hex] : strings)
         files[std::string("fuzz/corpus/string/") + name] = fromHex(hex);
