@@ -88,8 +88,8 @@ public:
     // Replaces the contents. A negative encoding stores tag 1; -2 asks for detection: tag 100 when
     // the bytes are valid UTF-8, else 1. A null text or length 0 gives an empty string; a negative
     // length takes the text up to its zero terminator. 1 when storage cannot be had.
-    short init(char const* text, long length, int encoding);
-    short initFromCString(char const* text, int encoding);
+    [[nodiscard]] short init(char const* text, long length, int encoding);
+    [[nodiscard]] short initFromCString(char const* text, int encoding);
 
     // --- Storage -------------------------------------------------------------------------------
     char const* c_str() const noexcept;
@@ -108,23 +108,23 @@ public:
     // Growth step for a request of n bytes: n + 16 below 16, else 2n.
     static long calcNewSize(long n) noexcept { return n < 16 ? n + 16 : 2 * n; }
     // Reserves room for n characters: nothing below 48, else an owned block of 2n + 2 bytes.
-    short setSize(long n);
+    [[nodiscard]] short setSize(long n);
     // Makes the storage this string's own with room for at least minSize bytes (terminator
     // included), allocating newSize bytes when a block is needed, keeping the contents when `keep`
     // is set. 1 (and an empty string) when the allocation fails.
-    short createOwnData(long minSize, long newSize, short keep);
+    [[nodiscard]] short createOwnData(long minSize, long newSize, short keep);
     // Turns a fixed string into an owned copy.
-    short createNonFixData();
+    [[nodiscard]] short createNonFixData();
     // Empties the string: back to shared mode without a block. The tag stays.
     void releaseData() noexcept;
 
     // --- Appending (the base that conversion and reading build on) -----------------------------
-    short add(char const* bytes, long n);
-    short add(char c) { return add(&c, 1); }
-    short add(GSString const& other) { return add(other.c_str(), other.getLength()); }
+    [[nodiscard]] short add(char const* bytes, long n);
+    [[nodiscard]] short add(char c) { return add(&c, 1); }
+    [[nodiscard]] short add(GSString const& other) { return add(other.c_str(), other.getLength()); }
     GSString& operator+=(GSString const& other);
     // Appends one code point as UTF-8 (up to six bytes, values up to 0x7FFFFFFF).
-    short addUnicodeChar(unsigned int c);
+    [[nodiscard]] short addUnicodeChar(unsigned int c);
     // The text from `start`, `length` bytes, clamped to the string; same tag.
     GSString getSubstring(long start, long length) const;
 
@@ -143,13 +143,13 @@ public:
     static bool isCombiningDiacriticalMark(unsigned int c) noexcept;
     // Appends the code-page bytes of one UTF-16 unit; a combining mark folds into the last byte.
     // 1 (nothing appended) when the unit is not representable.
-    short addCharForUnicode(unsigned short const* pairs, int count, unsigned int u);
+    [[nodiscard]] short addCharForUnicode(unsigned short const* pairs, int count, unsigned int u);
     // Converts the text to `target` (0, 1, 2, 3 or 100; 101 only as a source). 1 when a character
     // could not be represented (it is left out) or the text could not be read.
-    short convertEncoding(int target);
+    [[nodiscard]] short convertEncoding(int target);
     // Replaces the contents with `count` UTF-16 units of `units` in `range` (clamped), swapped from
     // `byteOrder` (GSByteOrder values) and converted to `encoding`.
-    short convertRange(unsigned short const* units, long count, short byteOrder, short encoding,
+    [[nodiscard]] short convertRange(unsigned short const* units, long count, short byteOrder, short encoding,
                        GSRange const& range);
     // The character at byte `index` (read through the tag's table, or as lenient UTF-8); `next`
     // receives the index after it. 0 at or past the end.
@@ -160,18 +160,18 @@ public:
     // Fills up to `maximum` UTF-16 units; returns how many it wrote.
     long fillUniChars(unsigned short* out, long maximum) const;
     // UTF-16 units of the whole text / of a byte range, with the byte index of each unit.
-    short fillUniCharArray(GSFixArrayPointer<unsigned short, 256>* units,
+    [[nodiscard]] short fillUniCharArray(GSFixArrayPointer<unsigned short, 256>* units,
                            GSFixArrayPointer<int, 256>* indices) const;
-    short fillUniCharArrayWithRange(GSFixArrayPointer<unsigned short, 256>* units,
+    [[nodiscard]] short fillUniCharArrayWithRange(GSFixArrayPointer<unsigned short, 256>* units,
                                     GSFixArrayPointer<int, 256>* indices, GSRange const& range) const;
     // The byte range covered by units [unitRange) of an array made by fillUniCharArray.
     GSRange getUTF8RangeForUniCharArray(GSFixArrayPointer<int, 256> const& indices,
                                         GSRange const& unitRange) const;
     // Pascal strings: length byte then up to 255 Mac code-page bytes / UTF-16 units.
-    short fillStr255(unsigned char* pascal) const;
-    short fillHFSUniStr255(GSHFSUniStr255* name) const;
-    short fromPStr(unsigned char const* pascal);
-    short fromHFSUniStr255(GSHFSUniStr255 const& name);
+    [[nodiscard]] short fillStr255(unsigned char* pascal) const;
+    [[nodiscard]] short fillHFSUniStr255(GSHFSUniStr255* name) const;
+    [[nodiscard]] short fromPStr(unsigned char const* pascal);
+    [[nodiscard]] short fromHFSUniStr255(GSHFSUniStr255 const& name);
 
     // True when the whole text reads as strict UTF-8 (a string without storage is not).
     bool isValidUTF8() const noexcept;
