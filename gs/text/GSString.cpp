@@ -317,6 +317,22 @@ short GSString::add(char const* bytes, long n)
 {
     if (n <= 0 || !bytes)
         return 0;
+    // The common case first: storage of our own with room for the bytes. memmove, because the
+    // bytes may be a part of this string.
+    if (mode == kInline && area.in.used + n <= kInlineBytes) {
+        long const length = area.in.used - 1;
+        std::memmove(area.in.data + length, bytes, static_cast<size_t>(n));
+        area.in.used = static_cast<unsigned char>(length + n + 1);
+        area.in.data[length + n] = 0;
+        return 0;
+    }
+    if (mode == kShared && buffer && buffer->used + n <= buffer->capacity && buffer->getRefCount() < 2) {
+        long const length = buffer->used - 1;
+        std::memmove(buffer->data + length, bytes, static_cast<size_t>(n));
+        buffer->used = length + n + 1;
+        buffer->data[length + n] = 0;
+        return 0;
+    }
     long const length = getLength();
     char const* own = c_str();
     // Appending a part of this string to itself: the storage may move, so remember the offset.

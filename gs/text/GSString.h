@@ -120,7 +120,16 @@ public:
 
     // --- Appending (the base that conversion and reading build on) -----------------------------
     [[nodiscard]] short add(char const* bytes, long n);
-    [[nodiscard]] short add(char c) { return add(&c, 1); }
+    [[nodiscard]] short add(char c)
+    {
+        // One byte into inline room: the path that builds short names, kept free of calls.
+        if (mode == kInline && area.in.used < kInlineBytes) {
+            area.in.data[area.in.used - 1] = c;
+            area.in.data[area.in.used++] = 0;
+            return 0;
+        }
+        return add(&c, 1);
+    }
     [[nodiscard]] short add(GSString const& other) { return add(other.c_str(), other.getLength()); }
     GSString& operator+=(GSString const& other);
     // Appends one code point as UTF-8 (up to six bytes, values up to 0x7FFFFFFF).
