@@ -330,13 +330,12 @@ PictureStatus openPng(PngContext* png, PngInput const& input, GSThumbnailLimits 
         return PictureStatus::noMemory;
     // libspng refuses limits above 2^31 - 1, the largest side PNG allows anyway.
     constexpr std::uint32_t pngMaxSide = 0x7FFFFFFF;
-    int error = spng_set_image_limits(png->ctx, limits.maxWidth < pngMaxSide ? limits.maxWidth : pngMaxSide,
-                                      limits.maxHeight < pngMaxSide ? limits.maxHeight : pngMaxSide);
+    int error = spng_set_image_limits(png->ctx, std::min(limits.maxWidth, pngMaxSide),
+                                      std::min(limits.maxHeight, pngMaxSide));
     // libspng refuses a chunk limit above the cache limit: a single chunk has to fit the cache.
-    std::size_t chunk = limits.maxPngChunkBytes < limits.maxPngChunkCacheBytes ? limits.maxPngChunkBytes
-                                                                               : limits.maxPngChunkCacheBytes;
     if (!error)
-        error = spng_set_chunk_limits(png->ctx, chunk, limits.maxPngChunkCacheBytes);
+        error = spng_set_chunk_limits(png->ctx, std::min(limits.maxPngChunkBytes, limits.maxPngChunkCacheBytes),
+                                      limits.maxPngChunkCacheBytes);
     if (!error)
         error = input.source ? spng_set_png_stream(png->ctx, readFromSource, input.source)
                              : spng_set_png_buffer(png->ctx, input.bytes, input.count);
