@@ -71,48 +71,37 @@ std::vector<GSString> gsNames()
     return out;
 }
 
-void BM_SortNaturalGSString(benchmark::State& state)
+// Sorts a fresh copy of `source` with `less` in every iteration; the copy is not timed.
+template <class T, class Less>
+void sortCopies(benchmark::State& state, std::vector<T> const& source, Less less)
 {
-    std::vector<GSString> const source = gsNames();
     for (auto _ : state) {
         state.PauseTiming();
-        std::vector<GSString> list = source;
+        std::vector<T> list = source;
         state.ResumeTiming();
-        std::sort(list.begin(), list.end(), [](GSString const& a, GSString const& b) {
-            return a.compareValueWithNumberCaseless(b, 0) < 0;
-        });
+        std::sort(list.begin(), list.end(), less);
         benchmark::DoNotOptimize(list.data());
     }
     state.SetItemsProcessed(state.iterations() * kNames);
+}
+
+void BM_SortNaturalGSString(benchmark::State& state)
+{
+    sortCopies(state, gsNames(), [](GSString const& a, GSString const& b) {
+        return a.compareValueWithNumberCaseless(b, 0) < 0;
+    });
 }
 
 void BM_SortNaturalGSStringPathMode(benchmark::State& state)
 {
-    std::vector<GSString> const source = gsNames();
-    for (auto _ : state) {
-        state.PauseTiming();
-        std::vector<GSString> list = source;
-        state.ResumeTiming();
-        std::sort(list.begin(), list.end(), [](GSString const& a, GSString const& b) {
-            return a.compareValueWithNumberCaseless(b, 1) < 0;
-        });
-        benchmark::DoNotOptimize(list.data());
-    }
-    state.SetItemsProcessed(state.iterations() * kNames);
+    sortCopies(state, gsNames(), [](GSString const& a, GSString const& b) {
+        return a.compareValueWithNumberCaseless(b, 1) < 0;
+    });
 }
 
 void BM_SortCaselessGSString(benchmark::State& state)
 {
-    std::vector<GSString> const source = gsNames();
-    for (auto _ : state) {
-        state.PauseTiming();
-        std::vector<GSString> list = source;
-        state.ResumeTiming();
-        std::sort(list.begin(), list.end(),
-                  [](GSString const& a, GSString const& b) { return a.compareValueCaseless(b) < 0; });
-        benchmark::DoNotOptimize(list.data());
-    }
-    state.SetItemsProcessed(state.iterations() * kNames);
+    sortCopies(state, gsNames(), [](GSString const& a, GSString const& b) { return a.compareValueCaseless(b) < 0; });
 }
 
 void BM_SortStrverscmp(benchmark::State& state)
@@ -120,14 +109,7 @@ void BM_SortStrverscmp(benchmark::State& state)
     std::vector<char const*> source;
     for (std::string const& s : names())
         source.push_back(s.c_str());
-    for (auto _ : state) {
-        state.PauseTiming();
-        std::vector<char const*> list = source;
-        state.ResumeTiming();
-        std::sort(list.begin(), list.end(), [](char const* a, char const* b) { return strverscmp(a, b) < 0; });
-        benchmark::DoNotOptimize(list.data());
-    }
-    state.SetItemsProcessed(state.iterations() * kNames);
+    sortCopies(state, source, [](char const* a, char const* b) { return strverscmp(a, b) < 0; });
 }
 
 } // namespace

@@ -548,13 +548,25 @@ short GSString::convertRange(unsigned short const* units, long count, short byte
 
 // --- UTF-16 in ----------------------------------------------------------------------------------
 
+namespace {
+
+// A negative count runs to the first zero unit.
+template <class Unit>
+long unitCount(Unit const* units, long count)
+{
+    if (count < 0)
+        for (count = 0; units[count]; ++count) {
+        }
+    return count;
+}
+
+} // namespace
+
 GSString::GSString(unsigned short const* units, long count)
 {
     if (!units)
         return;
-    if (count < 0)
-        for (count = 0; units[count]; ++count) {
-        }
+    count = unitCount(units, count);
     (void)setSize(2 * count);
     (void)appendUTF16(units, count);
 }
@@ -563,9 +575,7 @@ GSString::GSString(unsigned int const* units, long count)
 {
     if (!units)
         return;
-    if (count < 0)
-        for (count = 0; units[count]; ++count) {
-        }
+    count = unitCount(units, count);
     (void)setSize(2 * count);
     for (long i = 0; i < count; ++i)
         if (addUnicodeChar(units[i]))
