@@ -1,25 +1,16 @@
 #include "gs/text/GSString.h"
 
+#include "tests/text/TextTestSupport.h"
+
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <random>
 #include <string>
 #include <vector>
 
+using namespace texttest;
+
 namespace {
-
-int sign(int v) { return (v > 0) - (v < 0); }
-
-// Caseless comparison beyond ASCII needs a locale with wide-character cases.
-class UTF8Locale {
-public:
-    UTF8Locale() : old(std::setlocale(LC_CTYPE, nullptr)) { std::setlocale(LC_CTYPE, "C.UTF-8"); }
-    ~UTF8Locale() { std::setlocale(LC_CTYPE, old.c_str()); }
-
-private:
-    std::string old;
-};
 
 // The wildcard codes that file search puts in place of "?" and "*".
 GSString pattern(std::string p)
@@ -38,54 +29,31 @@ GSString pattern(std::string p)
 TEST(GSStringCompare, NaturalOrder)
 {
     UTF8Locale locale;
-    struct Case {
-        char const* a;
-        char const* b;
-        short pathMode;
-        int expected; // the sign of compare(a, b); compare(b, a) must give the opposite
-    };
+    struct Case { char const* a; char const* b; short pathMode; int expected; }; // the sign of compare(a, b)
     Case const cases[] = {
-        {"file9", "file10", 0, -1},
-        {"File2", "file2", 0, 0},
-        {"a007", "a7", 0, -1}, // equal values: the number texts decide
-        {"a7", "a07", 0, 1},
-        {"", "a", 0, -1},
-        {"", "", 0, 0},
-        {"ab1", "abc1", 0, 0}, // texts count as far as both reach before their numbers
-        {"ab1", "abc1", 1, -1}, // ... and in path mode the shorter text is smaller
-        {"file 9", "file10", 0, -1},
-        {"IMG_1234.jpg", "img_1235.JPG", 0, -1},
-        {"IMG_1234.jpg", "img_1234.JPG", 0, 0},
+        {"file9", "file10", 0, -1}, {"File2", "file2", 0, 0}, {"file 9", "file10", 0, -1},
+        {"a007", "a7", 0, -1}, {"a7", "a07", 0, 1}, // equal values: the number texts decide
+        {"", "a", 0, -1}, {"", "", 0, 0},
+        // Texts count as far as both reach before their numbers; in path mode the shorter text is smaller.
+        {"ab1", "abc1", 0, 0}, {"ab1", "abc1", 1, -1},
+        {"IMG_1234.jpg", "img_1235.JPG", 0, -1}, {"IMG_1234.jpg", "img_1234.JPG", 0, 0},
         {"1.5", "1.10", 0, -1}, // behind a number its point is not a new number start
-        {"x.b", "x.c", 0, -1},
-        {"a.txt", "a1.txt", 0, -1},
-        {"a2b", "a2c", 0, -1},
+        {"x.b", "x.c", 0, -1}, {"a.txt", "a1.txt", 0, -1}, {"a2b", "a2c", 0, -1},
         {"layer10 copy 3", "layer10 copy 12", 0, -1},
-        {"n2147483650", "n2147483649", 0, 1}, // long numbers keep their leading digits
-        {"n99999999999", "n99999999990", 0, 1},
-        {"dir9/a", "dir10/a", 0, -1},
-        {"dir9/a", "dir10/a", 1, -1},
-        {"d 1/x", "d1/x", 1, 0}, // the space step only in the last component
-        {"d/a 1", "d/a1", 1, 0},
-        {"d/ab 1", "d/a1", 1, 1},
-        {"d/file9", "d/file10", 1, -1},
-        {"d/file2", "d/File2", 1, 0},
-        {"Scan 7", "Scan7", 0, 0},
-        {"Scan 7", "Scan7", 1, 0}, // path mode: spaces before a number do not count
-        {"Scan\u200B7", "Scan7", 1, 0},
-        {"Scan 10", "Scan7", 1, 1},
-        {"Scan x7", "Scan7", 1, 1},
-        {"x/.a2", "x/.a10", 1, -1},
-        {"\u00C9cole2", "\u00E9cole10", 0, -1},
-        {"\u00E9cole", "e\u0301cole", 0, 0},
+        {"n2147483650", "n2147483649", 0, 1}, {"n99999999999", "n99999999990", 0, 1}, // long numbers keep their leading digits
+        {"dir9/a", "dir10/a", 0, -1}, {"dir9/a", "dir10/a", 1, -1}, {"d/file9", "d/file10", 1, -1},
+        {"d/file2", "d/File2", 1, 0}, {"x/.a2", "x/.a10", 1, -1},
+        {"d 1/x", "d1/x", 1, 0}, {"d/a 1", "d/a1", 1, 0}, {"d/ab 1", "d/a1", 1, 1}, // spaces: the last component only
+        // Spaces before a number do not count (in path mode also a zero-width space).
+        {"Scan 7", "Scan7", 0, 0}, {"Scan 7", "Scan7", 1, 0}, {"Scan\u200B7", "Scan7", 1, 0},
+        {"Scan 10", "Scan7", 1, 1}, {"Scan x7", "Scan7", 1, 1},
+        {"\u00C9cole2", "\u00E9cole10", 0, -1}, {"\u00E9cole", "e\u0301cole", 0, 0},
     };
-    for (Case const& c : cases) {
+    for (Case const& c : cases) { // and compare(b, a) gives the opposite
         GSString const a(c.a);
         GSString const b(c.b);
-        EXPECT_EQ(sign(a.compareValueWithNumberCaseless(b, c.pathMode)), c.expected)
-            << c.a << " / " << c.b << " path " << c.pathMode;
-        EXPECT_EQ(sign(b.compareValueWithNumberCaseless(a, c.pathMode)), -c.expected)
-            << c.b << " / " << c.a << " path " << c.pathMode;
+        EXPECT_EQ(sign(a.compareValueWithNumberCaseless(b, c.pathMode)), c.expected) << c.a << " / " << c.b << " " << c.pathMode;
+        EXPECT_EQ(sign(b.compareValueWithNumberCaseless(a, c.pathMode)), -c.expected) << c.b << " / " << c.a << " " << c.pathMode;
     }
 }
 
@@ -121,46 +89,33 @@ TEST(GSStringCompare, PlainAndCaseless)
     GSString const mac("\x8E", 1, GSString::kMac); // é in the Mac code page
     GSString const latin("\xE9", 1, GSString::kWindows);
     GSString const upperLatin("\xC9", 1, GSString::kWindows);
-    GSString const composed("\u00E9");
-    GSString const combining("e\u0301");
-
-    // Characters, not bytes: é equals e + U+0301 and the same letter in any code page.
-    EXPECT_EQ(composed.compareValue(combining), 0);
-    EXPECT_EQ(mac.compareValue(composed), 0);
-    EXPECT_EQ(mac.compareValue(latin), 0);
-    EXPECT_NE(composed.compareValueSimple(combining), 0);
+    using Compare = int (GSString::*)(GSString const&) const;
+    Compare const value = &GSString::compareValue, simple = &GSString::compareValueSimple;
+    Compare const caseless = &GSString::compareValueCaseless, caselessSimple = &GSString::compareValueCaselessSimple;
+    Compare const string = &GSString::compareStringCaseless, starting = &GSString::compareValueStartingCaseless;
+    struct Case { Compare f; GSString a, b; int sign; } const cases[] = {
+        // Characters, not bytes: é equals e + U+0301 and the same letter in any code page.
+        {value, "\u00E9", "e\u0301", 0}, {value, mac, "\u00E9", 0}, {value, mac, latin, 0},
+        {value, "ab", "abc", -1}, {value, "a", "", 1},
+        {caseless, "ABC", "abc", 0}, {caseless, "abc", "AB", 1}, {caseless, "\u00C9COLE", "e\u0301cole", 0},
+        {caseless, upperLatin, mac, 0}, {caseless, "\u00E9", "e", 1},
+        // The byte forms: unsigned bytes, ASCII case only.
+        {simple, "\u00E9", "e\u0301", 1}, {simple, "\xC3", "a", 1}, {simple, "ab", "abc", -1},
+        {caselessSimple, "aBcz", "AbCZ", 0}, {caselessSimple, "[", "a", 1}, {caselessSimple, "abc", "AB", 1},
+        {caselessSimple, "\u00E9", "\u00C9", 1},
+        // Caseless, then plain as the tie break.
+        {string, "a", "A", 1}, {string, "a", "B", -1}, {string, "ab", "ab", 0},
+        {starting, "Image copy 2", "image", 0}, {starting, "x", "", 0}, {starting, "Im", "image", -1},
+        {starting, "Imagf", "image", 1},
+    };
+    for (Case const& c : cases)
+        EXPECT_EQ(sign((c.a.*c.f)(c.b)), c.sign) << c.a.c_str() << " / " << c.b.c_str();
     EXPECT_EQ(GSString("b").compareValue(GSString("a")), 1);
-    EXPECT_LT(GSString("ab").compareValue(GSString("abc")), 0);
-    EXPECT_GT(GSString("a").compareValue(GSString("")), 0);
-
     EXPECT_EQ(GSString("a").compareValueCaseless(GSString("C")), 'A' - 'C');
-    EXPECT_EQ(GSString("ABC").compareValueCaseless(GSString("abc")), 0);
-    EXPECT_GT(GSString("abc").compareValueCaseless(GSString("AB")), 0);
-    EXPECT_EQ(GSString("\u00C9COLE").compareValueCaseless(GSString("e\u0301cole")), 0);
-    EXPECT_EQ(upperLatin.compareValueCaseless(mac), 0);
-    EXPECT_NE(GSString("\u00E9").compareValueCaseless(GSString("e")), 0);
     EXPECT_EQ(GSString("abcX").compareValueCountCaseless(GSString("ABCY"), 3), 0);
     EXPECT_LT(GSString("abcX").compareValueCountCaseless(GSString("ABCY"), 4), 0);
     EXPECT_TRUE(GSString("abcX").isEqualCountCaseless(GSString("ABCY"), 3));
     EXPECT_EQ(GSString("\u00E9a").compareValueCountCaseless(GSString("\u00C9B"), 2), 0);
-
-    // The byte forms: unsigned bytes, ASCII case only.
-    EXPECT_GT(GSString("\xC3").compareValueSimple(GSString("a")), 0);
-    EXPECT_LT(GSString("ab").compareValueSimple(GSString("abc")), 0);
-    EXPECT_EQ(GSString("aBcz").compareValueCaselessSimple(GSString("AbCZ")), 0);
-    EXPECT_GT(GSString("[").compareValueCaselessSimple(GSString("a")), 0);
-    EXPECT_NE(GSString("\u00E9").compareValueCaselessSimple(GSString("\u00C9")), 0);
-    EXPECT_GT(GSString("abc").compareValueCaselessSimple(GSString("AB")), 0);
-
-    // Caseless, then plain as the tie break.
-    EXPECT_GT(GSString("a").compareStringCaseless(GSString("A")), 0);
-    EXPECT_LT(GSString("a").compareStringCaseless(GSString("B")), 0);
-    EXPECT_EQ(GSString("ab").compareStringCaseless(GSString("ab")), 0);
-
-    EXPECT_EQ(GSString("Image copy 2").compareValueStartingCaseless(GSString("image")), 0);
-    EXPECT_EQ(GSString("x").compareValueStartingCaseless(GSString("")), 0);
-    EXPECT_LT(GSString("Im").compareValueStartingCaseless(GSString("image")), 0);
-    EXPECT_GT(GSString("Imagf").compareValueStartingCaseless(GSString("image")), 0);
 
     GSString const a("a");
     GSString const b("B");
@@ -199,39 +154,18 @@ TEST(GSStringCompare, RangesAndCounts)
 TEST(GSStringCompare, Wildcards)
 {
     UTF8Locale locale;
-    struct Case {
-        char const* text;
-        char const* pattern;
-        short caseless;
-        bool matches;
-    };
+    struct Case { char const* text; char const* pattern; short caseless; bool matches; };
     Case const cases[] = {
-        {"photo.jpg", "*.jpg", 0, true},
-        {"photo.jpeg", "*.jpg", 0, false},
-        {"README", "*.*", 0, false},
-        {"a.b.c", "*.*", 0, true},
-        {"", "*", 0, true},
-        {"", "", 0, true},
-        {"", "?", 0, false},
-        {"a", "", 0, false},
-        {"abc", "a?c", 0, true},
-        {"ac", "a?c", 0, false},
-        {"abc", "abc?", 0, false},
-        {"abc", "ab", 0, false},
-        {"\u00E9.txt", "?.txt", 0, true}, // one character, two bytes
-        {"\u00E9\u00E9", "??", 0, true},
-        {"\u00E9\u00E9", "???", 0, false},
+        {"photo.jpg", "*.jpg", 0, true}, {"photo.jpeg", "*.jpg", 0, false},
+        {"README", "*.*", 0, false}, {"a.b.c", "*.*", 0, true},
+        {"", "*", 0, true}, {"", "", 0, true}, {"", "?", 0, false},
+        {"abc", "a?c", 0, true}, {"ac", "a?c", 0, false}, {"abc", "ab", 0, false},
+        {"\u00E9\u00E9", "??", 0, true}, {"\u00E9\u00E9", "???", 0, false}, // one character, two bytes
         {"abcbcd", "*bcd", 0, true}, // the run must give back what it took
-        {"mississippi", "*sip*", 0, true},
-        {"mississippi", "*ssx*", 0, false},
-        {"aaa", "a*a*a", 0, true},
-        {"aa", "a*a*a", 0, false},
-        {"abc", "**c", 0, true},
+        {"mississippi", "*sip*", 0, true}, {"mississippi", "*ssx*", 0, false},
+        {"aaa", "a*a*a", 0, true}, {"aa", "a*a*a", 0, false}, {"abc", "**c", 0, true},
         {"a*b", "a\\*b", 0, false},
-        {"ABC", "abc", 0, false},
-        {"ABC", "a?c", 1, true},
-        {"\u00C9COLE.TXT", "\u00E9cole.*", 1, true},
-        {"\u00C9COLE.TXT", "\u00E9cole.*", 0, false},
+        {"ABC", "a?c", 1, true}, {"\u00C9COLE.TXT", "\u00E9cole.*", 1, true}, {"\u00C9COLE.TXT", "\u00E9cole.*", 0, false},
     };
     for (Case const& c : cases) {
         EXPECT_EQ(GSString::compareValueWildcard(GSString(c.text), pattern(c.pattern), 2, 1, c.caseless) == 0,

@@ -2,6 +2,7 @@
 
 #include "gs/file/GSFile.h"
 #include "tests/object/TestObjects.h"
+#include "tests/text/TextTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -62,17 +63,12 @@ TEST(GSStringFile, GoldenBytesInBothFramings)
 
 TEST(GSStringFile, ReadsEveryForm)
 {
-    struct Case {
-        char const* what;
-        std::string hex;
-        short compact;
-        char const* text;
-        unsigned char encoding;
-        long consumed;
-    } const cases[] = {
+    struct Case { char const* what; std::string hex; short compact; char const* text; unsigned char encoding; long consumed; };
+    Case const cases[] = {
         {"classic UTF-8", "FF 9B 00 00 00 03 C3 A9 00", 0, "\xC3\xA9", 100, 9},
         {"older form: positive count, Windows", "00 03 41 42 00", 0, "AB", GSString::kMac, 5},
         {"Windows ASCII becomes Mac", "FF FF 00 00 00 02 5A 00", 0, "Z", GSString::kMac, 8},
+        {"Windows text is kept in the Mac code page", "FF FF 00 00 00 03 E9 80 00", 0, "\x8E\xDB", GSString::kMac, 9},
         {"empty", "00 00", 0, "", 100, 2},
         {"compact", "64 04 61 62 63 00", 1, "abc", 100, 6},
         {"compact empty", "64 00", 1, "", 100, 2},
@@ -117,24 +113,11 @@ TEST(GSStringFile, RoundTripsLongAndBinaryText)
     }
 }
 
-TEST(GSStringFile, CodePageTextIsKeptInTheMacCodePage)
-{
-    GSString s;
-    ASSERT_EQ(readBack("FF FF 00 00 00 03 E9 80 00", 0, &s), 0); // Windows é and the euro sign
-    EXPECT_EQ(s.getEncoding(), GSString::kMac);
-    EXPECT_STREQ(s.c_str(), "\x8E\xDB");
-}
-
 TEST(GSStringFile, FixedWidthFieldsEndAtTheirLastZero)
 {
-    struct Case {
-        char const* what;
-        std::string hex;
-        int n;
-        short unicode; // 0: bytes; else the byte order of the units
-        std::string bytes;
-        int encoding;
-    } const cases[] = {
+    // unicode 0: a field of bytes, else of units in byte order unicode - 1.
+    struct Case { char const* what; std::string hex; int n; short unicode; std::string bytes; int encoding; };
+    Case const cases[] = {
         {"bytes: the last zero ends it", "61 62 00 63 00", 5, 0, std::string("ab\0c", 4), 100},
         {"bytes: no zero", "61 62", 2, 0, "ab", 100},
         {"bytes: not UTF-8", "E9 00 00", 3, 0, std::string("\xE9\0", 2), 1},
@@ -149,7 +132,7 @@ TEST(GSStringFile, FixedWidthFieldsEndAtTheirLastZero)
         short const st = c.unicode ? s.readUnicodeStringWithLength(&r.f, c.n, short(c.unicode - 1))
                                    : s.readStringWithLength(&r.f, c.n);
         EXPECT_EQ(st, 0);
-        EXPECT_EQ(std::string(s.c_str(), size_t(s.getLength())), c.bytes);
+        EXPECT_EQ(texttest::bytes(s), c.bytes);
         EXPECT_EQ(s.getEncoding(), c.encoding);
     }
     ReadFile r("61 62");

@@ -2,12 +2,15 @@
 
 #include "gs/text/GSString.h"
 
+#include "tests/text/TextTestSupport.h"
+
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <random>
 #include <string>
 #include <vector>
+
+using namespace texttest;
 
 namespace {
 
@@ -43,28 +46,26 @@ TEST(GSStringWordEnumerator, Pieces)
     EXPECT_EQ(pieces(s, GSRange(1, 4)), (Pieces{"b", ",", " ", "c"}));
     EXPECT_EQ(pieces(s, GSRange(3, 100)), (Pieces{" ", "cd"}));
 
-    EXPECT_EQ(pieces("a_b"), (Pieces{"a_b"}));
-    EXPECT_EQ(pieces("x1\x01y"), (Pieces{"x1\x01y"}));
-    EXPECT_EQ(pieces("a  b"), (Pieces{"a", " ", " ", "b"}));
-    EXPECT_EQ(pieces("a.,;b\tc"), (Pieces{"a", ".,;", "b", "\t", "c"}));
-    EXPECT_EQ(pieces("a\vb\u00A0c"), (Pieces{"a", "\v", "b", "\u00A0", "c"})); // delimiters, not white space
-    // A zero-width space is one piece of three bytes, and it separates words.
-    EXPECT_EQ(pieces("ab\u200Bcd"), (Pieces{"ab", "\u200B", "cd"}));
-    // An accent belongs to the character before it, also after a delimiter or a space.
-    EXPECT_EQ(pieces(",\u0301a"), (Pieces{",\u0301", "a"}));
-    EXPECT_EQ(pieces(" \u0301\u0302a"), (Pieces{" \u0301\u0302", "a"}));
-    EXPECT_EQ(pieces(",\u0300\u036Fa"), (Pieces{",\u0300\u036F", "a"}));
-    EXPECT_EQ(pieces("caf\u00E9 e\u0301t\u00E9"), (Pieces{"caf\u00E9", " ", "e\u0301t\u00E9"}));
-    EXPECT_EQ(pieces("\u4E2D\u6587,x"), (Pieces{"\u4E2D\u6587", ",", "x"}));
-    EXPECT_TRUE(pieces("").empty());
+    std::pair<char const*, Pieces> const cases[] = {
+        {"a_b  x1\x01y", {"a_b", " ", " ", "x1\x01y"}}, // each white-space character is its own piece
+        {"a.,;b\tc", {"a", ".,;", "b", "\t", "c"}},
+        {"a\vb\u00A0c", {"a", "\v", "b", "\u00A0", "c"}}, // delimiters, not white space
+        {"ab\u200Bcd", {"ab", "\u200B", "cd"}}, // a zero-width space: one piece of three bytes
+        // An accent belongs to the character before it, also after a delimiter or a space.
+        {",\u0300\u036F \u0301\u0302a", {",\u0300\u036F", " \u0301\u0302", "a"}},
+        {"caf\u00E9 e\u0301t\u00E9", {"caf\u00E9", " ", "e\u0301t\u00E9"}},
+        {"\u4E2D\u6587,x", {"\u4E2D\u6587", ",", "x"}},
+        {"", {}},
+    };
+    for (auto const& [text, expected] : cases)
+        EXPECT_EQ(pieces(text), expected) << text;
 
     // A code-page byte above 0x7F is classed by the locale as the code point of its value.
     GSString const latin("ab, \xE9t\xE9", 7, GSString::kWindows);
     EXPECT_EQ(latin.getWordRangeForIndex(5), GSRange(5, 1));
     EXPECT_EQ(latin.getWordRangeForIndex(2), GSRange(2, 1));
-    std::setlocale(LC_CTYPE, "C.UTF-8");
+    UTF8Locale locale;
     EXPECT_EQ(latin.getWordRangeForIndex(5), GSRange(4, 3));
-    std::setlocale(LC_CTYPE, "C");
 }
 
 TEST(GSStringWordEnumerator, CharacterClasses)
@@ -73,11 +74,7 @@ TEST(GSStringWordEnumerator, CharacterClasses)
         EXPECT_TRUE(GSString::isWhiteSpace(c)) << c;
     for (unsigned int c : {0u, 11u, 0xA0u, 0x61u, 0x2028u})
         EXPECT_FALSE(GSString::isWhiteSpace(c)) << c;
-    // Line and paragraph ends: c, isReturn, isParagraphEnd, isVisualParagraphEnd.
-    struct Ends {
-        unsigned int c;
-        bool ret, paragraph, visual;
-    };
+    struct Ends { unsigned int c; bool ret, paragraph, visual; }; // isReturn, isParagraphEnd, isVisualParagraphEnd
     for (Ends const& e : {Ends{13, true, true, true}, Ends{10, true, true, true}, Ends{0x2029, false, true, true},
                           Ends{0x2028, false, false, true}, Ends{12, false, false, true}, Ends{3, false, false, true},
                           Ends{14, false, false, false}, Ends{32, false, false, false}}) {
@@ -90,50 +87,43 @@ TEST(GSStringWordEnumerator, CharacterClasses)
     for (unsigned int c : {0u, unsigned(' '), unsigned(','), unsigned('-'), 0xA0u, 0xD7u})
         EXPECT_TRUE(GSString::isUniCharWordDelimiter(c)) << c;
 
-    // By index: UTF-8 reads the character there, a code page the byte.
+    // By index: UTF-8 reads the character there, a code page the byte. Index 99 is outside the text.
     GSString const s("a,\u00E9 \u200B");
-    EXPECT_FALSE(s.isWordDelimiter(0));
-    EXPECT_TRUE(s.isWordDelimiter(1));
-    EXPECT_FALSE(s.isWordDelimiter(2));
-    EXPECT_TRUE(s.isWhiteSpace(4L));
-    EXPECT_TRUE(s.isWhiteSpace(5L));
-    EXPECT_FALSE(s.isWhiteSpace(1L));
-    EXPECT_FALSE(s.isWordDelimiter(99));
     GSString const page("a,\x0B", 3, GSString::kMac);
-    EXPECT_FALSE(page.isWordDelimiter(0));
-    EXPECT_TRUE(page.isWordDelimiter(1));
-    EXPECT_FALSE(page.isWhiteSpace(2L));
+    struct At { GSString const* text; long index; bool delimiter, white; } const at[] = {
+        {&s, 0, false, false}, {&s, 1, true, false}, {&s, 2, false, false}, {&s, 4, true, true}, {&s, 99, false, false},
+        {&page, 0, false, false}, {&page, 1, true, false}, {&page, 2, true, false},
+    };
+    for (At const& a : at) {
+        EXPECT_EQ(a.text->isWordDelimiter(a.index), a.delimiter) << a.text->c_str() << " " << a.index;
+        EXPECT_EQ(a.text->isWhiteSpace(a.index), a.white) << a.text->c_str() << " " << a.index;
+    }
+    EXPECT_TRUE(s.isWhiteSpace(5L)); // the zero-width space
 
-    std::setlocale(LC_CTYPE, "C.UTF-8");
+    UTF8Locale locale;
     EXPECT_EQ(GSString::toUpperUnicode(0xE9), 0xC9u);
     EXPECT_EQ(GSString::toLowerUnicode('Q'), unsigned('q'));
     EXPECT_EQ(GSString::getCharKind('7'), 2);
     EXPECT_EQ(GSString::getCharKind(0xE9), 3);
     EXPECT_EQ(GSString::getCharKind(0x200B), 1);
     EXPECT_EQ(GSString::getCharKind(','), 4);
-    std::setlocale(LC_CTYPE, "C");
 }
 
 TEST(GSStringWordEnumerator, IndicesAndNumbers)
 {
-    // e, two accents, x: one cluster of five bytes, then x.
-    GSString const s("e\u0301\u0302x");
-    EXPECT_EQ(s.getValidStartIndexForIndex(4), 0);
-    EXPECT_EQ(s.getValidStartIndexForIndex(5), 5);
-    EXPECT_EQ(s.getValidEndIndexForIndex(0), 2); // one accent only
-    EXPECT_EQ(s.getValidEndIndexForIndex(5), 5);
-    EXPECT_EQ(s.nextValidIndex(0), 5);
-    EXPECT_EQ(s.nextValidIndex(5), 6);
-    EXPECT_EQ(s.previousValidIndex(5), 0);
-    EXPECT_EQ(s.previousValidIndex(6), 5);
-    EXPECT_EQ(s.previousValidIndex(0), 0);
-    EXPECT_EQ(s.nextValidIndex(-3), 0);
-    EXPECT_EQ(s.getCharCountForIndex(5), 3);
-    EXPECT_EQ(s.getCharCountForIndex(4), 3);
+    GSString const s("e\u0301\u0302x"); // e, two accents, x: one cluster of five bytes, then x
     GSString const page("\xE9\xE9", 2, GSString::kWindows);
-    EXPECT_EQ(page.getValidStartIndexForIndex(1), 1);
-    EXPECT_EQ(page.nextValidIndex(0), 1);
-    EXPECT_EQ(page.getCharCountForIndex(2), 2);
+    using Index = long (GSString::*)(long) const noexcept;
+    Index const start = &GSString::getValidStartIndexForIndex, stop = &GSString::getValidEndIndexForIndex;
+    Index const next = &GSString::nextValidIndex, previous = &GSString::previousValidIndex, count = &GSString::getCharCountForIndex;
+    struct Case { GSString const* text; Index f; long index, expected; } const indices[] = {
+        {&s, start, 4, 0}, {&s, start, 5, 5}, {&s, stop, 0, 2} /* one accent only */, {&s, stop, 5, 5},
+        {&s, next, 0, 5}, {&s, next, 5, 6}, {&s, next, -3, 0}, {&s, previous, 5, 0}, {&s, previous, 6, 5},
+        {&s, previous, 0, 0}, {&s, count, 5, 3}, {&s, count, 4, 3},
+        {&page, start, 1, 1}, {&page, next, 0, 1}, {&page, count, 2, 2},
+    };
+    for (Case const& c : indices)
+        EXPECT_EQ((c.text->*c.f)(c.index), c.expected) << c.text->c_str() << " " << c.index;
 
     GSString const path("a/b/c");
     EXPECT_EQ(path.findCharRev('/'), 3);
@@ -141,25 +131,13 @@ TEST(GSStringWordEnumerator, IndicesAndNumbers)
     EXPECT_EQ(path.findCharRev('a', 0), 0);
     EXPECT_EQ(path.findCharRev('x'), -1);
 
-    struct Case {
-        char const* text;
-        long start;
-        int value;
-        long end;
-        long usedEnd;
-    };
-    Case const cases[] = {
-        {"123", 0, 123, 3, 3},
-        {"-+12x", 0, -12, 4, 4},
-        {"+-5", 0, 0, 1, 1},
-        {"--5", 0, 0, 1, 1},
-        {"x42", 1, 42, 3, 3},
-        {"abc", 0, 0, 0, 0},
-        {"2147483647", 0, 214748364, 10, 9},
-        {"2147483639", 0, 2147483639, 10, 10},
+    struct Number { char const* text; long start; int value; long end, usedEnd; };
+    Number const numbers[] = {
+        {"123", 0, 123, 3, 3}, {"-+12x", 0, -12, 4, 4}, {"+-5", 0, 0, 1, 1}, {"--5", 0, 0, 1, 1}, {"x42", 1, 42, 3, 3},
+        {"abc", 0, 0, 0, 0}, {"2147483647", 0, 214748364, 10, 9}, {"2147483639", 0, 2147483639, 10, 10},
         {"99999999999", 0, 999999999, 11, 9},
     };
-    for (Case const& c : cases) {
+    for (Number const& c : numbers) {
         long end = -1, usedEnd = -1;
         EXPECT_EQ(GSString(c.text).getBasicLongValue(c.start, &end, &usedEnd), c.value) << c.text;
         EXPECT_EQ(end, c.end) << c.text;

@@ -2,15 +2,17 @@
 
 #include "gs/object/GSArrayMemory.h"
 
+#include "tests/text/TextTestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <random>
 #include <string>
 #include <vector>
 
-namespace {
+using texttest::bytes;
 
-std::string text(GSString const& s) { return std::string(s.c_str(), static_cast<size_t>(s.getLength())); }
+namespace {
 
 std::mt19937* failRandom = nullptr;
 bool failSometimes(size_t) { return (*failRandom)() % 8 != 0; }
@@ -28,7 +30,7 @@ TEST(GSStringStorage, ModesAndSizes)
     GSString small(inlineMost.c_str());
     EXPECT_EQ(small.getStorageMode(), GSString::kInline);
     EXPECT_EQ(small.getSize(), 47);
-    EXPECT_EQ(text(small), inlineMost);
+    EXPECT_EQ(bytes(small), inlineMost);
 
     GSString large((inlineMost + "b").c_str());
     EXPECT_EQ(large.getStorageMode(), GSString::kShared);
@@ -40,7 +42,7 @@ TEST(GSStringStorage, ModesAndSizes)
     EXPECT_EQ(small.setSize(100), 0);
     EXPECT_EQ(small.getStorageMode(), GSString::kShared);
     EXPECT_EQ(small.getSize(), 202);
-    EXPECT_EQ(text(small), inlineMost);
+    EXPECT_EQ(bytes(small), inlineMost);
 
     EXPECT_EQ(GSString::calcNewSize(15), 31);
     EXPECT_EQ(GSString::calcNewSize(16), 32);
@@ -62,11 +64,11 @@ TEST(GSStringStorage, CopiesShareTheBlockAndWritesCopyIt)
     EXPECT_EQ(a.c_str(), c.c_str());
     EXPECT_EQ(b.add("!", 1), 0);
     EXPECT_NE(a.c_str(), b.c_str());
-    EXPECT_EQ(text(a), long1);
-    EXPECT_EQ(text(c), long1);
-    EXPECT_EQ(text(b), long1 + "!");
+    EXPECT_EQ(bytes(a), long1);
+    EXPECT_EQ(bytes(c), long1);
+    EXPECT_EQ(bytes(b), long1 + "!");
     c = c; // self-assignment changes nothing
-    EXPECT_EQ(text(c), long1);
+    EXPECT_EQ(bytes(c), long1);
 }
 
 TEST(GSStringStorage, FixedTextIsCountedOnceAndCopiedBeforeAChange)
@@ -84,19 +86,14 @@ TEST(GSStringStorage, FixedTextIsCountedOnceAndCopiedBeforeAChange)
     GSString copy(f);
     EXPECT_EQ(copy.c_str(), outside);
     EXPECT_EQ(f.add("g", 1), 0);
-    EXPECT_EQ(text(f), "abcdefg");
+    EXPECT_EQ(bytes(f), "abcdefg");
     EXPECT_EQ(f.getEncoding(), GSString::kMac);
     EXPECT_STREQ(outside, "abcdef");
 }
 
 TEST(GSStringStorage, ConstructionRules)
 {
-    struct Case {
-        char const* what;
-        GSString s;
-        std::string bytes;
-        int encoding;
-    } const cases[] = {
+    struct Case { char const* what; GSString s; std::string bytes; int encoding; } const cases[] = {
         {"null text", GSString(nullptr, 5, 0), "", 0},
         {"length 0", GSString("abc", 0, 0), "", 0},
         {"negative length runs to the terminator", GSString("abc", -1, 0), "abc", 0},
@@ -107,14 +104,14 @@ TEST(GSStringStorage, ConstructionRules)
     };
     for (auto const& c : cases) {
         SCOPED_TRACE(c.what);
-        EXPECT_EQ(text(c.s), c.bytes);
+        EXPECT_EQ(bytes(c.s), c.bytes);
         EXPECT_EQ(c.s.getEncoding(), c.encoding);
     }
     GSString s("hello");
     EXPECT_EQ(s.init(s.c_str() + 1, 3, 100), 0); // from its own text
-    EXPECT_EQ(text(s), "ell");
-    EXPECT_EQ(text(s.getSubstring(-4, 2)), "el");
-    EXPECT_EQ(text(s.getSubstring(2, 99)), "l");
+    EXPECT_EQ(bytes(s), "ell");
+    EXPECT_EQ(bytes(s.getSubstring(-4, 2)), "el");
+    EXPECT_EQ(bytes(s.getSubstring(2, 99)), "l");
 }
 
 TEST(GSStringStorage, AppendsAsUTF8)
@@ -122,7 +119,7 @@ TEST(GSStringStorage, AppendsAsUTF8)
     GSString s;
     for (unsigned c : {0x41u, 0xE9u, 0x20ACu, 0x1F600u, 0x200000u, 0x7FFFFFFFu})
         EXPECT_EQ(s.addUnicodeChar(c), 0);
-    EXPECT_EQ(text(s), "A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF8\x88\x80\x80\x80\xFD\xBF\xBF\xBF\xBF\xBF");
+    EXPECT_EQ(bytes(s), "A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF8\x88\x80\x80\x80\xFD\xBF\xBF\xBF\xBF\xBF");
 }
 
 // Random edits of a few strings, compared with std::string after every step; allocations fail at
@@ -178,7 +175,7 @@ TEST(GSStringStorage, BehavesLikeStdStringUnderRandomEditsAndFailures)
             break;
         }
         for (size_t k = 0; k < 4; ++k)
-            ASSERT_EQ(text(strings[k]), model[k]) << "step " << step;
+            ASSERT_EQ(bytes(strings[k]), model[k]) << "step " << step;
         ASSERT_EQ(strings[i].c_str()[strings[i].getLength()], 0);
     }
     GSSetArrayAllocationHook(nullptr);

@@ -7,14 +7,7 @@
 
 namespace {
 
-struct Expected {
-    unsigned c;
-    GSUCDScript script;
-    GSUCDCategory category;
-    GSUCDGraphemeBreak graphemeBreak;
-    unsigned char caselessSet;
-    int otherCase;
-};
+struct Expected { unsigned c; GSUCDScript script; GSUCDCategory category; GSUCDGraphemeBreak graphemeBreak; unsigned char caselessSet; int otherCase; };
 
 // Caseless-set indexes: S s U+017F at 1, Σ ς σ at 25, U+0345 ͅ Ι ι U+1FBE at 62, K k U+212A at 71.
 constexpr Expected kExpected[] = {
@@ -66,31 +59,6 @@ TEST(GSUnicodeData, RecordsOfSampleCodePoints)
         EXPECT_EQ(r.caselessSet, e.caselessSet);
         EXPECT_EQ(r.otherCase, e.otherCase);
     }
-}
-
-// Blocks and records are numbered in order of first appearance (record 0 excepted: it is the record
-// of unassigned code points), and no block or record is left unused.
-TEST(GSUnicodeData, StagesAreNumberedInOrderOfFirstUse)
-{
-    int nextBlock = 0;
-    for (unsigned char b : gs_ucd_stage1) {
-        ASSERT_LE(b, nextBlock);
-        nextBlock += b == nextBlock;
-    }
-    EXPECT_EQ(nextBlock, kUCDBlockCount);
-
-    int nextRecord = 1;
-    for (int b = 0; b < kUCDBlockCount; ++b) {
-        for (int i = 0; i < kUCDBlockSize; ++i) {
-            unsigned short r = gs_ucd_stage2[b * kUCDBlockSize + i];
-            ASSERT_TRUE(r == 0 || r <= nextRecord) << "block " << b << " entry " << i;
-            nextRecord += r == nextRecord;
-        }
-    }
-    EXPECT_EQ(nextRecord, kUCDRecordCount);
-    GSUCDRecord const& unassigned = gs_ucd_records[0];
-    EXPECT_EQ(unassigned.category, kUCDCn);
-    EXPECT_EQ(unassigned.script, kUCDScriptCommon);
 }
 
 // Each member of a caseless set points at the set's first member and its other case is in the set;
