@@ -293,8 +293,6 @@ short GSString::setSize(long n)
     if (n < kMinimumBlock)
         return 0;
     long const bytes = 2 * n + 2;
-    if (mode == kShared && buffer && buffer->getRefCount() < 2 && buffer->capacity >= bytes)
-        return 0;
     // Inline text moves into a block of its own here: the reservation asks for one.
     if (mode == kInline) {
         GSStringBuffer* block = GSStringBuffer::create(bytes);

@@ -109,7 +109,7 @@ short GSString::readStringWithLength(GSFile* file, int n)
 {
     if (!file || n < 0 || !fitsInFile(file, n))
         return 1;
-    std::unique_ptr<char[]> bytes(new (std::nothrow) char[static_cast<size_t>(n) + 1]);
+    std::unique_ptr<char[]> bytes(new (std::nothrow) char[static_cast<size_t>(n)]);
     if (!bytes)
         return 1;
     long length = n;
@@ -132,7 +132,7 @@ short GSString::readUnicodeStringWithLength(GSFile* file, int n, short byteOrder
 {
     if (!file || n < 0 || !fitsInFile(file, 2L * n))
         return 1;
-    std::unique_ptr<unsigned short[]> units(new (std::nothrow) unsigned short[static_cast<size_t>(n) + 1]);
+    std::unique_ptr<unsigned short[]> units(new (std::nothrow) unsigned short[static_cast<size_t>(n)]);
     if (!units)
         return 1;
     for (int i = 0; i < n; ++i) {

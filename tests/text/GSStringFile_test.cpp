@@ -73,6 +73,7 @@ TEST(GSStringFile, ReadsEveryForm)
         {"compact", "64 04 61 62 63 00", 1, "abc", 100, 6},
         {"compact empty", "64 00", 1, "", 100, 2},
         {"not zero-terminated reads empty", "FF 9B 00 00 00 02 41 42", 0, "", 100, 8},
+        {"... and a code page stays Mac", "FF 9C 00 00 00 02 41 42", 0, "", GSString::kMac, 8},
     };
     for (auto const& c : cases) {
         SCOPED_TRACE(c.what);
@@ -80,7 +81,7 @@ TEST(GSStringFile, ReadsEveryForm)
         long consumed = 0;
         EXPECT_EQ(readBack(c.hex, c.compact, &s, &consumed), 0);
         EXPECT_STREQ(s.c_str(), c.text);
-        if (*c.text) {
+        if (*c.text || c.encoding != 100) {
             EXPECT_EQ(s.getEncoding(), c.encoding);
         }
         EXPECT_EQ(consumed, c.consumed);
@@ -139,5 +140,9 @@ TEST(GSStringFile, FixedWidthFieldsEndAtTheirLastZero)
     GSString s("kept");
     EXPECT_NE(s.readStringWithLength(&r.f, 3), 0);
     EXPECT_NE(s.readUnicodeStringWithLength(&r.f, 2, GSByteOrderBig), 0);
+    EXPECT_NE(s.readStringWithLength(nullptr, 1), 0);
+    EXPECT_NE(s.readUnicodeStringWithLength(nullptr, 1, GSByteOrderBig), 0);
+    EXPECT_NE(s.write(nullptr), 0);
     EXPECT_STREQ(s.c_str(), "kept");
+    EXPECT_NE(s.read(nullptr), 0);
 }

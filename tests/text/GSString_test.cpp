@@ -89,6 +89,13 @@ TEST(GSStringStorage, FixedTextIsCountedOnceAndCopiedBeforeAChange)
     EXPECT_EQ(bytes(f), "abcdefg");
     EXPECT_EQ(f.getEncoding(), GSString::kMac);
     EXPECT_STREQ(outside, "abcdef");
+    // Copying fixed text that needs a block can fail like any allocation: empty, status 1.
+    std::string const longText(100, 'x');
+    GSString g = GSString::fixed(longText.c_str());
+    GSSetArrayAllocationHook([](size_t) { return false; });
+    EXPECT_EQ(g.add("y", 1), 1);
+    GSSetArrayAllocationHook(nullptr);
+    EXPECT_TRUE(g.isEmpty());
 }
 
 TEST(GSStringStorage, ConstructionRules)
