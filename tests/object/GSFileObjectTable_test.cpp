@@ -225,6 +225,17 @@ TEST(GSFileObjectTable, ReferencesBeforeTheFullWriteAndNeverWritten)
     ASSERT_EQ(r.f.stopObjectMergingRead(), 0);
     EXPECT_EQ(QMPoint::live, before - 1); // the table held the only reference
     EXPECT_EQ(r.f.tell(), 62);
+
+    // Position 0 is a position like any other (a directory may list it): a first full write
+    // there is recorded.
+    WriteFile w;
+    ASSERT_EQ(w.f.startObjectMergingWrite(0), 0);
+    ASSERT_EQ(w.f.writeObjectReference(&a), 0);
+    ASSERT_EQ(w.f.seek(0, 0), 0);
+    EXPECT_EQ(w.f.writeObject(&a), 0);
+    EXPECT_EQ(w.f.getObjectTable()->getEntry(0).position, 0);
+    ASSERT_EQ(w.f.seek(0, 2), 0);
+    EXPECT_EQ(w.f.stopObjectMergingWrite(), 0);
 }
 
 class GSFileObjectTableRoundTrip : public ::testing::TestWithParam<short> {};
