@@ -5,7 +5,7 @@
 // Both files are written to the system temporary folder and removed at the end.
 #include "generator/GSGetThumbnail.h"
 #include "tests/support/DocumentBuilder.h"
-#include "tests/support/TempFile.h"
+#include "tests/support/ScratchFolder.h"
 
 #include <benchmark/benchmark.h>
 

@@ -4,7 +4,7 @@
 
 #include "gs/file/GSFile.h"
 #include "tests/object/TestObjects.h"
-#include "tests/support/TempFile.h"
+#include "tests/support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
 

@@ -114,39 +114,6 @@ TEST(GSTagReadHeaders, CompactModeHeadersAndSkips)
     EXPECT_EQ(GSTagRead(&cut.file).read(), GSTagRead::kReadFailure); // a short header without its size byte
 }
 
-// A memory worker that counts the bytes handed out.
-class CountingWorker : public GSFileWorkerMemory {
-public:
-    using GSFileWorkerMemory::GSFileWorkerMemory;
-    long readData(void* buffer, long length) override
-    {
-        long n = GSFileWorkerMemory::readData(buffer, length);
-        bytesRead += n;
-        return n;
-    }
-    long bytesRead = 0;
-};
-
-TEST(GSTagReadSkip, IsOneSeekWithoutReadingTheData)
-{
-    std::vector<unsigned char> bytes = fromHex("03 02  00 00 00 01 00 00 03 E8");
-    bytes.resize(bytes.size() + 1000, 0xEE);
-    for (auto b : fromHex("00 00 00 02 00 00 00 00  FF FF FF FF"))
-        bytes.push_back(b);
-    auto* worker = new CountingWorker(toArray(bytes));
-    GSFile file;
-    EXPECT_EQ(file.init(worker, 1), 0);
-    GSTagRead reader(&file);
-    ASSERT_EQ(reader.readVersion(0x0302, nullptr), 0);
-    ASSERT_EQ(reader.read(), 1);
-    EXPECT_EQ(reader.skip(), 0);
-    EXPECT_EQ(file.tell(), 1010);
-    EXPECT_EQ(reader.read(), 2);
-    EXPECT_EQ(reader.skip(), 0);
-    EXPECT_EQ(reader.read(), GSTagRead::kEndTag);
-    EXPECT_EQ(worker->bytesRead, 2 + 8 + 8 + 4);
-}
-
 class GSTagReadBounds : public FileOverBackend {};
 
 INSTANTIATE_TEST_SUITE_P(Backends, GSTagReadBounds, testing::Values(Backend::Memory, Backend::Stdio), backendName);

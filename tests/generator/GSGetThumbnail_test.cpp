@@ -6,7 +6,7 @@
 #include "gs/object/GSExceptions.h"
 #include "tests/support/Hex.h"
 #include "tests/support/ObjectDocuments.h"
-#include "tests/support/TempFile.h"
+#include "tests/support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
 

@@ -33,20 +33,6 @@ Bytes documentWith(ThumbnailRecord const& thumbnail, int version = 0x0200)
     return b.bytes();
 }
 
-TEST_P(ThumbnailWalk, ReadsInlineJPEGWithItsDescription)
-{
-    Bytes jpeg = fakeJPEG(300);
-    WalkRun run = walk(simpleDocument(kPictureJPEG, jpeg, 64, 48));
-    EXPECT_EQ(run.result.reason, Reason::kOk);
-    EXPECT_EQ(run.result.kind, GSThumbnailResult::kDocument);
-    EXPECT_EQ(run.result.version, 0x0200);
-    EXPECT_EQ(run.result.pictureType, 2);
-    EXPECT_EQ(run.result.variant, 1);
-    EXPECT_EQ(run.result.size, (GSTSize<int>{64, 48}));
-    EXPECT_EQ(run.result.pictureBytes, 300);
-    EXPECT_EQ(run.picture(), jpeg);
-}
-
 TEST_P(ThumbnailWalk, PictureTypesTwoThreeAndFiveOnly)
 {
     for (int type : {2, 3, 5, 0, 1, 4, 6, 0x102}) {
@@ -146,19 +132,6 @@ TEST_P(ThumbnailWalk, NoPictureSaysWhy)
     }
     WalkRun minor = walk(documentWith(ThumbnailRecord().version(0x010F).inlinePicture(kPictureJPEG, fakeJPEG(20))));
     EXPECT_EQ(minor.result.reason, Reason::kOk);
-}
-
-TEST_P(ThumbnailWalk, GarbageAfterTheIDIsNeverAPicture)
-{
-    for (Bytes garbage : {fromHex("FF FF FF FF FF FF"), fromHex("00"), fromHex("41 42 43 44 45 46 47 48 49"),
-                          fromHex("02 00 00 00 00 0D 7F FF FF FF")}) {
-        DocumentBuilder b;
-        b.documentID().raw(garbage);
-        WalkRun run = walk(b.bytes());
-        EXPECT_NE(run.result.reason, Reason::kOk) << toHex(garbage);
-        EXPECT_EQ(run.result.kind, GSThumbnailResult::kDocument);
-        EXPECT_EQ(run.buffer.getCount(), 0);
-    }
 }
 
 TEST_P(ThumbnailWalk, ReadsTheTwoShortVersionForm)

@@ -225,6 +225,17 @@ TEST(GSFileObjectTable, ReferencesBeforeTheFullWriteAndNeverWritten)
     ASSERT_EQ(r.f.stopObjectMergingRead(), 0);
     EXPECT_EQ(QMPoint::live, before - 1); // the table held the only reference
     EXPECT_EQ(r.f.tell(), 62);
+
+    // Position 0 is a position like any other (a directory may list it): a first full write
+    // there is recorded.
+    WriteFile w;
+    ASSERT_EQ(w.f.startObjectMergingWrite(0), 0);
+    ASSERT_EQ(w.f.writeObjectReference(&a), 0);
+    ASSERT_EQ(w.f.seek(0, 0), 0);
+    EXPECT_EQ(w.f.writeObject(&a), 0);
+    EXPECT_EQ(w.f.getObjectTable()->getEntry(0).position, 0);
+    ASSERT_EQ(w.f.seek(0, 2), 0);
+    EXPECT_EQ(w.f.stopObjectMergingWrite(), 0);
 }
 
 class GSFileObjectTableRoundTrip : public ::testing::TestWithParam<short> {};
@@ -444,26 +455,49 @@ TEST(GSFileObjectTableRead, UnknownClassesAndTheEntryBound)
     ASSERT_EQ(two.f.stopObjectMergingRead(), 0);
 }
 
+namespace {
+int allocationsLeft = 0;
+bool allowCountedAllocations(size_t)
+{
+    return allocationsLeft-- > 0;
+}
+} // namespace
+
 // With 32 entries and more, positions are found through a sorted index: an unlisted position is
-// still not found. With registerUnknownPositions set, it is registered instead, and a table
-// without a directory (offset 0) starts empty.
+// still not found, also when there was no memory for the index (the table's entries and its list
+// of handed-out objects take the first two allocations). With registerUnknownPositions set, it is
+// registered instead (refused when the entry cannot be stored), and a table without a directory
+// (offset 0) starts empty.
 TEST(GSFileObjectTableRead, UnlistedPositionsInALargeTable)
 {
     std::string directory = " 00 00 00 20";
     for (int i = 0; i < 32; ++i)
         directory += " 00 00 00 00"; // every entry at position 0, where no object starts
-    ReadFile r("01 00 00 00 00 21 " + kObjectClassic + directory);
-    ASSERT_EQ(r.f.startObjectMergingRead(), 0);
     GSObject* o = nullptr;
-    EXPECT_EQ(r.f.readObject(&o), 1);
-    EXPECT_EQ(o, nullptr);
-    ASSERT_EQ(r.f.stopObjectMergingRead(), 0);
+    for (int allocations : {1000, 2}) {
+        SCOPED_TRACE(allocations);
+        ReadFile r("01 00 00 00 00 21 " + kObjectClassic + directory);
+        allocationsLeft = allocations;
+        GSArrayAllocationHook old = GSSetArrayAllocationHook(allowCountedAllocations);
+        short started = r.f.startObjectMergingRead();
+        GSSetArrayAllocationHook(old);
+        ASSERT_EQ(started, 0);
+        EXPECT_EQ(r.f.readObject(&o), 1);
+        EXPECT_EQ(o, nullptr);
+        ASSERT_EQ(r.f.stopObjectMergingRead(), 0);
+    }
 
     ReadFile open("01 00 00 00 00 00 " + kObjectClassic);
-    GSFileObjectTable table(4, -100);
+    GSFileObjectTable table(0, -100);
     table.registerUnknownPositions = true;
     ASSERT_EQ(table.startReadObjectTable(&open.f), 0);
     EXPECT_EQ(table.getCount(), 0);
+    allocationsLeft = 0;
+    GSArrayAllocationHook old = GSSetArrayAllocationHook(allowCountedAllocations);
+    EXPECT_EQ(table.readObject(&o, 0), 1);
+    GSSetArrayAllocationHook(old);
+    EXPECT_EQ(table.getCount(), 0);
+    ASSERT_EQ(open.f.seek(6, 0), 0);
     EXPECT_EQ(table.readObject(&o, 0), 0);
     ASSERT_NE(o, nullptr);
     EXPECT_EQ(xOf(o), 7);

@@ -1,5 +1,6 @@
-// A fresh folder for tests that work on real files, removed with its content afterwards (made
-// writable again first, so that tests may leave read-only or attribute-locked items behind).
+// Real files for tests: a fresh folder, or one file in a folder of its own, removed with their
+// content afterwards (made writable again first, so that tests may leave read-only or
+// attribute-locked items behind), and the content of a file as text or as bytes.
 #pragma once
 
 #include <algorithm>
@@ -71,6 +72,20 @@ private:
     std::string folder;
 };
 
+// A file with these bytes, its name ending in `suffix`.
+class TempFile {
+public:
+    explicit TempFile(std::vector<unsigned char> const& bytes, std::string const& suffix = ".qmd")
+        : file(folder.write("file" + suffix, bytes))
+    {
+    }
+    std::string const& path() const { return file; }
+
+private:
+    ScratchFolder folder;
+    std::string file;
+};
+
 // The whole content of a file; "<missing>" when it cannot be opened.
 inline std::string readText(std::string const& path)
 {
@@ -81,6 +96,11 @@ inline std::string readText(std::string const& path)
     in.seekg(0);
     in.read(text.data(), static_cast<std::streamsize>(text.size()));
     return text;
+}
+inline std::vector<unsigned char> readFile(std::string const& path)
+{
+    std::string text = readText(path);
+    return std::vector<unsigned char>(text.begin(), text.end());
 }
 
 } // namespace qmtest

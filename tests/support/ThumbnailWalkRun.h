@@ -5,7 +5,7 @@
 #include "generator/GSThumbnailWalk.h"
 #include "gs/file/GSFile.h"
 #include "tests/support/DocumentBuilder.h"
-#include "tests/support/TempFile.h"
+#include "tests/support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,6 @@
 
 #include "tests/support/DocumentBuilder.h"
 #include "tests/support/ScratchFolder.h"
-#include "tests/support/TempFile.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

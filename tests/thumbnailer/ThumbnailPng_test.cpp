@@ -1,7 +1,6 @@
 #include "thumbnailer/ThumbnailPng.h"
 
 #include "tests/support/ScratchFolder.h"
-#include "tests/support/TempFile.h"
 
 #include <gtest/gtest.h>
 #include <spng.h>

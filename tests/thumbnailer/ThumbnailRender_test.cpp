@@ -1,7 +1,7 @@
 #include "thumbnailer/ThumbnailRender.h"
 
 #include "generator/GSThumbnailSize.h"
-#include "tests/support/TempFile.h"
+#include "tests/support/ScratchFolder.h"
 #include "tests/support/PictureSamples.h"
 
 #include <gtest/gtest.h>

@@ -35,7 +35,6 @@ struct CGImage : QMDoubleObject {
 struct CGContext : QMDoubleObject {
     std::vector<QMDoubleContextRecord>* records = nullptr;
     size_t index = 0;
-    ~CGContext() override { (*records)[index].released = true; }
     QMDoubleContextRecord& record() { return (*records)[index]; }
 };
 
@@ -45,10 +44,7 @@ namespace qmdouble {
 namespace {
 
 struct State {
-    std::vector<std::string> calls;
     std::vector<std::string> errors;
-    std::vector<ProviderCreation> providers;
-    std::vector<ImageCreation> images;
     std::map<std::string, int> factories;
     // Every object handed out and alive, by the pointer the caller holds.
     std::map<void const*, QMDoubleObject*> objects;
@@ -61,11 +57,6 @@ State& state()
 {
     static State s;
     return s;
-}
-
-void enter(char const* function)
-{
-    state().calls.emplace_back(function);
 }
 
 void error(std::string text)
@@ -125,12 +116,10 @@ QMDoubleUUID const* newUUID(std::array<UInt8, 16> const& bytes)
 }
 
 template <class Request>
-CGContextRef createContext(Request* request, CGSize size, Boolean isBitmap, CFDictionaryRef properties)
+CGContextRef createContext(Request* request, CGSize size)
 {
     QMDoubleContextRecord record;
     record.size = size;
-    record.isBitmap = isBitmap != 0;
-    record.hadProperties = properties != nullptr;
     request->contexts.push_back(record);
     auto* context = new CGContext;
     context->records = &request->contexts;
@@ -138,16 +127,10 @@ CGContextRef createContext(Request* request, CGSize size, Boolean isBitmap, CFDi
     return handOut(context);
 }
 
-template <class Request>
-void flushContext(Request* request, CGContextRef c, char const* function)
+void flushContext(CGContextRef c, char const* function)
 {
-    if (!find(c, function))
-        return;
-    if (c->records != &request->contexts) {
-        error(std::string(function) + ": the context belongs to another request");
-        return;
-    }
-    ++c->record().flushes;
+    if (find(c, function))
+        ++c->record().flushes;
 }
 
 CGContext* liveContext(CGContextRef c, char const* function)
@@ -155,11 +138,8 @@ CGContext* liveContext(CGContextRef c, char const* function)
     return find(c, function) ? c : nullptr;
 }
 
-CGImageRef createImage(CGDataProviderRef source, CGFloat const decode[], bool shouldInterpolate,
-                       CGColorRenderingIntent intent, qm::PictureFormat format)
+CGImageRef createImage(CGDataProviderRef source, qm::PictureFormat format)
 {
-    state().images.push_back({format == qm::PictureFormat::jpeg ? "jpeg" : "png", decode == nullptr, shouldInterpolate,
-                              static_cast<int>(intent)});
     if (!find(source, "CGImageCreate"))
         return nullptr;
     // Null when the bytes do not decode, as the platform's decoders answer.
@@ -172,19 +152,9 @@ CGImageRef createImage(CGDataProviderRef source, CGFloat const decode[], bool sh
 
 } // namespace
 
-void reset()
-{
-    State& s = state();
-    s.calls.clear();
-    s.errors.clear();
-    s.providers.clear();
-    s.images.clear();
-}
+void reset() { state().errors.clear(); }
 
-std::vector<std::string> const& calls() { return state().calls; }
 std::vector<std::string> const& errors() { return state().errors; }
-std::vector<ProviderCreation> const& providerCreations() { return state().providers; }
-std::vector<ImageCreation> const& imageCreations() { return state().images; }
 std::map<std::string, int> const& factoryRegistrations() { return state().factories; }
 
 long liveReferences()
@@ -231,7 +201,6 @@ using namespace qmdouble;
 
 CFTypeRef CFRetain(CFTypeRef cf)
 {
-    enter("CFRetain");
     if (!cf) {
         error("CFRetain: null");
         return cf;
@@ -243,7 +212,6 @@ CFTypeRef CFRetain(CFTypeRef cf)
 
 void CFRelease(CFTypeRef cf)
 {
-    enter("CFRelease");
     if (!cf) {
         error("CFRelease: null");
         return;
@@ -253,7 +221,6 @@ void CFRelease(CFTypeRef cf)
 
 Boolean CFEqual(CFTypeRef cf1, CFTypeRef cf2)
 {
-    enter("CFEqual");
     QMDoubleObject* a = find(cf1, "CFEqual");
     QMDoubleObject* b = find(cf2, "CFEqual");
     if (!a || !b)
@@ -268,7 +235,6 @@ CFUUIDRef CFUUIDGetConstantUUIDWithBytes(CFAllocatorRef, UInt8 byte0, UInt8 byte
                                          UInt8 byte9, UInt8 byte10, UInt8 byte11, UInt8 byte12, UInt8 byte13,
                                          UInt8 byte14, UInt8 byte15)
 {
-    enter("CFUUIDGetConstantUUIDWithBytes");
     std::array<UInt8, 16> bytes{byte0, byte1, byte2,  byte3,  byte4,  byte5,  byte6,  byte7,
                                 byte8, byte9, byte10, byte11, byte12, byte13, byte14, byte15};
     auto& slot = state().constantUUIDs[bytes];
@@ -283,14 +249,12 @@ CFUUIDRef CFUUIDGetConstantUUIDWithBytes(CFAllocatorRef, UInt8 byte0, UInt8 byte
 
 CFUUIDRef CFUUIDCreateFromUUIDBytes(CFAllocatorRef, CFUUIDBytes b)
 {
-    enter("CFUUIDCreateFromUUIDBytes");
     return newUUID({b.byte0, b.byte1, b.byte2, b.byte3, b.byte4, b.byte5, b.byte6, b.byte7, b.byte8, b.byte9,
                     b.byte10, b.byte11, b.byte12, b.byte13, b.byte14, b.byte15});
 }
 
 CFUUIDRef CFUUIDCreateFromString(CFAllocatorRef, CFStringRef uuidStr)
 {
-    enter("CFUUIDCreateFromString");
     if (!find(uuidStr, "CFUUIDCreateFromString"))
         return nullptr;
     std::array<UInt8, 16> bytes{};
@@ -309,7 +273,6 @@ CFUUIDRef CFUUIDCreateFromString(CFAllocatorRef, CFStringRef uuidStr)
 
 CFUUIDBytes CFUUIDGetUUIDBytes(CFUUIDRef uuid)
 {
-    enter("CFUUIDGetUUIDBytes");
     CFUUIDBytes b{};
     if (!find(uuid, "CFUUIDGetUUIDBytes"))
         return b;
@@ -331,7 +294,6 @@ CFStringRef QMDoubleMakeConstantString(char const* cStr)
 
 Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean, UInt8* buffer, CFIndex maxBufLen)
 {
-    enter("CFURLGetFileSystemRepresentation");
     if (!find(url, "CFURLGetFileSystemRepresentation") || !url->isFile)
         return false;
     if (maxBufLen < 1 || url->path.size() >= static_cast<size_t>(maxBufLen))
@@ -342,14 +304,12 @@ Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean, UInt8* buffer, C
 
 void CFPlugInAddInstanceForFactory(CFUUIDRef factoryID)
 {
-    enter("CFPlugInAddInstanceForFactory");
     if (find(factoryID, "CFPlugInAddInstanceForFactory"))
         ++state().factories[hex(factoryID->bytes)];
 }
 
 void CFPlugInRemoveInstanceForFactory(CFUUIDRef factoryID)
 {
-    enter("CFPlugInRemoveInstanceForFactory");
     if (!find(factoryID, "CFPlugInRemoveInstanceForFactory"))
         return;
     int& n = state().factories[hex(factoryID->bytes)];
@@ -371,60 +331,48 @@ CGSize CGSizeMake(CGFloat width, CGFloat height)
     return CGSize{width, height};
 }
 
-CGDataProviderRef CGDataProviderCreateWithData(void* info, void const* data, size_t size,
-                                               CGDataProviderReleaseDataCallback releaseData)
+CGDataProviderRef CGDataProviderCreateWithData(void*, void const* data, size_t size, CGDataProviderReleaseDataCallback)
 {
-    enter("CGDataProviderCreateWithData");
-    state().providers.push_back({info == nullptr, size, releaseData == nullptr});
     auto* provider = new CGDataProvider;
     provider->data = data;
     provider->size = size;
     return handOut(provider);
 }
 
-CGImageRef CGImageCreateWithJPEGDataProvider(CGDataProviderRef source, CGFloat const decode[], bool shouldInterpolate,
-                                             CGColorRenderingIntent intent)
+CGImageRef CGImageCreateWithJPEGDataProvider(CGDataProviderRef source, CGFloat const[], bool, CGColorRenderingIntent)
 {
-    enter("CGImageCreateWithJPEGDataProvider");
-    return createImage(source, decode, shouldInterpolate, intent, qm::PictureFormat::jpeg);
+    return createImage(source, qm::PictureFormat::jpeg);
 }
 
-CGImageRef CGImageCreateWithPNGDataProvider(CGDataProviderRef source, CGFloat const decode[], bool shouldInterpolate,
-                                            CGColorRenderingIntent intent)
+CGImageRef CGImageCreateWithPNGDataProvider(CGDataProviderRef source, CGFloat const[], bool, CGColorRenderingIntent)
 {
-    enter("CGImageCreateWithPNGDataProvider");
-    return createImage(source, decode, shouldInterpolate, intent, qm::PictureFormat::png);
+    return createImage(source, qm::PictureFormat::png);
 }
 
 size_t CGImageGetWidth(CGImageRef image)
 {
-    enter("CGImageGetWidth");
     return image && find(image, "CGImageGetWidth") ? image->pixels.width() : 0;
 }
 
 size_t CGImageGetHeight(CGImageRef image)
 {
-    enter("CGImageGetHeight");
     return image && find(image, "CGImageGetHeight") ? image->pixels.height() : 0;
 }
 
 void CGContextSetInterpolationQuality(CGContextRef c, CGInterpolationQuality quality)
 {
-    enter("CGContextSetInterpolationQuality");
     if (CGContext* context = liveContext(c, "CGContextSetInterpolationQuality"))
         context->record().interpolationQuality = quality;
 }
 
 void CGContextSetShouldAntialias(CGContextRef c, bool shouldAntialias)
 {
-    enter("CGContextSetShouldAntialias");
     if (CGContext* context = liveContext(c, "CGContextSetShouldAntialias"))
         context->record().antialias = shouldAntialias ? 1 : 0;
 }
 
 void CGContextDrawImage(CGContextRef c, CGRect rect, CGImageRef image)
 {
-    enter("CGContextDrawImage");
     CGContext* context = liveContext(c, "CGContextDrawImage");
     if (!context || !image || !find(image, "CGContextDrawImage"))
         return;
@@ -433,35 +381,28 @@ void CGContextDrawImage(CGContextRef c, CGRect rect, CGImageRef image)
 
 void CGContextRelease(CGContextRef c)
 {
-    enter("CGContextRelease");
     if (c)
         releaseObject(c, "CGContextRelease");
 }
 
 // ---- QuickLook ----
 
-CGContextRef QLThumbnailRequestCreateContext(QLThumbnailRequestRef thumbnail, CGSize size, Boolean isBitmap,
-                                             CFDictionaryRef properties)
+CGContextRef QLThumbnailRequestCreateContext(QLThumbnailRequestRef thumbnail, CGSize size, Boolean, CFDictionaryRef)
 {
-    enter("QLThumbnailRequestCreateContext");
-    return createContext(thumbnail, size, isBitmap, properties);
+    return createContext(thumbnail, size);
 }
 
-void QLThumbnailRequestFlushContext(QLThumbnailRequestRef thumbnail, CGContextRef context)
+void QLThumbnailRequestFlushContext(QLThumbnailRequestRef, CGContextRef context)
 {
-    enter("QLThumbnailRequestFlushContext");
-    flushContext(thumbnail, context, "QLThumbnailRequestFlushContext");
+    flushContext(context, "QLThumbnailRequestFlushContext");
 }
 
-CGContextRef QLPreviewRequestCreateContext(QLPreviewRequestRef preview, CGSize size, Boolean isBitmap,
-                                           CFDictionaryRef properties)
+CGContextRef QLPreviewRequestCreateContext(QLPreviewRequestRef preview, CGSize size, Boolean, CFDictionaryRef)
 {
-    enter("QLPreviewRequestCreateContext");
-    return createContext(preview, size, isBitmap, properties);
+    return createContext(preview, size);
 }
 
-void QLPreviewRequestFlushContext(QLPreviewRequestRef preview, CGContextRef context)
+void QLPreviewRequestFlushContext(QLPreviewRequestRef, CGContextRef context)
 {
-    enter("QLPreviewRequestFlushContext");
-    flushContext(preview, context, "QLPreviewRequestFlushContext");
+    flushContext(context, "QLPreviewRequestFlushContext");
 }

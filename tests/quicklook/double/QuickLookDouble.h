@@ -1,12 +1,12 @@
-// What the tests see of the platform double: the requests they hand to the plug-in, the record of
-// every call, and the count of every reference the double has handed out.
+// What the tests see of the platform double: the requests they hand to the plug-in, what happened
+// to their contexts, and the count of every reference the double has handed out.
 //
 // Every object the double creates (UUIDs, URLs, data providers, images, contexts) starts with one
 // reference owned by whoever created it; CFRetain adds one, CFRelease and CGContextRelease take one
 // away and free the object at zero. Constants (CFUUIDGetConstantUUIDWithBytes, CFSTR) belong to the
 // double and are never freed, but retains and releases of them are counted as well. Misuse
-// (releasing an unknown or freed object, releasing null, flushing a context into another request,
-// unregistering a factory that has no instance) is recorded in errors() instead of crashing.
+// (releasing an unknown or freed object, releasing null, unregistering a factory that has no
+// instance) is recorded in errors() instead of crashing.
 #pragma once
 
 #include <QuickLook/QuickLook.h>
@@ -23,13 +23,10 @@ struct QMDoubleDraw {
 };
 struct QMDoubleContextRecord {
     CGSize size{};
-    bool isBitmap = false;
-    bool hadProperties = false;
     int interpolationQuality = -1; // -1: never set
     int antialias = -1;            // -1: never set; else 0 or 1
     std::vector<QMDoubleDraw> draws;
     int flushes = 0;
-    bool released = false;
 };
 
 // The requests are the test's own objects; the plug-in only gets pointers to them.
@@ -42,26 +39,10 @@ struct QMDoublePreviewRequest {
 
 namespace qmdouble {
 
-struct ProviderCreation {
-    bool infoNull;
-    size_t size;
-    bool releaseCallbackNull;
-};
-struct ImageCreation {
-    std::string decoder; // "jpeg" or "png"
-    bool decodeArrayNull;
-    bool shouldInterpolate;
-    int intent;
-};
-
-// Forgets the calls, errors and creations recorded so far. Objects that
-// are still alive stay alive (and counted).
+// Forgets the errors recorded so far. Objects that are still alive stay alive (and counted).
 void reset();
 
-std::vector<std::string> const& calls();
 std::vector<std::string> const& errors();
-std::vector<ProviderCreation> const& providerCreations();
-std::vector<ImageCreation> const& imageCreations();
 
 // References held on the double's objects: every reference on a created object, plus those taken
 // on constants beyond the double's own.
