@@ -74,6 +74,7 @@ TEST(GSStringFile, ReadsEveryForm)
         {"compact empty", "64 00", 1, "", 100, 2},
         {"not zero-terminated reads empty", "FF 9B 00 00 00 02 41 42", 0, "", 100, 8},
         {"... and a code page stays Mac", "FF 9C 00 00 00 02 41 42", 0, "", GSString::kMac, 8},
+        {"the last code-page tag", "FF 9C 00 00 00 02 41 00", 0, "A", GSString::kMac, 8},
     };
     for (auto const& c : cases) {
         SCOPED_TRACE(c.what);
