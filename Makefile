@@ -22,8 +22,9 @@ test-asan: deps
 	cmake --build --preset asan
 	ctest --preset asan
 
-# ThreadSanitizer over the object tests (the shared arrays and reference counts are the code that
-# promises to work across threads) and the replay of every fuzz corpus and hostile input the
+# ThreadSanitizer over the object and text tests (the shared arrays, string blocks and reference
+# counts are the code that promises to work across threads, and the character tables are built on
+# first use) and the replay of every fuzz corpus and hostile input the
 # library alone reads (tests/crashers/).
 test-tsan: deps
 	cmake --preset tsan >/dev/null
