@@ -191,6 +191,22 @@ struct CodePageEncoder {
         return n;
     }
 
+    // Appends the bytes of one UTF-16 unit to `a`, a folded mark taking the place of the letter
+    // before it; false when the unit is not representable.
+    template <class Appender>
+    bool append(Appender& a, unsigned int u) const
+    {
+        char bytes[2];
+        bool replaceLast;
+        int const k = encodeUnit(u, a.last(), bytes, &replaceLast);
+        if (k == kNotRepresentable)
+            return false;
+        if (replaceLast)
+            a.dropLast();
+        a.put(bytes, k);
+        return true;
+    }
+
     unsigned short const* pairs;
     int count;
     short const* direct;
@@ -424,16 +440,8 @@ short GSString::convertEncoding(int target)
         if (!a.reserve(2 * n))
             return 1;
         for (long i = 0; i < n; ++i) {
-            char bytes[2];
-            bool replaceLast;
-            int const k = encoder.encodeUnit(table[text[i]], a.last(), bytes, &replaceLast);
-            if (k == kNotRepresentable) {
+            if (!encoder.append(a, table[text[i]]))
                 result = 1;
-                continue;
-            }
-            if (replaceLast)
-                a.dropLast();
-            a.put(bytes, k);
         }
         a.finish();
     } else if (table) {
@@ -463,16 +471,8 @@ short GSString::convertEncoding(int target)
             if (!a.reserve(2 * pending))
                 return false;
             for (long j = 0; j < pending; ++j) {
-                char bytes[2];
-                bool replaceLast;
-                int const k = encoder.encodeUnit(units[j], a.last(), bytes, &replaceLast);
-                if (k == kNotRepresentable) {
+                if (!encoder.append(a, units[j]))
                     result = 1;
-                    continue;
-                }
-                if (replaceLast)
-                    a.dropLast();
-                a.put(bytes, k);
             }
             pending = 0;
             return true;
