@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <new>
 
 namespace {
@@ -78,10 +79,11 @@ constexpr int kExactDecimals = 1100;
 short addFixed(GSString& s, double value, int precision, long fieldWidth)
 {
     char buffer[1 + 309 + 1 + kExactDecimals];
-    auto const result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed,
-                                      std::min(precision, kExactDecimals));
+    int const written = std::min(precision, kExactDecimals);
+    auto const result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, written);
+    // The padding counts the decimals left out.
     long const length = result.ptr - buffer;
-    long const padding = std::clamp(fieldWidth - length, 0L, kPrintfLimit);
+    long const padding = std::clamp(fieldWidth - length - (precision - written), 0L, kPrintfLimit);
     if (addRepeated(s, ' ', padding))
         return 1;
     return s.add(buffer, std::min(length, kPrintfLimit - padding));
@@ -113,7 +115,7 @@ struct DecimalText {
     bool negative = false;
     long begin = 0;     // the first digit or point, behind the sign
     long end = 0;       // behind the number; begin when there is none
-    long point = -1;    // the index of the decimal point, -1 when there is none
+    bool comma = false; // the decimal point is a comma
     long magnitude = 0; // roughly the decimal exponent: > 0 for large numbers, <= 0 for small ones
 };
 
@@ -125,6 +127,7 @@ DecimalText scanDecimal(char const* text, long length, long i)
         ++i;
     }
     d.begin = d.end = i;
+    bool point = false;
     long digits = 0;
     long integerDigits = 0;
     long firstNonZero = -1; // counted in digits
@@ -133,17 +136,16 @@ DecimalText scanDecimal(char const* text, long length, long i)
             if (text[i] != '0' && firstNonZero < 0)
                 firstNonZero = digits;
             ++digits;
-            integerDigits += d.point < 0;
-        } else if (d.point < 0 && GSString::isDecimalPoint(static_cast<unsigned char>(text[i]))) {
-            d.point = i;
+            integerDigits += !point;
+        } else if (!point && GSString::isDecimalPoint(static_cast<unsigned char>(text[i]))) {
+            point = true;
+            d.comma = text[i] != '.';
         } else {
             break;
         }
     }
-    if (digits == 0) {
-        d.point = -1;
+    if (digits == 0)
         return d;
-    }
     d.end = i;
     long exponent = 0;
     if (i < length && (text[i] == 'e' || text[i] == 'E')) {
@@ -173,18 +175,18 @@ T parseDecimal(char const* text, long length)
         return 0;
     T value = 0;
     std::from_chars_result result;
-    if (d.point >= 0 && text[d.point] != '.') {
+    if (d.comma) {
         // from_chars knows only "." as the decimal point: read a copy with the comma replaced.
         long const n = d.end - d.begin;
         char small[128];
-        char* copy = n <= static_cast<long>(sizeof small) ? small : new (std::nothrow) char[static_cast<size_t>(n)];
+        bool const fits = n <= static_cast<long>(sizeof small);
+        std::unique_ptr<char[]> large(fits ? nullptr : new (std::nothrow) char[static_cast<size_t>(n)]);
+        char* copy = fits ? small : large.get();
         if (!copy)
             return 0;
         std::memcpy(copy, text + d.begin, static_cast<size_t>(n));
-        copy[d.point - d.begin] = '.';
+        std::replace(copy, copy + n, ',', '.');
         result = std::from_chars(copy, copy + n, value);
-        if (copy != small)
-            delete[] copy;
     } else {
         result = std::from_chars(text + d.begin, text + d.end, value);
     }
