@@ -200,7 +200,7 @@ T parseDecimal(char const* text, long length)
 template <class T>
 T parseHex(char const* text, long length, long index, int digits)
 {
-    if (index < 0 || index >= length)
+    if (index < 0)
         return 0;
     T value = 0;
     int nibble;

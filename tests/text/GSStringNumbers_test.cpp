@@ -115,7 +115,7 @@ TEST(GSStringNumbers, AddCompactDouble)
     struct Case { double value; int decimals; char const* expected; int shift; };
     Case const cases[] = {
         {1.05, 3, "1.05", -3}, {2.0, 3, "2", 0}, {1.09955, 3, "1.1", -1} /* stops when the rest is below 10^-3 */,
-        {-0.5, 1, "-0.5", -1}, {0.004, 2, "0", 0}, {0.006, 2, "0.01", -2}, {0.125, 2, "0.12", -2}, {1234.5, 0, "1234", 0},
+        {-0.5, 1, "-0.5", -1}, {0.004, 2, "0", 0}, {0.006, 2, "0.01", -2}, {0.125, 2, "0.12", -2}, {1234.5, 0, "1234", 0}, {0.0, 2, "0", 0},
         {1234.6, -2, "1235", 0}, {0.5, 30, "0.5", -1}, {1.5e-18, 30, "0.000000000000000001", -18} /* at most 18 decimals */,
         {1e19, 2, "10000000000000000000", 0},
     };
@@ -161,7 +161,7 @@ TEST(GSStringNumbers, ParseIntegers)
 
 TEST(GSStringNumbers, ParseDecimals)
 {
-    std::string const huge = "1" + std::string(400, '0') + "1e-50"; // 1e350: large, whatever the exponent's sign
+    std::string const huge = std::string(400, '1') + "e-50"; // 1.1e349: large, whatever the exponent's sign
     struct Case { std::string text; double value; bool number; };
     Case const cases[] = {
         {"1,5", 1.5, true}, {" 2.5e3x", 2500, false}, {"-.5 ", -0.5, true}, {"5.", 5, true}, {"1e", 1, false}, {".", 0, false},
@@ -201,6 +201,8 @@ TEST(GSStringNumbers, HexDigits)
     for (Case const& c : cases)
         EXPECT_EQ(GSString(c.text).getHexValue(c.index, c.digits), c.value) << c.text;
     EXPECT_EQ(GSString("0123456789abcdef01").getHex64Value(0, 18), 0x23456789ABCDEF01UL);
+    char const hexText[] = "fabc"; // a fixed string over "abc": the "f" before is not its own
+    EXPECT_EQ(GSString::fixed(hexText + 1).getHexValue(-1, 2), 0u);
 
     for (unsigned c = 0; c < 300; ++c) {
         int value = -1;
@@ -305,4 +307,20 @@ TEST(GSStringNumbers, NumberedFormat)
         EXPECT_EQ(bytes(d), c.expected) << c.expected;
         EXPECT_EQ(d.getEncoding(), c.tag) << c.expected;
     }
+}
+
+// Without storage every append fails with 1, and an array that cannot grow is left as it was.
+TEST(GSStringNumbers, AllocationFailures)
+{
+    GSDynaArray<unsigned char> data(100), out;
+    ASSERT_EQ(data.setCount(100), 0);
+    GSString s, longName((std::string(50, 'n') + "_1").c_str()), copy(longName), hex("0a0b");
+    GSSetArrayAllocationHook([](size_t) { return false; });
+    short const statuses[] = {s.addLong(5, 100), s.addHex64(1, 100, 0), s.addDouble(0.5, 400, 1), s.initFromBinaryData(data),
+                              longName.setNumberSuffix(2, '_'), hex.decodeBinaryData(&out)};
+    GSSetArrayAllocationHook(nullptr);
+    for (short status : statuses)
+        EXPECT_EQ(status, 1);
+    EXPECT_EQ(out.getCount(), 0);
+    EXPECT_EQ(bytes(copy), std::string(50, 'n') + "_1");
 }
