@@ -34,10 +34,11 @@ constexpr std::array<char, 200> kDigitPairs = [] {
 }();
 
 // Writes the decimal digits of v so that they end at `end`; returns where they start.
-char* writeDigits(unsigned long v, char* end)
+template <class Unsigned>
+char* writeDigitsOf(Unsigned v, char* end)
 {
     while (v >= 100) {
-        unsigned long const pair = v % 100;
+        Unsigned const pair = v % 100;
         v /= 100;
         end -= 2;
         std::memcpy(end, kDigitPairs.data() + 2 * pair, 2);
@@ -49,6 +50,14 @@ char* writeDigits(unsigned long v, char* end)
         *--end = static_cast<char>('0' + v);
     }
     return end;
+}
+
+// Division by a constant is a multiplication, a cheaper one in 32 bits: most numbers fit them.
+char* writeDigits(unsigned long v, char* end)
+{
+    if (v <= 0xFFFFFFFFUL)
+        return writeDigitsOf(static_cast<unsigned int>(v), end);
+    return writeDigitsOf(v, end);
 }
 
 unsigned long magnitudeOf(long value)
@@ -98,9 +107,10 @@ bool fitsLong(double v)
 char const kLowerDigits[] = "0123456789abcdef";
 char const kUpperDigits[] = "0123456789ABCDEF";
 
+// isDigit for bytes, inline for the scanning loops.
 bool isDigitByte(char c)
 {
-    return GSString::isDigit(static_cast<unsigned char>(c));
+    return c >= '0' && c <= '9';
 }
 
 long skipWhiteSpace(char const* text, long length, long i)
@@ -250,7 +260,21 @@ short GSString::addLongLong(long value, int width)
             start -= padding;
             std::memset(start, ' ', static_cast<size_t>(padding));
         }
-        return add(start, end - start);
+        // Numbers mostly go into short names: an empty string starts inline (as createOwnData
+        // sets it up), and inline room takes the text without the general append.
+        long const n = end - start;
+        if (mode == kShared && !buffer) {
+            mode = kInline;
+            area.in.used = 1;
+        }
+        if (mode == kInline && area.in.used + n <= kInlineBytes) {
+            char* to = area.in.data + area.in.used - 1;
+            std::memcpy(to, start, static_cast<size_t>(n));
+            to[n] = 0;
+            area.in.used = static_cast<unsigned char>(area.in.used + n);
+            return 0;
+        }
+        return add(start, n);
     }
     if (width > 0 && addRepeated(*this, ' ', padding))
         return 1;
