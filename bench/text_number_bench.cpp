@@ -18,6 +18,8 @@
 namespace {
 
 constexpr size_t kCount = 1024;
+// addDouble's rounding to an integer: 0.49 as a float, widened.
+constexpr double kRounding = 0.49000000953674316;
 
 // Integers of 1 to 10 digits, either sign, evenly spread over the digit counts.
 std::vector<int> const& integers()
@@ -138,7 +140,7 @@ void BM_SnprintfDouble(benchmark::State& state)
             else if (form == 1)
                 std::snprintf(buffer, sizeof buffer, "%11.2f", v);
             else
-                std::snprintf(buffer, sizeof buffer, "%8ld", static_cast<long>(std::floor(v + 0.49000000953674316)));
+                std::snprintf(buffer, sizeof buffer, "%8ld", static_cast<long>(std::floor(v + kRounding)));
             benchmark::DoNotOptimize(buffer);
         }
     }
@@ -154,7 +156,7 @@ void BM_ToCharsDouble(benchmark::State& state)
         for (double v : doubles()) {
             char* end;
             if (form == 2)
-                end = std::to_chars(buffer, buffer + sizeof buffer, static_cast<long>(std::floor(v + 0.49000000953674316))).ptr;
+                end = std::to_chars(buffer, buffer + sizeof buffer, static_cast<long>(std::floor(v + kRounding))).ptr;
             else
                 end = std::to_chars(buffer, buffer + sizeof buffer, v, std::chars_format::fixed, form == 0 ? 6 : 2).ptr;
             *end = 0;

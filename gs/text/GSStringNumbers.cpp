@@ -214,8 +214,11 @@ T parseHex(char const* text, long length, long index, int digits)
         return 0;
     T value = 0;
     int nibble;
-    for (long i = index; i < length && i - index < digits && GSIsHexNibble(static_cast<unsigned char>(text[i]), &nibble); ++i)
+    for (long i = index; i < length && i - index < digits; ++i) {
+        if (!GSIsHexNibble(static_cast<unsigned char>(text[i]), &nibble))
+            break;
         value = static_cast<T>(value << 4 | static_cast<T>(nibble));
+    }
     return value;
 }
 

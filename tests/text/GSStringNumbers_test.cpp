@@ -48,11 +48,13 @@ TEST(GSStringNumbers, AddLongAndHexMatchPrintf)
     for (int i = 0; i < 4000; ++i) {
         long const value = i < 8 ? extremes[i] : static_cast<long>(random()) >> (random() % 64);
         int const width = static_cast<int>(random() % 121) - 60, sign = value < 0;
-        std::string const expected = width < 0 ? printed("%0*ld", sign - width, value) : printed("%*ld", sign + width, value);
+        std::string const expected =
+            width < 0 ? printed("%0*ld", sign - width, value) : printed("%*ld", sign + width, value);
         GSString s("x");
         ASSERT_EQ(s.addLongLong(value, width), 0);
         EXPECT_EQ(bytes(s), "x" + expected) << value << " " << width;
-        EXPECT_EQ(GSString::getDigitCountForLong(value), static_cast<int>(printed("%lu", sign ? 0UL - value : value).size()));
+        unsigned long const magnitude = sign ? 0UL - value : value;
+        EXPECT_EQ(GSString::getDigitCountForLong(value), static_cast<int>(printed("%lu", magnitude).size()));
         GSString t;
         if (value == static_cast<int>(value)) {
             ASSERT_EQ(t.addLong(static_cast<int>(value), width), 0);
@@ -86,7 +88,8 @@ TEST(GSStringNumbers, AddDouble)
         {-1234.5678, 2, 1, "-1234.6"}, {3.14159, 0, 2, "3.14"}, {1.5, 0, 0, "1.500000"}, {1.5, -3, -1, "1.500000"},
         // printf into 256 bytes: the text is cut after 255 characters.
         {1e300, 1, 2, printed("%.2f", 1e300).substr(0, 255)}, {0.5, 400, 1, std::string(255, ' ')},
-        {-DBL_MAX, 1, 2000, printed("%.2000f", -DBL_MAX).substr(0, 255)}, {0.5, 1, 2000, "0." + std::string(253, '0').replace(0, 1, "5")},
+        {-DBL_MAX, 1, 2000, printed("%.2000f", -DBL_MAX).substr(0, 255)},
+        {0.5, 1, 2000, "0." + std::string(253, '0').replace(0, 1, "5")},
     };
     for (Case const& c : cases) {
         GSString s;
@@ -99,11 +102,16 @@ TEST(GSStringNumbers, AddDouble)
 
     std::mt19937_64 random(2);
     for (int i = 0; i < 3000; ++i) {
-        double const value = std::ldexp(static_cast<double>(random() % 2000000) - 1e6, static_cast<int>(random() % 80) - 60);
+        double const value =
+            std::ldexp(static_cast<double>(random() % 2000000) - 1e6, static_cast<int>(random() % 80) - 60);
         int const width = static_cast<int>(random() % 14) - 3, decimals = static_cast<int>(random() % 12) - 2;
         auto const rounded = static_cast<long>(std::floor(value + 0.49000000953674316));
-        std::string const expected = decimals < 1 ? (width < 1 ? printed("%f", value) : printed("%*ld", width + (rounded < 0), rounded))
-                                                  : (width < 1 ? printed("%.*f", decimals, value) : printed("%*.*f", width + decimals + 1, decimals, value));
+        std::string expected;
+        if (decimals < 1)
+            expected = width < 1 ? printed("%f", value) : printed("%*ld", width + (rounded < 0), rounded);
+        else
+            expected = width < 1 ? printed("%.*f", decimals, value)
+                                 : printed("%*.*f", width + decimals + 1, decimals, value);
         GSString s;
         ASSERT_EQ(s.addDouble(value, width, decimals), 0);
         EXPECT_EQ(bytes(s), expected) << value << " " << width << " " << decimals;
@@ -115,8 +123,9 @@ TEST(GSStringNumbers, AddCompactDouble)
     struct Case { double value; int decimals; char const* expected; int shift; };
     Case const cases[] = {
         {1.05, 3, "1.05", -3}, {2.0, 3, "2", 0}, {1.09955, 3, "1.1", -1} /* stops when the rest is below 10^-3 */,
-        {-0.5, 1, "-0.5", -1}, {0.004, 2, "0", 0}, {0.006, 2, "0.01", -2}, {0.125, 2, "0.12", -2}, {1234.5, 0, "1234", 0}, {0.0, 2, "0", 0},
-        {1234.6, -2, "1235", 0}, {0.5, 30, "0.5", -1}, {1.5e-18, 30, "0.000000000000000001", -18} /* at most 18 decimals */,
+        {-0.5, 1, "-0.5", -1}, {0.004, 2, "0", 0}, {0.006, 2, "0.01", -2}, {0.125, 2, "0.12", -2}, {0.0, 2, "0", 0},
+        {1234.5, 0, "1234", 0}, {1234.6, -2, "1235", 0}, {0.5, 30, "0.5", -1},
+        {1.5e-18, 30, "0.000000000000000001", -18} /* at most 18 decimals */,
         {1e19, 2, "10000000000000000000", 0},
     };
     for (Case const& c : cases) {
@@ -135,8 +144,8 @@ TEST(GSStringNumbers, ParseIntegers)
 {
     struct Case { char const* text; long value; long longValue; bool number; };
     Case const cases[] = {
-        {"-+5", -5, -5, true}, {"+-5", 0, 0, false}, {" \t42abc", 42, 42, false}, {" 42 \r\n", 42, 42, true}, {"", 0, 0, false},
-        {"-", 0, 0, false}, {"  ", 0, 0, false}, {"x1", 0, 0, false}, {"\v1", 0, 0, false},
+        {"-+5", -5, -5, true}, {"+-5", 0, 0, false}, {" \t42abc", 42, 42, false}, {" 42 \r\n", 42, 42, true},
+        {"", 0, 0, false}, {"-", 0, 0, false}, {"  ", 0, 0, false}, {"x1", 0, 0, false}, {"\v1", 0, 0, false},
         // Over-long numbers keep their leading digits.
         {"2147483648", 214748364, 2147483648, true}, {"-9223372036854775808", -922337203, -922337203685477580, true},
     };
@@ -150,7 +159,8 @@ TEST(GSStringNumbers, ParseIntegers)
     std::mt19937 random(3);
     for (int i = 0; i < 3000; ++i) {
         std::string const text = randomText(random, " \t\n", 2) + randomText(random, "-+", 1) +
-                                 randomText(random, "0123456789", i % 2 ? 8 : 17) + "x- ."[random() % 4] + randomText(random, "x- 5.", 2);
+                                 randomText(random, "0123456789", i % 2 ? 8 : 17) + "x- ."[random() % 4] +
+                                 randomText(random, "x- 5.", 2);
         GSString const s(text.c_str());
         if (i % 2) {
             EXPECT_EQ(s.getLongValue(), std::strtol(text.c_str(), nullptr, 10)) << text;
@@ -164,10 +174,10 @@ TEST(GSStringNumbers, ParseDecimals)
     std::string const huge = std::string(400, '1') + "e-50"; // 1.1e349: large, whatever the exponent's sign
     struct Case { std::string text; double value; bool number; };
     Case const cases[] = {
-        {"1,5", 1.5, true}, {" 2.5e3x", 2500, false}, {"-.5 ", -0.5, true}, {"5.", 5, true}, {"1e", 1, false}, {".", 0, false},
-        {"0x10", 0, false}, {"inf", 0, false}, {"nan", 0, false}, {"1.2.3", 1.2, false}, {"", 0, false}, {"1e400", HUGE_VAL, true},
-        {"-1e400", -HUGE_VAL, true}, {"1e-400", 0, true}, {"0.0000001e-400", 0, true}, {huge, HUGE_VAL, true},
-        {"0," + std::string(200, '0') + "1e201", 1, true},
+        {"1,5", 1.5, true}, {" 2.5e3x", 2500, false}, {"-.5 ", -0.5, true}, {"5.", 5, true}, {"1e", 1, false},
+        {".", 0, false}, {"0x10", 0, false}, {"inf", 0, false}, {"nan", 0, false}, {"1.2.3", 1.2, false},
+        {"", 0, false}, {"1e400", HUGE_VAL, true}, {"-1e400", -HUGE_VAL, true}, {"1e-400", 0, true},
+        {"0.0000001e-400", 0, true}, {huge, HUGE_VAL, true}, {"0," + std::string(200, '0') + "1e201", 1, true},
     };
     for (Case const& c : cases) {
         GSString const s(c.text.c_str());
@@ -179,11 +189,14 @@ TEST(GSStringNumbers, ParseDecimals)
 
     // Random texts read as strtod and strtof read them in the "C" locale (a comma is a point).
     std::mt19937 random(4);
-    std::string const exponents[] = {"", "", "e", "E+", "e-", "e3", "e-30", "e39", "e-45", "e-320", "e308", "e-330", "e400"};
+    std::string const exponents[] = {"", "", "e", "E+", "e-", "e3", "e-30", "e39", "e-45", "e-320", "e308", "e-330",
+                                     "e400"};
     for (int i = 0; i < 4000; ++i) {
-        std::string text = i % 3 ? randomText(random, " \t", 2) + randomText(random, "-+", 1) + randomText(random, "0123456789", 12) +
-                                       randomText(random, ".,", 1) + randomText(random, "0123456789", 25) + exponents[random() % std::size(exponents)]
-                                 : randomText(random, "0123456789.,-+eE ", 14);
+        std::string text = randomText(random, "0123456789.,-+eE ", 14);
+        if (i % 3)
+            text = randomText(random, " \t", 2) + randomText(random, "-+", 1) + randomText(random, "0123456789", 12) +
+                   randomText(random, ".,", 1) + randomText(random, "0123456789", 25) +
+                   exponents[random() % std::size(exponents)];
         GSString const s(text.c_str());
         std::replace(text.begin(), text.end(), ',', '.');
         EXPECT_EQ(s.getDoubleValue(), std::strtod(text.c_str(), nullptr)) << text;
@@ -219,10 +232,11 @@ TEST(GSStringNumbers, NumberSuffixes)
     std::string const longName(50, 'n');
     struct Case { std::string text; char divider; long index; int value; int n; std::string result; };
     Case const cases[] = {
-        {"Image_3", '_', 5, 3, 4, "Image_4"}, {"Image", '_', -1, -1, 2, "Image_2"}, {"Image_", '_', -1, -1, 1, "Image__1"},
-        {"Image3", '_', -1, -1, 1, "Image3_1"}, {"Scan12", 0, 4, 12, 7, "Scan07"}, {"Scan", 0, -1, -1, 7, "Scan7"},
-        {"42", 0, 0, 42, 43, "43"}, {"_9", '_', 0, 9, 10, "_10"}, {"frame_009", '_', 5, 9, 10, "frame_010"},
-        {"a_99999999999", '_', 1, 999999999, 1, "a_00000000001"}, {"Image_3", '_', 5, 3, -1, "Image"}, {"", 0, -1, -1, 5, "5"},
+        {"Image_3", '_', 5, 3, 4, "Image_4"}, {"Image", '_', -1, -1, 2, "Image_2"},
+        {"Image_", '_', -1, -1, 1, "Image__1"}, {"Image3", '_', -1, -1, 1, "Image3_1"},
+        {"Scan12", 0, 4, 12, 7, "Scan07"}, {"Scan", 0, -1, -1, 7, "Scan7"}, {"42", 0, 0, 42, 43, "43"},
+        {"_9", '_', 0, 9, 10, "_10"}, {"frame_009", '_', 5, 9, 10, "frame_010"}, {"Image_3", '_', 5, 3, -1, "Image"},
+        {"a_99999999999", '_', 1, 999999999, 1, "a_00000000001"}, {"", 0, -1, -1, 5, "5"},
         {longName + " 3", ' ', 50, 3, 12, longName + " 12"},
     };
     for (Case const& c : cases) {
@@ -241,7 +255,9 @@ TEST(GSStringNumbers, NumberSuffixes)
 TEST(GSStringNumbers, BinaryPayloads)
 {
     struct Case { char const* text; bool binary; };
-    Case const cases[] = {{"", true}, {"00fF9a", true}, {"abc", false}, {"0g", false}, {"12 3", false}, {"1\xE9", false}};
+    Case const cases[] = {
+        {"", true}, {"00fF9a", true}, {"abc", false}, {"0g", false}, {"12 3", false}, {"1\xE9", false},
+    };
     for (Case const& c : cases) {
         GSString const s(c.text);
         EXPECT_EQ(s.isBinaryData(), c.binary) << c.text;
@@ -295,10 +311,11 @@ TEST(GSStringNumbers, NumberedFormat)
     // One encoding: the destination's, unless the format or an argument taken is UTF-8; arguments
     // behind the highest placeholder are not taken.
     GSString const macE("\x8E", 1, GSString::kMac), windowsE("\xE9", 1, GSString::kWindows), utf8U("\u00FC");
+    GSString const windowsEmpty("", 0, GSString::kWindows);
     struct Encoded { GSString destination, format; GSString const* first; char const* expected; int tag; };
     Encoded const encoded[] = {
-        {GSString("", 0, GSString::kWindows), GSString("\x8E%1", 3, GSString::kMac), &windowsE, "\xE9\xE9", GSString::kWindows},
-        {GSString("", 0, GSString::kWindows), GSString("\x8E%2", 3, GSString::kMac), &windowsE, "\u00E9\u00FC", GSString::kUTF8},
+        {windowsEmpty, GSString("\x8E%1", 3, GSString::kMac), &windowsE, "\xE9\xE9", GSString::kWindows},
+        {windowsEmpty, GSString("\x8E%2", 3, GSString::kMac), &windowsE, "\u00E9\u00FC", GSString::kUTF8},
         {macE, GSString("%1\u00E9"), &macE, "\u00E9\u00E9\u00E9", GSString::kUTF8},
     };
     for (Encoded const& c : encoded) {
@@ -316,8 +333,8 @@ TEST(GSStringNumbers, AllocationFailures)
     ASSERT_EQ(data.setCount(100), 0);
     GSString s, longName((std::string(50, 'n') + "_1").c_str()), copy(longName), hex("0a0b");
     GSSetArrayAllocationHook([](size_t) { return false; });
-    short const statuses[] = {s.addLong(5, 100), s.addHex64(1, 100, 0), s.addDouble(0.5, 400, 1), s.initFromBinaryData(data),
-                              longName.setNumberSuffix(2, '_'), hex.decodeBinaryData(&out)};
+    short const statuses[] = {s.addLong(5, 100), s.addHex64(1, 100, 0), s.addDouble(0.5, 400, 1),
+                              s.initFromBinaryData(data), longName.setNumberSuffix(2, '_'), hex.decodeBinaryData(&out)};
     GSSetArrayAllocationHook(nullptr);
     for (short status : statuses)
         EXPECT_EQ(status, 1);
