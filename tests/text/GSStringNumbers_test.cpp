@@ -171,13 +171,15 @@ TEST(GSStringNumbers, ParseIntegers)
 
 TEST(GSStringNumbers, ParseDecimals)
 {
-    std::string const huge = std::string(400, '1') + "e-50"; // 1.1e349: large, whatever the exponent's sign
+    // Large whatever the exponent's sign: 1.1e349 and 1e350.
+    std::string const huge = std::string(400, '1') + "e-50", huge2 = "1" + std::string(400, '0') + "1e-50";
     struct Case { std::string text; double value; bool number; };
     Case const cases[] = {
         {"1,5", 1.5, true}, {" 2.5e3x", 2500, false}, {"-.5 ", -0.5, true}, {"5.", 5, true}, {"1e", 1, false},
         {".", 0, false}, {"0x10", 0, false}, {"inf", 0, false}, {"nan", 0, false}, {"1.2.3", 1.2, false},
         {"", 0, false}, {"1e400", HUGE_VAL, true}, {"-1e400", -HUGE_VAL, true}, {"1e-400", 0, true},
-        {"0.0000001e-400", 0, true}, {huge, HUGE_VAL, true}, {"0," + std::string(200, '0') + "1e201", 1, true},
+        {"0.0000001e-400", 0, true}, {huge, HUGE_VAL, true}, {huge2, HUGE_VAL, true},
+        {"0," + std::string(200, '0') + "1e201", 1, true},
     };
     for (Case const& c : cases) {
         GSString const s(c.text.c_str());
@@ -236,7 +238,8 @@ TEST(GSStringNumbers, NumberSuffixes)
         {"Image_", '_', -1, -1, 1, "Image__1"}, {"Image3", '_', -1, -1, 1, "Image3_1"},
         {"Scan12", 0, 4, 12, 7, "Scan07"}, {"Scan", 0, -1, -1, 7, "Scan7"}, {"42", 0, 0, 42, 43, "43"},
         {"_9", '_', 0, 9, 10, "_10"}, {"frame_009", '_', 5, 9, 10, "frame_010"}, {"Image_3", '_', 5, 3, -1, "Image"},
-        {"a_99999999999", '_', 1, 999999999, 1, "a_00000000001"}, {"", 0, -1, -1, 5, "5"},
+        {"Image_3", '_', 5, 3, 0, "Image_0"}, {"a_99999999999", '_', 1, 999999999, 1, "a_00000000001"},
+        {"", 0, -1, -1, 5, "5"},
         {longName + " 3", ' ', 50, 3, 12, longName + " 12"},
     };
     for (Case const& c : cases) {
