@@ -255,8 +255,8 @@ public:
     // digits so taken (k of them) are not all zero, "." and those digits follow with trailing
     // zeros removed, and *shift (when given) receives -k; otherwise *shift receives 0. 1.05 with 3
     // decimals gives "1.05" (shift -3), 2.0 gives "2" (shift 0), 1.09955 gives "1.1" (shift -1).
-    // A negative `decimals` counts as 0. A magnitude of 2^63 or more (or NaN) is appended as
-    // "%.0f" prints it, with shift 0.
+    // `decimals` is taken between 0 and 18 (the digits are gathered in 64 bits). A magnitude of
+    // 2^63 or more (or NaN) is appended as "%.0f" prints it, with shift 0.
     [[nodiscard]] short addCompactDouble(double value, int decimals, int* shift = nullptr);
     [[nodiscard]] short addCompactFloat(float value, int decimals, int* shift = nullptr);
     // Appends `format` with "%1" to "%9" replaced by the 1st to 9th of the further arguments, which
@@ -268,8 +268,9 @@ public:
     // that it cannot represent are left out). Always 0.
     [[nodiscard]] short addStringWithNumberedFormat(GSString const* format, ...);
 
-    // Parsing reads from the start of the text, after leading white space (the bytes isWhiteSpace
-    // accepts), up to the first character that does not fit; a text without a number gives 0.
+    // The four value getters read from the start of the text, after leading white space (the
+    // bytes isWhiteSpace accepts), up to the first character that does not fit; a text without a
+    // number gives 0. None depends on the process locale.
     //
     // An optional "-", then an optional "+" ("-+5" is -5, "+-5" is 0), then digits
     // (getBasicLongValue): digits are added only while the value is below 214748364, so an

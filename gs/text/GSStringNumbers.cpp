@@ -338,7 +338,8 @@ short GSString::addFloat(float value, int width, int decimals)
     return addDouble(value, width, decimals);
 }
 
-// The digits after the point are gathered in a long: 18 decimals at most.
+// The digits after the point are gathered in a long: 18 decimals at most. (The loop also stops
+// once the fraction has grown past 2^52, where a double has no fraction left.)
 short GSString::addCompactDouble(double value, int decimals, int* shift)
 {
     if (shift)

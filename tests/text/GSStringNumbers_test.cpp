@@ -285,7 +285,7 @@ TEST(GSStringNumbers, BinaryPayloads)
         GSDynaArray<unsigned char> back;
         ASSERT_EQ(s.decodeBinaryData(&back), 0);
         ASSERT_EQ(back.getCount(), data.getCount());
-        EXPECT_EQ(std::memcmp(back.getPointer(), data.getPointer(), static_cast<size_t>(data.getCount())), 0);
+        EXPECT_TRUE(std::equal(back.getPointer(), back.getPointer() + back.getCount(), data.getPointer()));
     }
 }
 
