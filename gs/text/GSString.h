@@ -35,6 +35,7 @@
 #include "gs/util/GSRange.h"
 
 class GSFile;
+class GSFileSpec;
 
 // The shared block of a GSString: a GSObject for its atomic reference count.
 class GSStringBuffer final : public GSObject {
@@ -256,6 +257,69 @@ public:
     [[nodiscard]] short readStringWithLength(GSFile* file, int n);
     // A fixed field of n UTF-16 units in `byteOrder`; the text ends at the last zero unit.
     [[nodiscard]] short readUnicodeStringWithLength(GSFile* file, int n, short byteOrder);
+    // A Pascal string: one length byte n, then n Mac code-page bytes. *length (when given)
+    // receives the bytes taken, n + 1.
+    [[nodiscard]] short readPascalStringAndLength(GSFile* file, long* length = nullptr);
+    // A 16-bit unit count, then that many UTF-16 units, all in `byteOrder`; stored as UTF-8.
+    // *length (when given) receives the bytes taken.
+    [[nodiscard]] short readUnicodeStringAndLength(GSFile* file, short byteOrder, long* length = nullptr);
+    // UTF-16 units in `byteOrder` up to and including a zero unit; stored as UTF-8. A file that ends
+    // before the zero unit gives the read's status and an empty string.
+    [[nodiscard]] short read0TerminatedUnicodeString(GSFile* file, short byteOrder);
+
+    // The rest of the file (to the end of the enclosing record) as text: a UTF-8 byte-order mark is
+    // skipped and makes the text UTF-8; otherwise it is UTF-8 when its bytes are valid UTF-8, else
+    // the Mac code page.
+    [[nodiscard]] short loadFromFile(GSFile* file);
+    [[nodiscard]] short loadFromFileSpec(GSFileSpec const& spec);
+    // Writes the bytes as they are (no byte-order mark, no conversion) through a safe save.
+    [[nodiscard]] short saveToFileSpec(GSFileSpec const& spec) const;
+
+    // --- Quoted text and key/value lines ---------------------------------------------------------
+    // The quoted text form, for text files that people read and edit:
+    //     "first piece \"quoted\" and a tab\t"
+    //     "second piece"
+    // writeString writes the bytes between double quotes with a backslash before " ' and \ and the
+    // bytes 7-13 written as the letters a b t n v f r. Text longer than `chunk` bytes (1-8191; any
+    // other value means 8192) is split into pieces, one per line. Code-page text is written in the
+    // Windows code page; UTF-8 as it is.
+    [[nodiscard]] short writeString(GSFile* file, int chunk = 8192) const;
+    // Reads the quoted text form into this string (emptied first):
+    //   before the text   blanks (tab, line feed, carriage return, space) are skipped, a line
+    //                     starting with "/" is a comment; anything but the opening delimiter fails (1);
+    //   inside            a raw tab, line feed or carriage return fails (1); a backslash takes the
+    //                     next character through getEscapeChar;
+    //   after the text    the opening delimiter starts a further piece of the same string; blanks and
+    //                     comment lines are skipped; any other byte ends the string and is left for
+    //                     the caller. The end of the file ends the string with 0.
+    // The escape letters read back as their bytes, except that "t", like "v", reads as byte 11, as
+    // older files expect: a tab does not round-trip through this form (key/value lines carry it).
+    // When this string's tag is a code page, the bytes are taken as Windows text and kept in the
+    // Mac code page, or in UTF-8 when a character does not fit there. A failed read leaves the
+    // string empty.
+    [[nodiscard]] short readString(GSFile* file) { return readStringWithDelimiter(file, '"', '"'); }
+    [[nodiscard]] short readStringWithDelimiter(GSFile* file, int open, int close);
+    // The backslash to write before byte c, or 0; the byte or letter to write for c; the byte that
+    // an escape letter stands for.
+    static char getFirstCChar(unsigned char c) noexcept;
+    static char getSecondCChar(unsigned char c) noexcept;
+    static int getEscapeChar(int c) noexcept;
+
+    // Key/value lines, the text form of string tables:
+    //     "key" = "value";
+    // Each side is the quoted text form above (pieces may continue on the next lines; comment lines
+    // start with "/"; blanks between the parts are free), with one escape more: "\x" and two
+    // hexadecimal digits stand for that byte. writeKeyValue writes the bytes 0-6, 9, 14-31 and 127
+    // that way, so that every byte of a UTF-8 string comes back as it was. Code-page text is written
+    // in the Windows code page and read back by readString's code-page rule; a code-page character
+    // that the Windows code page lacks is refused with 1, not dropped (convert such text to UTF-8
+    // first: string tables keep their texts in UTF-8). The ";" ends the pair
+    // (without it the next line's quoted key would join the value); only the end of the file may
+    // stand in for it. This string receives the key; the tags of this string and of *value before
+    // the call decide how code-page text is taken, as in readString. At the end of the file the key
+    // and the value are empty and the status is 0; a line that does not follow the syntax gives 1.
+    [[nodiscard]] short readKeyValue(GSFile* file, GSString* value);
+    [[nodiscard]] short writeKeyValue(GSFile* file, GSString const& value) const;
 
 private:
     friend class GSStringUniCharEnumerator;
@@ -264,6 +328,13 @@ private:
     char* ownData() noexcept; // the writable bytes, after createOwnData
     void setUsed(long used) noexcept; // bytes in use with the terminator; writes the terminator
     short appendUTF16(unsigned short const* units, long count);
+    // The quoted text form; `hexEscapes` adds the \xHH escape of key/value lines. writeQuoted
+    // writes the bytes as they are: getQuotedFormText gives the text to write.
+    short getQuotedFormText(GSString* out, bool strict) const;
+    short writeQuoted(GSFile* file, int chunk, bool hexEscapes) const;
+    short readQuoted(GSFile* file, int open, int close, bool hexEscapes);
+    short failRead(short status); // empties the string, returns the status
+    short takeReadCodePage(); // the code-page rule of the quoted reader
     // Writes converted text straight into this string's storage, growing it by steps.
     class Appender;
 
