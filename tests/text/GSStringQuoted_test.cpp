@@ -152,7 +152,12 @@ TEST(GSStringQuoted, KeyValueLinesRoundTripEveryByte)
     WriteFile pageFile;
     EXPECT_EQ(GSString("k").writeKeyValue(&pageFile.f, make("\xF0", GSString::kMac)), 1);
     EXPECT_EQ(make("\x8E", GSString::kMac).writeKeyValue(&pageFile.f, GSString("v")), 0);
-    EXPECT_EQ(fileBytes(pageFile.f), raw("\"\xE9\" = \"v\";\n"));
+    EXPECT_EQ(make("a b\t\n", 100).writeKeyValue(&pageFile.f, make(std::string(9000, '\0'), 100)), 0);
+    std::string hexZeros;
+    for (int i = 0; i < 8192; ++i)
+        hexZeros += "\\x00";
+    EXPECT_EQ(fileBytes(pageFile.f), raw("\"\xE9\" = \"v\";\n\"a b\\x09\\n\" = \"" + hexZeros + "\"\n\"" +
+                                         hexZeros.substr(0, 4 * 808) + "\";\n"));
 }
 
 TEST(GSStringQuoted, KeyValueSyntax)
@@ -171,11 +176,13 @@ TEST(GSStringQuoted, KeyValueSyntax)
         {"\"a\" = \"b\" x", 1, "", ""},
         {"\"a\" = \"b\"\n\"c\" = \"d\";", 1, "", ""}, // without ";" the next key joins the value
         {"   \n// only a comment\n", 0, "", ""},
+        {std::string("\"\" \0", 4), 1, "", ""}, // an empty key ends the file only at its end
     };
     for (Case const& c : cases) {
         ReadFile r(raw(c.file));
         GSString k, v;
         EXPECT_EQ(k.readKeyValue(&r.f, &v), c.status) << c.file;
+        EXPECT_EQ(k.readKeyValue(&r.f, nullptr), 1);
         EXPECT_EQ(bytes(k), c.key) << c.file;
         EXPECT_EQ(bytes(v), c.value) << c.file;
     }
