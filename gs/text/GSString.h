@@ -79,6 +79,14 @@ public:
     GSString(unsigned int const* units, long count);
     // A fixed string over outside text that must outlive it and every copy of it.
     static GSString fixed(char const* text, int encoding = kUTF8) noexcept;
+    // The localised text of a numeric string ID: load(unsigned int). These look texts up; they do
+    // not format numbers (explicit, so that no integer becomes a string by accident).
+    explicit GSString(int id);
+    explicit GSString(unsigned int id);
+    explicit GSString(long id);
+    // The localised text of a key: load(GSString const&). `status`, when given, receives load's
+    // status.
+    GSString(GSString const& key, int* status);
 
     GSString(GSString const& other) noexcept;
     GSString(GSString&& other) noexcept;
@@ -246,6 +254,31 @@ public:
     long findCharRev(char c, long start = -1) const noexcept;
     // Parses a signed integer at `start` (see the number rules in the implementation).
     int getBasicLongValue(long start, long* end, long* usedEnd) const noexcept;
+
+    // --- Localised texts -----------------------------------------------------------------------
+    // The empty string: what lookups that find nothing refer to.
+    static GSString const null;
+    // Install a copy of `table` as the process's current string table / numeric string table
+    // (until the next call). Installing and looking up are safe from any thread; a string table
+    // once installed is kept for the life of the process, so that the references that
+    // getUnlocalizedString gives stay valid. 1 (nothing changes) when memory lacks.
+    // (The table classes are in GSStringTable.h.)
+    [[nodiscard]] static short setStringTable(class GSStringTable const& table);
+    [[nodiscard]] static short setNumericStringTable(class GSNumericStringTable const& table);
+    // This string becomes the numeric table's text for `id`. ID 0 gives an empty string and 0;
+    // an ID without a non-empty text gives an empty string and 1.
+    [[nodiscard]] short load(unsigned int id);
+    // This string becomes the string table's value for `key` (its getValue), or `key` itself when
+    // the table has no non-empty value (status 1). An empty key gives an empty string and 0.
+    [[nodiscard]] short load(GSString const& key);
+    // The ID of the last entry of the numeric table (searched from the last to the first) whose
+    // text equals `text` (compareValue); 0 when none does.
+    static int getStringID(GSString const& text);
+    // The key of the last entry of the string table (searched from the last to the first) whose
+    // value equals `text` (compareValue), or `text` itself when none does.
+    static GSString const& getUnlocalizedString(GSString const& text);
+    // The numeric table's text for `id`, as GSString(id).
+    static GSString getLocalizedString(int id);
 
     // --- Files ---------------------------------------------------------------------------------
     // The binary file form above. read() checks the count against the bytes left in the file before
