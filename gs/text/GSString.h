@@ -36,6 +36,8 @@
 
 class GSFile;
 class GSFileSpec;
+template <class T>
+class GSDynaArray;
 
 // The shared block of a GSString: a GSObject for its atomic reference count.
 class GSStringBuffer final : public GSObject {
@@ -224,6 +226,105 @@ public:
     bool operator==(GSString const& other) const noexcept;
     bool operator!=(GSString const& other) const noexcept { return !(*this == other); }
 
+    // --- Numbers -------------------------------------------------------------------------------
+    // Formatting appends to the string and returns 1 only when storage cannot be had. Decimal
+    // points are always ".", whatever the process locale.
+    //
+    // The decimal digits of |value|, at least one. |width| is a minimum count of digits, the sign
+    // not counted: a positive width pads on the left with spaces and puts "-" between the spaces
+    // and the digits ("  -42"), a negative width puts "-" first and pads with zeros ("-00042"),
+    // width 0 pads nothing.
+    [[nodiscard]] short addLong(int value, int width = 0);
+    [[nodiscard]] short addLongLong(long value, int width = 0);
+    // The number of decimal digits of |value|, at least 1; the sign is not counted.
+    static int getDigitCountForLong(long value) noexcept;
+    // Exactly `digits` hexadecimal digits, most significant first, of the low 4 x digits bits
+    // (digits beyond the value's width are "0"); "A"-"F" when `upper` is non-zero, else "a"-"f".
+    // Fewer than 1 digit appends nothing.
+    [[nodiscard]] short addHex(unsigned int value, int digits, short upper);
+    [[nodiscard]] short addHex64(unsigned long value, int digits, short upper);
+    // The address as addHex64 gives it; by default all its digits, in lower case.
+    [[nodiscard]] short addHexPointer(void const* pointer, int digits = 2 * sizeof(void*), short upper = 0);
+    // A number in one of four forms:
+    //   width >= 1, decimals < 1   floor(value + 0.49000000953674316) (0.49 as a float, widened:
+    //                              2.5 gives 2, 2.51 gives 3) through addLongLong with `width`;
+    //                              a result outside the 64-bit range (or NaN) as "%.0f" prints it
+    //   width >= 1, decimals >= 1  as printf's "%W.Df" with W = width + decimals + 1, D = decimals
+    //                              (width 5, decimals 2: "%8.2f", so "    3.14")
+    //   width < 1, decimals >= 1   "%.Df"
+    //   width < 1, decimals < 1    "%f" (six decimals)
+    // The printf forms give what printf gives in the "C" locale into a 256-byte buffer: at most
+    // 255 characters.
+    [[nodiscard]] short addDouble(double value, int width, int decimals);
+    // addDouble of the value widened to double.
+    [[nodiscard]] short addFloat(float value, int width, int decimals);
+    // The shortest text of up to `decimals` decimals: "-" for a negative value, then its magnitude
+    // plus 0.49 x 10^-decimals, integer part first. The fraction is multiplied by 10 at most
+    // `decimals` times, stopping as soon as what is left of it is at most 10^-decimals; when the
+    // digits so taken (k of them) are not all zero, "." and those digits follow with trailing
+    // zeros removed, and *shift (when given) receives -k; otherwise *shift receives 0. 1.05 with 3
+    // decimals gives "1.05" (shift -3), 2.0 gives "2" (shift 0), 1.09955 gives "1.1" (shift -1).
+    // A negative `decimals` counts as 0. A magnitude of 2^63 or more (or NaN) is appended as
+    // "%.0f" prints it, with shift 0.
+    [[nodiscard]] short addCompactDouble(double value, int decimals, int* shift = nullptr);
+    [[nodiscard]] short addCompactFloat(float value, int decimals, int* shift = nullptr);
+    // Appends `format` with "%1" to "%9" replaced by the 1st to 9th of the further arguments, which
+    // are `GSString const*` (null: empty), and "%0" by the 10th. Only as many arguments are taken
+    // as the highest placeholder needs; the others are never touched. There is no escape for "%":
+    // a "%" not followed by a digit stays as it is, so "%%" gives "%%" and "100%" stays "100%".
+    // The text is built in one encoding: UTF-8 when the format or any argument taken is UTF-8, else
+    // this string's tag; the format, the arguments and this string are converted to it (characters
+    // that it cannot represent are left out). Always 0.
+    [[nodiscard]] short addStringWithNumberedFormat(GSString const* format, ...);
+
+    // Parsing reads from the start of the text, after leading white space (the bytes isWhiteSpace
+    // accepts), up to the first character that does not fit; a text without a number gives 0.
+    //
+    // An optional "-", then an optional "+" ("-+5" is -5, "+-5" is 0), then digits
+    // (getBasicLongValue): digits are added only while the value is below 214748364, so an
+    // over-long number keeps its leading digits ("2147483648" gives 214748364) and never
+    // overflows.
+    int getLongValue() const noexcept;
+    // The same for 64 bits: digits are added while the value is below 922337203685477580.
+    long getLongLongValue() const noexcept;
+    // A decimal number: one optional sign, digits with at most one decimal point ("." or ",", see
+    // isDecimalPoint) and at least one digit (".5" and "5." count), then an optional exponent
+    // ("e" or "E", an optional sign, digits). The value is the nearest double (float), as strtod
+    // gives it in the "C" locale; beyond the range it is an infinity of the sign, below it 0.
+    // Hexadecimal numbers, "inf" and "nan" are not read.
+    double getDoubleValue() const noexcept;
+    float getFloatValue() const noexcept;
+    // The value of at most `digits` hexadecimal digits (either case) from byte `index`, stopping
+    // at the first other character or the end; 0 when the index is outside the text. Beyond 8 (16)
+    // digits the value keeps the last 8 (16) digits read.
+    unsigned int getHexValue(long index, int digits) const noexcept;
+    unsigned long getHex64Value(long index, int digits) const noexcept;
+    // True when the whole text, but for white space before and after, is a number as getLongValue
+    // / getDoubleValue read it (an integer is a float number too). An empty text is no number.
+    bool isNumber() const noexcept;
+    bool isFloatNumber() const noexcept;
+
+    // Number suffixes of names ("Image_3", "Scan12"). The suffix is the run of digits 0-9 at the
+    // end of the text together with the `divider` byte right before it; a divider of 0 means the
+    // digits alone. findNumberSuffix gives the index where the suffix starts, or -1 when the text
+    // does not end in digits or (with a divider) the digits do not follow the divider.
+    long findNumberSuffix(char divider) const noexcept;
+    // The value of the suffix's digits as getBasicLongValue reads them, or -1 when there is none.
+    int getNumberSuffix(char divider) const noexcept;
+    // Replaces the suffix with the divider and n, or appends them when there is none. The number
+    // keeps at least as many digits as the suffix had, padded with zeros ("frame_009" set to 10
+    // gives "frame_010"). A negative n removes the suffix.
+    [[nodiscard]] short setNumberSuffix(int n, char divider);
+
+    // Binary payloads as text: two lower-case hexadecimal digits per byte.
+    // True for a text of even length made only of 0-9, A-F and a-f (an empty text counts).
+    bool isBinaryData() const noexcept;
+    // Replaces the contents with the digits of the bytes; the tag becomes 100 (UTF-8).
+    [[nodiscard]] short initFromBinaryData(GSDynaArray<unsigned char> const& data);
+    // Appends one byte per pair of digits to *data. 1, with *data unchanged, when the text is not
+    // binary data (isBinaryData) or room cannot be made.
+    [[nodiscard]] short decodeBinaryData(GSDynaArray<unsigned char>* data) const;
+
     // --- Characters and indices ----------------------------------------------------------------
     static bool isSpace(unsigned int c) noexcept;
     static bool isTabulator(unsigned int c) noexcept;
@@ -390,3 +491,9 @@ private:
 // Sort callbacks on two GSString pointers: the whole-string caseless order and its reverse.
 int GSStringCompareAscendingCaseless(void const* a, void const* b);
 int GSStringCompareDescendingCaseless(void const* a, void const* b);
+
+// One hexadecimal digit: true when c is 0-9, A-F or a-f, with its value (0-15) in *value when
+// given. GSGetNibbleHexChar gives the digit of the low four bits of `nibble`, "A"-"F" when
+// `upper` is non-zero.
+bool GSIsHexNibble(unsigned int c, int* value = nullptr) noexcept;
+char GSGetNibbleHexChar(unsigned int nibble, short upper) noexcept;
