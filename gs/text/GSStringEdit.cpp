@@ -220,9 +220,9 @@ int encodeUTF8(unsigned int c, char* out)
 class CaseMatcher {
 public:
     CaseMatcher(GSString const& string, GSString::CaseMode caseMode)
-        : s(string), mode(caseMode), table(GSString::getToUnicodeTableForEncoding(s.getEncoding())),
-          pairs(GSString::getFromUnicodeTableForEncoding(s.getEncoding(), &pairCount))
+        : s(string), mode(caseMode), table(GSString::getToUnicodeTableForEncoding(s.getEncoding()))
     {
+        std::fill(&byteCache[0][0], &byteCache[0][0] + 2 * 256, kUnknown);
     }
 
     long operator()(long from, long* end, std::string_view* with)
@@ -242,6 +242,8 @@ public:
     }
 
 private:
+    static constexpr short kUnknown = -2;
+
     // Words mode keeps its place: the character at i starts a word when the one before did not
     // belong to one. The matcher sees every character once, in order.
     bool takesUpperCase(long i)
@@ -271,33 +273,40 @@ private:
         return encodeUTF8(m, buffer);
     }
 
-    // A byte changes only into the byte that reads back as the mapped character.
     int mapByte(unsigned char const* text, long i, bool upper, long* end)
     {
-        unsigned char const b = text[i];
         *end = i + 1;
+        short& b = byteCache[upper][text[i]];
+        if (b == kUnknown)
+            b = byteInOtherCase(text[i], upper);
+        buffer[0] = static_cast<char>(b);
+        return b >= 0 ? 1 : 0;
+    }
+
+    // The byte that reads back as b's character mapped, or -1 when b stays. The table is searched
+    // itself: the PostScript page is written through the Windows pairs, which do not read back.
+    short byteInOtherCase(unsigned char b, bool upper) const
+    {
         if (!table) {
             unsigned int const m = b < 0x80 ? mapped(b, upper) : b;
-            buffer[0] = static_cast<char>(m);
-            return m != b && m < 0x80 ? 1 : 0;
+            return m != b && m < 0x80 ? static_cast<short>(m) : -1;
         }
         unsigned int const m = mapped(table[b], upper);
         if (m == table[b])
-            return 0;
-        char const* bytes = GSString::getCharForUnicode(pairs, pairCount, m);
-        if (!bytes || !bytes[0] || bytes[1] || table[static_cast<unsigned char>(bytes[0])] != m)
-            return 0;
-        buffer[0] = bytes[0];
-        return 1;
+            return -1;
+        for (int k = 0; k < 256; ++k) {
+            if (table[k] == m)
+                return static_cast<short>(k);
+        }
+        return -1;
     }
 
     GSString const& s;
     GSString::CaseMode mode;
     unsigned short const* table;
-    int pairCount = 0;
-    unsigned short const* pairs;
     bool inWord = false;
     char buffer[4] = {};
+    short byteCache[2][256]; // by upper, then by byte: the result of byteInOtherCase
 };
 
 // Appends the decimal digits of a non-negative value.
@@ -358,11 +367,11 @@ short GSString::remove(long start, long length)
     long const total = getLength();
     start = std::clamp(start, 0L, total);
     long end = length < 0 ? total : start + std::min(length, total - start);
+    if (end <= start)
+        return 0;
     start = getValidStartIndexForIndex(start);
     if (end < total && getValidStartIndexForIndex(end) != end)
         end = nextValidIndex(end);
-    if (end <= start)
-        return 0;
     if (createOwnData(total + 1, total + 1, 1))
         return 1;
     char* data = ownData();
