@@ -148,6 +148,132 @@ public:
     // The text from `start`, `length` bytes, clamped to the string; same tag.
     GSString getSubstring(long start, long length) const;
 
+    // --- Search --------------------------------------------------------------------------------
+    // Results are byte indices, -1 for "not found"; a negative start counts as 0. A search for a
+    // byte `c` compares bytes (in UTF-8 text only an ASCII `c` is a whole character). A text to
+    // find is taken as bytes in this string's encoding, as add() takes it; an empty one is never
+    // found. Caseless searches read both strings by character (each through its own tag) and
+    // compare the characters mapped by toUpperUnicode.
+    long findChar(char c, long start = 0) const noexcept;
+    // Code pages: bytes compared through the tag's table to Unicode (tag 2: ASCII letters only);
+    // UTF-8: ASCII letters only (a single byte of UTF-8 can be no other letter).
+    long findCharCaseless(char c, long start = 0) const noexcept;
+    // The first `c` inside `range`, which is clamped to the text.
+    long findCharInRange(char c, GSRange const& range) const noexcept;
+    // The first character at or after `start` that is one of the characters of `chars`, both read
+    // by character (a start inside a UTF-8 character moves to the next one).
+    long findCharFromString(GSString const& chars, long start = 0) const noexcept;
+    long findString(GSString const& what, long start = 0) const noexcept;
+    // *end (when given) receives the index behind the match, whose byte length may differ from
+    // that of `what`.
+    long findStringCaseless(GSString const& what, long start = 0, long* end = nullptr) const noexcept;
+    // `word` as a whole word: neither the character before nor the one after it is a word character
+    // (one that is neither white space nor a word delimiter, see isWordDelimiter). The text before
+    // and after counts, not only the part from `start`. *end as for findStringCaseless.
+    long findWord(GSString const& word, long start = 0, short caseless = 0, long* end = nullptr) const noexcept;
+    // The first white-space character (isWhiteSpace) at or after `start`.
+    long findWhiteSpace(long start = 0) const noexcept;
+    // `sequence` as one whole item of this text read as a list separated by `delimiter` ("b" in
+    // "a;b;c" but not in "a;bc"): it starts at 0 or behind a delimiter and ends at the end or
+    // before one.
+    long findSequenceWithDelimiter(GSString const& sequence, char delimiter, long start = 0) const noexcept;
+    // The number of bytes equal to `c`.
+    long countChar(char c) const noexcept;
+    // True when the text holds a line feed, a carriage return or (UTF-8) U+2029.
+    bool containsParagraphEnd() const noexcept;
+
+    // --- Editing -------------------------------------------------------------------------------
+    // Edits follow the storage rules above: a block that other strings share is copied before the
+    // change, and an allocation failure empties the string and returns 1. An edit that changes
+    // nothing leaves the storage as it is (still shared). Texts passed in are taken as bytes in this
+    // string's encoding, as add() takes them, and may be this string itself or a part of it.
+    // Indices are clamped to the text. In UTF-8 text an edit never splits a character: an index
+    // inside a character, or in front of an accent (U+0300-U+036F), moves to the start of that
+    // character with its accents, and the end of a removed range moves behind it. Edits that build
+    // a new text (replace-all, case mapping, list replacement) do it in one pass.
+
+    // Inserts `text` at `index` (moved to a character start in UTF-8 text).
+    [[nodiscard]] short insert(long index, GSString const& text);
+    // The worker of insert: `count` bytes at `index` as it stands (clamped, not moved).
+    [[nodiscard]] short _insert(long index, char const* bytes, long count);
+    // Removes `length` bytes from `start` (a negative length: to the end), widened to whole
+    // characters in UTF-8 text.
+    [[nodiscard]] short remove(long start, long length);
+    // Every byte `from` becomes `to`. In UTF-8 text both must be ASCII; otherwise nothing changes
+    // and the result is 1.
+    [[nodiscard]] short replaceChar(char from, char to);
+    // Replaces characters by a list of pairs "character;replacement;" (`separator` in place of
+    // ";"), the last separator optional: "*; ;?;_;" turns every "*" into a blank and every "?"
+    // into "_". A replacement may be any text, empty included (the character is removed). Each
+    // character of the text is replaced once, by the first pair that names it. A pair whose first
+    // item is not exactly one character (one byte in a code page, one UTF-8 character otherwise)
+    // makes the list invalid: nothing changes and the result is 1.
+    [[nodiscard]] short replaceChar(GSString const& list, char separator);
+    // The inverse of replaceChar with the same list: every replacement text becomes its character.
+    // The text is read once from the start; at each place the first pair (in list order) whose
+    // non-empty replacement stands there is taken. replaceChar undone by replaceReverseChar gives
+    // the text back when the replacements are distinct, none is a prefix of another, and none
+    // occurred in the text before.
+    [[nodiscard]] short replaceReverseChar(GSString const& list, char separator);
+    // Every occurrence of `what`, left to right and not overlapping, becomes `with`. An empty
+    // `what` changes nothing.
+    [[nodiscard]] short replaceStringInString(GSString const& what, GSString const& with);
+    // The first whole-word `word` (findWord) at or after `start` becomes `with`; *found (when
+    // given) receives its index, or -1 when there is none (the result is still 0).
+    [[nodiscard]] short replaceWord(GSString const& word, GSString const& with, long start = 0,
+                                    short caseless = 0, long* found = nullptr);
+    // Every whole-word `word`, left to right, becomes `with`; whole words by the original text.
+    [[nodiscard]] short replaceAllWords(GSString const& word, GSString const& with, short caseless = 0);
+    // Removes white space (isWhiteSpace) at both ends.
+    [[nodiscard]] short trim();
+    // Removes the runs of byte `c` at both ends / at the start / at the end. In UTF-8 text only an
+    // ASCII `c` is removed; another byte changes nothing.
+    [[nodiscard]] short trimChar(char c);
+    [[nodiscard]] short removeLeadingChar(char c);
+    [[nodiscard]] short removeTrailingChar(char c);
+    [[nodiscard]] short removeLeadingWhiteSpace();
+    [[nodiscard]] short removeTrailingWhiteSpace();
+    // Appends `text` between two double quotes, as it is (no escaping).
+    [[nodiscard]] short addWithQuotes(GSString const& text);
+    // Appends `text` unless the string already ends with it ("/" onto a folder path).
+    [[nodiscard]] short addIfNeeded(GSString const& text);
+    // Turns the backslash escapes \a \b \t \n \v \f \r into bytes 7-13 and \\ \" \' into the
+    // character after the backslash. A backslash before anything else, or at the end, stays as it
+    // is with the character after it.
+    [[nodiscard]] short convertEscapeChars();
+
+    // Case mapping: UTF-8 characters through toUpperUnicode / toLowerUnicode (so by the process
+    // locale; a character may change its byte length), bytes that are not valid UTF-8 unchanged.
+    // Code-page bytes are read through the tag's table and mapped; a byte changes only when the
+    // code page has a byte for the mapped character (tag 2, without tables: ASCII letters only).
+    enum CaseMode : short {
+        kCaseKeep = 0,  // unchanged
+        kCaseUpper = 1,
+        kCaseLower = 2,
+        kCaseWords = 3  // the first character of each word upper case, the others lower case
+    };
+    [[nodiscard]] short toUpper();
+    [[nodiscard]] short toLower();
+    // Copies; an allocation failure gives an empty string.
+    GSString getUpperString() const;
+    GSString getStringWithCase(CaseMode caseMode) const;
+    GSString getTrimmedString() const;
+
+    // The name for the next copy of the item this string names, as "Image (2)" after "Image" and
+    // "Image (3)" after "Image (2)" (copy word " (", suffix ")"), or "Image copy", "Image copy 2",
+    // "Image copy 3" (copy word " copy", no suffix, spaceBeforeNumber set).
+    // 1. With `append` set an existing copy name is recognised: the name ends with `suffix`, before
+    //    it stands a run of digits 0-9 (possibly none); with spaceBeforeNumber set and digits
+    //    present, one U+0020 (or, in UTF-8, U+200B) before them belongs to the number; the text
+    //    before that ends with `copyWord`. All compared as bytes; an empty copy word or suffix
+    //    always matches. Then the name is cut before the copy word and n is the digits' value
+    //    (getBasicLongValue; 0 without digits); otherwise the whole name stays and n is -1.
+    // 2. The tail: copyWord; then for n >= 0 a space when spaceBeforeNumber is set and n + 1 (2 for
+    //    n = 0); for n < 0 the number 2 only when spaceBeforeNumber is not set; then `suffix`.
+    // 3. With `append` set the tail is appended; without it it goes in front of the whole name.
+    GSString getNextCopyName(GSString const& copyWord, GSString const& suffix, short append,
+                             short spaceBeforeNumber) const;
+
     // --- Encodings and conversion --------------------------------------------------------------
     // The 256-entry table to Unicode for tags 0, 1 and 3; null otherwise.
     static unsigned short const* getToUnicodeTableForEncoding(int tag) noexcept;
@@ -497,3 +623,6 @@ int GSStringCompareDescendingCaseless(void const* a, void const* b);
 // `upper` is non-zero.
 bool GSIsHexNibble(unsigned int c, int* value = nullptr) noexcept;
 char GSGetNibbleHexChar(unsigned int nibble, short upper) noexcept;
+// The bytes of `b` appended to a copy of `a`, as += does; the tag is a's. An allocation failure
+// gives an empty string.
+GSString operator+(GSString const& a, GSString const& b);
