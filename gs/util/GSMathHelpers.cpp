@@ -4,6 +4,7 @@
 #include "gs/util/GSMath.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 int isqrt(int x)
@@ -12,8 +13,10 @@ int isqrt(int x)
     unsigned int const n = low * 4;
     if (n < 2)
         return static_cast<int>(n);
-    // From y = n / 2 >= sqrt(n) the iterates fall until they stop: p is then floor(sqrt(n)).
-    unsigned int y = low * 2;
+    // From any start at or above sqrt(n) the iterates fall until they stop, and p is then
+    // floor(sqrt(n)). The power of two just above sqrt(n) gets there in a few steps; starting at
+    // n / 2 gives the same p for every argument, after up to 17 steps.
+    unsigned int y = 1u << ((std::bit_width(n) + 1) / 2);
     unsigned int p;
     do {
         p = y;
