@@ -20,6 +20,16 @@ namespace {
 
 std::array<float, 512> atanTable;
 
+// Calls set(entry, i) for every entry of a table, i counting from 0: the table's own extent
+// bounds the loop.
+template <class Table, class Set>
+void forEach(Table& table, Set set)
+{
+    int i = 0;
+    for (auto& entry : table)
+        set(entry, i++);
+}
+
 // floor(x + 0.49) in float, then toward zero to int (the value is already whole).
 int roundedDown(float x)
 {
@@ -27,72 +37,75 @@ int roundedDown(float x)
     return static_cast<int>(std::floor(shifted));
 }
 
+int roundedRoot(float x, float scale)
+{
+    float const scaled = std::sqrt(x) * scale;
+    return roundedDown(scaled);
+}
+
 void fillChannelTables()
 {
+    // 257 entries: an interpolation may read one past 255. The rest of the room stays 0.
     for (int i = 0; i <= 256; ++i) {
         uToF255[i] = static_cast<float>(i);
         uToF1[i] = static_cast<float>(i) / 255.0f;
         uToF1Inv[i] = static_cast<float>(255 - i) / 255.0f;
     }
-    for (int i = 0; i < 65536; ++i)
-        usToF1[i] = static_cast<float>(i) / 65535.0f;
+    forEach(usToF1, [](float& entry, int i) { entry = static_cast<float>(i) / 65535.0f; });
 }
 
 void fillSquareRootTables()
 {
-    for (int i = 0; i < 65536; ++i) {
-        float const scaled = std::sqrt(usToF1[i]) * 65535.0f;
-        usSquareRootTable1[i] = roundedDown(scaled);
-    }
-    for (int i = 0; i < 256; ++i) {
-        float const scaled = std::sqrt(uToF1[i]) * 255.0f;
-        uSquareRootTable1[i] = roundedDown(scaled);
-    }
+    forEach(usSquareRootTable1, [](int& entry, int i) { entry = roundedRoot(usToF1[i], 65535.0f); });
+    forEach(uSquareRootTable1, [](int& entry, int i) { entry = roundedRoot(uToF1[i], 255.0f); });
 }
 
 void fillMultiplicationTable()
 {
-    for (int a = 0; a < 256; ++a) {
+    forEach(uMulTab, [](unsigned char(&row)[512], int a) {
+        // Column 511 stays 0.
         for (int j = 0; j < 511; ++j) {
             // The product is at most 65025 in magnitude, exact in float.
             float const quotient = static_cast<float>((j - 255) * a) / 255.0f;
-            uMulTab[a][j] = static_cast<unsigned char>(roundedDown(quotient));
+            row[j] = static_cast<unsigned char>(roundedDown(quotient));
         }
-        uMulTab[a][511] = 0;
-    }
+    });
+}
+
+void fillCubicFactorRows(float t, int (&integers)[4], float (&weights)[4])
+{
+    float w[4];
+    GSCalcCubicFactors(t, w);
+    int sum = 0;
+    forEach(integers, [&](int& entry, int k) {
+        entry = static_cast<int>(w[k] * 256.49f);
+        sum += entry;
+    });
+    // The weight of the nearer left point takes what truncation lost.
+    integers[1] += 256 - sum;
+    float const total = ((w[0] + w[1]) + w[2]) + w[3];
+    float const missing = 1.0f - total;
+    weights[0] = w[0];
+    weights[1] = w[1] + missing;
+    weights[2] = w[2];
+    weights[3] = w[3];
 }
 
 void fillCubicFactorTables()
 {
     float t = 1.0f / 512.0f;
-    for (int i = 0; i < 256; ++i) {
-        float w[4];
-        GSCalcCubicFactors(t, w);
-        int* row = __gsCubicFactorTableInt[i];
-        int sum = 0;
-        for (int k = 0; k < 4; ++k) {
-            row[k] = static_cast<int>(w[k] * 256.49f);
-            sum += row[k];
-        }
-        // The weight of the nearer left point takes what truncation lost.
-        row[1] += 256 - sum;
-        float const total = ((w[0] + w[1]) + w[2]) + w[3];
-        float const missing = 1.0f - total;
-        float* weights = __gsCubicFactorTableFloat[i];
-        weights[0] = w[0];
-        weights[1] = w[1] + missing;
-        weights[2] = w[2];
-        weights[3] = w[3];
+    forEach(__gsCubicFactorTableInt, [&t](int(&integers)[4], int i) {
+        fillCubicFactorRows(t, integers, __gsCubicFactorTableFloat[i]);
         t += 1.0f / 256.0f;
-    }
+    });
 }
 
 void fillArctangentTable()
 {
-    for (int k = 0; k < 512; ++k) {
+    forEach(atanTable, [](float& entry, int k) {
         float const ratio = static_cast<float>(k) / 511.0f;
-        atanTable[k] = static_cast<float>(std::atan(static_cast<double>(ratio)));
-    }
+        entry = static_cast<float>(std::atan(static_cast<double>(ratio)));
+    });
 }
 
 void fillTables()
