@@ -58,7 +58,8 @@ TEST(GSMathCurves, GainIsSchlicksAndInvbiasInvertsTheBias)
         EXPECT_EQ(invbias(static_cast<float>(a), -1.0f), invbias(static_cast<float>(a), 0.001f));
         EXPECT_EQ(invbias(static_cast<float>(a), 2.0f), invbias(static_cast<float>(a), 0.999f));
         // The double version's upper limit is tested against the float 0.999 but set to the double.
-        EXPECT_EQ(invbias(a, 0.999000012), a / (2 * a + (0.999000012 - a) / (1 - 0.999000012)));
+        double const widened = static_cast<double>(0.999f);
+        EXPECT_EQ(invbias(a, widened), a / (2 * a + (widened - a) / (1 - widened)));
         EXPECT_EQ(invbias(a, 0.999000013), invbias(a, 0.999));
     }
 }
@@ -144,7 +145,8 @@ TEST(GSMathInterpolation, TooFewSamplesAndPositionsOutside)
         EXPECT_EQ(GSInterpolateValue(0.5f, n, nullptr), 0.5f);
         EXPECT_EQ(GSInterpolateValueLinear(-3.0f, n, nullptr), -3.0f);
     }
-    float const v[] = {4, 5, 7, 11, 2};
+    float const padded[] = {NAN, NAN, 4, 5, 7, 11, 2, NAN, NAN}; // shows reads outside the samples
+    float const* v = padded + 2;
     for (float t : {0.0f, -0.5f, -INFINITY, NAN}) {
         EXPECT_EQ(GSInterpolateValue(t, 5, v), 4) << t;
         EXPECT_EQ(GSInterpolateValueLinear(t, 5, v), 4) << t;
