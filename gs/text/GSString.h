@@ -623,6 +623,7 @@ int GSStringCompareDescendingCaseless(void const* a, void const* b);
 // `upper` is non-zero.
 bool GSIsHexNibble(unsigned int c, int* value = nullptr) noexcept;
 char GSGetNibbleHexChar(unsigned int nibble, short upper) noexcept;
+
 // The bytes of `b` appended to a copy of `a`, as += does; the tag is a's. An allocation failure
 // gives an empty string.
 GSString operator+(GSString const& a, GSString const& b);
