@@ -42,6 +42,7 @@ TEST(GSStringEdit, CopyNames)
         {"Image copy 2", " copy", "", 1, 1, "Image copy 3"},
         {"Image copy\xE2\x80\x8B" "2", " copy", "", 1, 1, "Image copy 3"}, // zero-width space
         {"Image copy2", " copy", "", 1, 1, "Image copy 3"},     // the space is not required
+        {"Image copy ", " copy", "", 1, 1, "Image copy  copy"}, // a space without digits is text
         {"Image copy 2", " copy", "", 1, 0, "Image copy 2 copy2"}, // without the flag it is text
         {"Image7", "", "", 1, 0, "Image8"},                      // empty copy word
         {"Image", "", "", 1, 0, "Image2"},
@@ -157,6 +158,7 @@ TEST(GSStringEdit, SharedBlocksStayUnchanged)
     EXPECT_EQ(copy.replaceStringInString("xyz", "q"), 0);
     EXPECT_EQ(copy.replaceChar('#', '-'), 0);
     EXPECT_EQ(copy.replaceChar("#;-;", ';'), 0);
+    EXPECT_EQ(copy.insert(3, ""), 0);
     EXPECT_EQ(copy.convertEscapeChars(), 0);
     EXPECT_EQ(copy.toLower(), 0);
     EXPECT_EQ(copy.getStorageMode(), GSString::kShared);
