@@ -250,7 +250,8 @@ public:
         kCaseKeep = 0,  // unchanged
         kCaseUpper = 1,
         kCaseLower = 2,
-        kCaseWords = 3  // the first character of each word upper case, the others lower case
+        kCaseWords = 3  // upper case for a word character (findWord's sense) after a character
+                        // that is none, lower case for all others
     };
     [[nodiscard]] short toUpper();
     [[nodiscard]] short toLower();
@@ -264,10 +265,11 @@ public:
     // "Image copy 3" (copy word " copy", no suffix, spaceBeforeNumber set).
     // 1. With `append` set an existing copy name is recognised: the name ends with `suffix`, before
     //    it stands a run of digits 0-9 (possibly none); with spaceBeforeNumber set and digits
-    //    present, one U+0020 (or, in UTF-8, U+200B) before them belongs to the number; the text
-    //    before that ends with `copyWord`. All compared as bytes; an empty copy word or suffix
-    //    always matches. Then the name is cut before the copy word and n is the digits' value
-    //    (getBasicLongValue; 0 without digits); otherwise the whole name stays and n is -1.
+    //    present, one U+0020 (or, in UTF-8, U+200B) before them belongs to the number when it is
+    //    there (it is not required); the text before that ends with `copyWord`. All compared as
+    //    bytes; an empty copy word or suffix always matches. Then the name is cut before the copy
+    //    word and n is the digits' value (getBasicLongValue, which keeps the leading digits of an
+    //    over-long number; 0 without digits); otherwise the whole name stays and n is -1.
     // 2. The tail: copyWord; then for n >= 0 a space when spaceBeforeNumber is set and n + 1 (2 for
     //    n = 0); for n < 0 the number 2 only when spaceBeforeNumber is not set; then `suffix`.
     // 3. With `append` set the tail is appended; without it it goes in front of the whole name.

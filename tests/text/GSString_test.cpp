@@ -19,6 +19,8 @@ namespace {
 std::mt19937* failRandom = nullptr;
 bool failSometimes(size_t) { return (*failRandom)() % 8 != 0; }
 
+} // namespace
+
 TEST(GSStringStorage, ModesAndSizes)
 {
     std::string const inlineMost(46, 'a');
@@ -129,29 +131,18 @@ TEST(GSStringStorage, AppendsAsUTF8)
     EXPECT_EQ(bytes(s), "A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF8\x88\x80\x80\x80\xFD\xBF\xBF\xBF\xBF\xBF");
 }
 
-// The models of the edits below, on ASCII text in the "C" locale.
-std::string modelReplaceAll(std::string s, std::string const& what, std::string const& with)
-{
-    std::string out;
-    for (size_t i = 0; i < s.size();) {
-        if (s.compare(i, what.size(), what) == 0) {
-            out += with;
-            i += what.size();
-        } else {
-            out += s[i++];
-        }
-    }
-    return out;
-}
+namespace {
 
-std::string modelReplaceWords(std::string const& s, std::string const& word, std::string const& with)
+// The model of replaceStringInString (words: of replaceAllWords) on ASCII text.
+std::string modelReplace(std::string const& s, std::string const& what, std::string const& with, bool words)
 {
     auto inWord = [&](size_t i) { return i < s.size() && (std::isalnum(static_cast<unsigned char>(s[i])) || s[i] == '_'); };
     std::string out;
     for (size_t i = 0; i < s.size();) {
-        if (s.compare(i, word.size(), word) == 0 && !(i > 0 && inWord(i - 1)) && !inWord(i + word.size())) {
+        bool const whole = !words || (!(i > 0 && inWord(i - 1)) && !inWord(i + what.size()));
+        if (!what.empty() && s.compare(i, what.size(), what) == 0 && whole) {
             out += with;
-            i += word.size();
+            i += what.size();
         } else {
             out += s[i++];
         }
@@ -162,8 +153,7 @@ std::string modelReplaceWords(std::string const& s, std::string const& word, std
 std::string modelTrim(std::string s, std::string const& set)
 {
     s.erase(0, std::min(s.find_first_not_of(set), s.size()));
-    s.erase(s.find_last_not_of(set) + 1);
-    return s;
+    return s.erase(s.find_last_not_of(set) + 1);
 }
 
 } // namespace
@@ -245,30 +235,17 @@ TEST(GSStringStorage, BehavesLikeStdStringUnderRandomEditsAndFailures)
             check(s.replaceChar(from, to), [&] { std::replace(m.begin(), m.end(), from, to); });
             break;
         }
-        case 9: {
-            std::string const what = piece(), with = piece();
-            check(s.replaceStringInString(GSString(what.c_str()), GSString(with.c_str())), [&] {
-                if (!what.empty())
-                    m = modelReplaceAll(m, what, with);
-            });
-            break;
-        }
-        case 10: { // the replacement may be the string itself
-            if (model[j].size() > 40)
-                break;
-            std::string const what = piece(), with = model[j];
-            check(s.replaceStringInString(GSString(what.c_str()), strings[j]), [&] {
-                if (!what.empty())
-                    m = modelReplaceAll(m, what, with);
-            });
+        case 9:
+        case 10: { // the replacement may be a string that shares the block, or this one itself
+            bool const other = model[j].size() < 40;
+            std::string const what = piece(), with = other ? model[j] : piece();
+            GSString const plain(with.c_str());
+            check(s.replaceStringInString(what.c_str(), other ? strings[j] : plain), [&] { m = modelReplace(m, what, with, false); });
             break;
         }
         case 11: {
             std::string const word = piece(), with = piece();
-            check(s.replaceAllWords(GSString(word.c_str()), GSString(with.c_str())), [&] {
-                if (!word.empty())
-                    m = modelReplaceWords(m, word, with);
-            });
+            check(s.replaceAllWords(word.c_str(), with.c_str()), [&] { m = modelReplace(m, word, with, true); });
             break;
         }
         case 12:
