@@ -35,6 +35,7 @@
 #include "gs/util/GSRange.h"
 
 class GSFile;
+class GSFileSpec;
 template <class T>
 class GSDynaArray;
 
@@ -80,6 +81,14 @@ public:
     GSString(unsigned int const* units, long count);
     // A fixed string over outside text that must outlive it and every copy of it.
     static GSString fixed(char const* text, int encoding = kUTF8) noexcept;
+    // The localised text of a numeric string ID: load(unsigned int). These look texts up; they do
+    // not format numbers (explicit, so that no integer becomes a string by accident).
+    explicit GSString(int id);
+    explicit GSString(unsigned int id);
+    explicit GSString(long id);
+    // The localised text of a key: load(GSString const&). `status`, when given, receives load's
+    // status.
+    GSString(GSString const& key, int* status);
 
     GSString(GSString const& other) noexcept;
     GSString(GSString&& other) noexcept;
@@ -138,6 +147,134 @@ public:
     [[nodiscard]] short addUnicodeChar(unsigned int c);
     // The text from `start`, `length` bytes, clamped to the string; same tag.
     GSString getSubstring(long start, long length) const;
+
+    // --- Search --------------------------------------------------------------------------------
+    // Results are byte indices, -1 for "not found"; a negative start counts as 0. A search for a
+    // byte `c` compares bytes (in UTF-8 text only an ASCII `c` is a whole character). A text to
+    // find is taken as bytes in this string's encoding, as add() takes it; an empty one is never
+    // found. Caseless searches read both strings by character (each through its own tag) and
+    // compare the characters mapped by toUpperUnicode.
+    long findChar(char c, long start = 0) const noexcept;
+    // Code pages: bytes compared through the tag's table to Unicode (tag 2: ASCII letters only);
+    // UTF-8: ASCII letters only (a single byte of UTF-8 can be no other letter).
+    long findCharCaseless(char c, long start = 0) const noexcept;
+    // The first `c` inside `range`, which is clamped to the text.
+    long findCharInRange(char c, GSRange const& range) const noexcept;
+    // The first character at or after `start` that is one of the characters of `chars`, both read
+    // by character (a start inside a UTF-8 character moves to the next one).
+    long findCharFromString(GSString const& chars, long start = 0) const noexcept;
+    long findString(GSString const& what, long start = 0) const noexcept;
+    // *end (when given) receives the index behind the match, whose byte length may differ from
+    // that of `what`.
+    long findStringCaseless(GSString const& what, long start = 0, long* end = nullptr) const noexcept;
+    // `word` as a whole word: neither the character before nor the one after it is a word character
+    // (one that is neither white space nor a word delimiter, see isWordDelimiter). The text before
+    // and after counts, not only the part from `start`. *end as for findStringCaseless.
+    long findWord(GSString const& word, long start = 0, short caseless = 0, long* end = nullptr) const noexcept;
+    // The first white-space character (isWhiteSpace) at or after `start`.
+    long findWhiteSpace(long start = 0) const noexcept;
+    // `sequence` as one whole item of this text read as a list separated by `delimiter` ("b" in
+    // "a;b;c" but not in "a;bc"): it starts at 0 or behind a delimiter and ends at the end or
+    // before one.
+    long findSequenceWithDelimiter(GSString const& sequence, char delimiter, long start = 0) const noexcept;
+    // The number of bytes equal to `c`.
+    long countChar(char c) const noexcept;
+    // True when the text holds a line feed, a carriage return or (UTF-8) U+2029.
+    bool containsParagraphEnd() const noexcept;
+
+    // --- Editing -------------------------------------------------------------------------------
+    // Edits follow the storage rules above: a block that other strings share is copied before the
+    // change, and an allocation failure empties the string and returns 1. An edit that changes
+    // nothing leaves the storage as it is (still shared). Texts passed in are taken as bytes in this
+    // string's encoding, as add() takes them, and may be this string itself or a part of it.
+    // Indices are clamped to the text. In UTF-8 text an edit never splits a character: an index
+    // inside a character, or in front of an accent (U+0300-U+036F), moves to the start of that
+    // character with its accents, and the end of a removed range moves behind it. Edits that build
+    // a new text (replace-all, case mapping, list replacement) do it in one pass.
+
+    // Inserts `text` at `index` (moved to a character start in UTF-8 text).
+    [[nodiscard]] short insert(long index, GSString const& text);
+    // The worker of insert: `count` bytes at `index` as it stands (clamped, not moved).
+    [[nodiscard]] short _insert(long index, char const* bytes, long count);
+    // Removes `length` bytes from `start` (a negative length: to the end), widened to whole
+    // characters in UTF-8 text.
+    [[nodiscard]] short remove(long start, long length);
+    // Every byte `from` becomes `to`. In UTF-8 text both must be ASCII; otherwise nothing changes
+    // and the result is 1.
+    [[nodiscard]] short replaceChar(char from, char to);
+    // Replaces characters by a list of pairs "character;replacement;" (`separator` in place of
+    // ";"), the last separator optional: "*; ;?;_;" turns every "*" into a blank and every "?"
+    // into "_". A replacement may be any text, empty included (the character is removed). Each
+    // character of the text is replaced once, by the first pair that names it. A pair whose first
+    // item is not exactly one character (one byte in a code page, one UTF-8 character otherwise)
+    // makes the list invalid: nothing changes and the result is 1.
+    [[nodiscard]] short replaceChar(GSString const& list, char separator);
+    // The inverse of replaceChar with the same list: every replacement text becomes its character.
+    // The text is read once from the start; at each place the first pair (in list order) whose
+    // non-empty replacement stands there is taken. replaceChar undone by replaceReverseChar gives
+    // the text back when the replacements are distinct, none is a prefix of another, and none
+    // occurred in the text before.
+    [[nodiscard]] short replaceReverseChar(GSString const& list, char separator);
+    // Every occurrence of `what`, left to right and not overlapping, becomes `with`. An empty
+    // `what` changes nothing.
+    [[nodiscard]] short replaceStringInString(GSString const& what, GSString const& with);
+    // The first whole-word `word` (findWord) at or after `start` becomes `with`; *found (when
+    // given) receives its index, or -1 when there is none (the result is still 0).
+    [[nodiscard]] short replaceWord(GSString const& word, GSString const& with, long start = 0,
+                                    short caseless = 0, long* found = nullptr);
+    // Every whole-word `word`, left to right, becomes `with`; whole words by the original text.
+    [[nodiscard]] short replaceAllWords(GSString const& word, GSString const& with, short caseless = 0);
+    // Removes white space (isWhiteSpace) at both ends.
+    [[nodiscard]] short trim();
+    // Removes the runs of byte `c` at both ends / at the start / at the end. In UTF-8 text only an
+    // ASCII `c` is removed; another byte changes nothing.
+    [[nodiscard]] short trimChar(char c);
+    [[nodiscard]] short removeLeadingChar(char c);
+    [[nodiscard]] short removeTrailingChar(char c);
+    [[nodiscard]] short removeLeadingWhiteSpace();
+    [[nodiscard]] short removeTrailingWhiteSpace();
+    // Appends `text` between two double quotes, as it is (no escaping).
+    [[nodiscard]] short addWithQuotes(GSString const& text);
+    // Appends `text` unless the string already ends with it ("/" onto a folder path).
+    [[nodiscard]] short addIfNeeded(GSString const& text);
+    // Turns the backslash escapes \a \b \t \n \v \f \r into bytes 7-13 and \\ \" \' into the
+    // character after the backslash. A backslash before anything else, or at the end, stays as it
+    // is with the character after it.
+    [[nodiscard]] short convertEscapeChars();
+
+    // Case mapping: UTF-8 characters through toUpperUnicode / toLowerUnicode (so by the process
+    // locale; a character may change its byte length), bytes that are not valid UTF-8 unchanged.
+    // Code-page bytes are read through the tag's table and mapped; a byte changes only when the
+    // code page has a byte for the mapped character (tag 2, without tables: ASCII letters only).
+    enum CaseMode : short {
+        kCaseKeep = 0,  // unchanged
+        kCaseUpper = 1,
+        kCaseLower = 2,
+        kCaseWords = 3  // upper case for a word character (findWord's sense) after a character
+                        // that is none, lower case for all others
+    };
+    [[nodiscard]] short toUpper();
+    [[nodiscard]] short toLower();
+    // Copies; an allocation failure gives an empty string.
+    GSString getUpperString() const;
+    GSString getStringWithCase(CaseMode caseMode) const;
+    GSString getTrimmedString() const;
+
+    // The name for the next copy of the item this string names, as "Image (2)" after "Image" and
+    // "Image (3)" after "Image (2)" (copy word " (", suffix ")"), or "Image copy", "Image copy 2",
+    // "Image copy 3" (copy word " copy", no suffix, spaceBeforeNumber set).
+    // 1. With `append` set an existing copy name is recognised: the name ends with `suffix`, before
+    //    it stands a run of digits 0-9 (possibly none); with spaceBeforeNumber set and digits
+    //    present, one U+0020 (or, in UTF-8, U+200B) before them belongs to the number when it is
+    //    there (it is not required); the text before that ends with `copyWord`. All compared as
+    //    bytes; an empty copy word or suffix always matches. Then the name is cut before the copy
+    //    word and n is the digits' value (getBasicLongValue, which keeps the leading digits of an
+    //    over-long number; 0 without digits); otherwise the whole name stays and n is -1.
+    // 2. The tail: copyWord; then for n >= 0 a space when spaceBeforeNumber is set and n + 1 (2 for
+    //    n = 0); for n < 0 the number 2 only when spaceBeforeNumber is not set; then `suffix`.
+    // 3. With `append` set the tail is appended; without it it goes in front of the whole name.
+    GSString getNextCopyName(GSString const& copyWord, GSString const& suffix, short append,
+                             short spaceBeforeNumber) const;
 
     // --- Encodings and conversion --------------------------------------------------------------
     // The 256-entry table to Unicode for tags 0, 1 and 3; null otherwise.
@@ -348,6 +485,31 @@ public:
     // Parses a signed integer at `start` (see the number rules in the implementation).
     int getBasicLongValue(long start, long* end, long* usedEnd) const noexcept;
 
+    // --- Localised texts -----------------------------------------------------------------------
+    // The empty string: what lookups that find nothing refer to.
+    static GSString const null;
+    // Install a copy of `table` as the process's current string table / numeric string table
+    // (until the next call). Installing and looking up are safe from any thread; a string table
+    // once installed is kept for the life of the process, so that the references that
+    // getUnlocalizedString gives stay valid. 1 (nothing changes) when memory lacks.
+    // (The table classes are in GSStringTable.h.)
+    [[nodiscard]] static short setStringTable(class GSStringTable const& table);
+    [[nodiscard]] static short setNumericStringTable(class GSNumericStringTable const& table);
+    // This string becomes the numeric table's text for `id`. ID 0 gives an empty string and 0;
+    // an ID without a non-empty text gives an empty string and 1.
+    [[nodiscard]] short load(unsigned int id);
+    // This string becomes the string table's value for `key` (its getValue), or `key` itself when
+    // the table has no non-empty value (status 1). An empty key gives an empty string and 0.
+    [[nodiscard]] short load(GSString const& key);
+    // The ID of the last entry of the numeric table (searched from the last to the first) whose
+    // text equals `text` (compareValue); 0 when none does.
+    static int getStringID(GSString const& text);
+    // The key of the last entry of the string table (searched from the last to the first) whose
+    // value equals `text` (compareValue), or `text` itself when none does.
+    static GSString const& getUnlocalizedString(GSString const& text);
+    // The numeric table's text for `id`, as GSString(id).
+    static GSString getLocalizedString(int id);
+
     // --- Files ---------------------------------------------------------------------------------
     // The binary file form above. read() checks the count against the bytes left in the file before
     // taking them; a failed read returns its status and leaves the string empty. Data whose last
@@ -358,6 +520,69 @@ public:
     [[nodiscard]] short readStringWithLength(GSFile* file, int n);
     // A fixed field of n UTF-16 units in `byteOrder`; the text ends at the last zero unit.
     [[nodiscard]] short readUnicodeStringWithLength(GSFile* file, int n, short byteOrder);
+    // A Pascal string: one length byte n, then n Mac code-page bytes. *length (when given)
+    // receives the bytes taken, n + 1.
+    [[nodiscard]] short readPascalStringAndLength(GSFile* file, long* length = nullptr);
+    // A 16-bit unit count, then that many UTF-16 units, all in `byteOrder`; stored as UTF-8.
+    // *length (when given) receives the bytes taken.
+    [[nodiscard]] short readUnicodeStringAndLength(GSFile* file, short byteOrder, long* length = nullptr);
+    // UTF-16 units in `byteOrder` up to and including a zero unit; stored as UTF-8. A file that ends
+    // before the zero unit gives the read's status and an empty string.
+    [[nodiscard]] short read0TerminatedUnicodeString(GSFile* file, short byteOrder);
+
+    // The rest of the file (to the end of the enclosing record) as text: a UTF-8 byte-order mark is
+    // skipped and makes the text UTF-8; otherwise it is UTF-8 when its bytes are valid UTF-8, else
+    // the Mac code page.
+    [[nodiscard]] short loadFromFile(GSFile* file);
+    [[nodiscard]] short loadFromFileSpec(GSFileSpec const& spec);
+    // Writes the bytes as they are (no byte-order mark, no conversion) through a safe save.
+    [[nodiscard]] short saveToFileSpec(GSFileSpec const& spec) const;
+
+    // --- Quoted text and key/value lines ---------------------------------------------------------
+    // The quoted text form, for text files that people read and edit:
+    //     "first piece \"quoted\" and a tab\t"
+    //     "second piece"
+    // writeString writes the bytes between double quotes with a backslash before " ' and \ and the
+    // bytes 7-13 written as the letters a b t n v f r. Text longer than `chunk` bytes (1-8191; any
+    // other value means 8192) is split into pieces, one per line. Code-page text is written in the
+    // Windows code page; UTF-8 as it is.
+    [[nodiscard]] short writeString(GSFile* file, int chunk = 8192) const;
+    // Reads the quoted text form into this string (emptied first):
+    //   before the text   blanks (tab, line feed, carriage return, space) are skipped, a line
+    //                     starting with "/" is a comment; anything but the opening delimiter fails (1);
+    //   inside            a raw tab, line feed or carriage return fails (1); a backslash takes the
+    //                     next character through getEscapeChar;
+    //   after the text    the opening delimiter starts a further piece of the same string; blanks and
+    //                     comment lines are skipped; any other byte ends the string and is left for
+    //                     the caller. The end of the file ends the string with 0.
+    // The escape letters read back as their bytes, except that "t", like "v", reads as byte 11, as
+    // older files expect: a tab does not round-trip through this form (key/value lines carry it).
+    // When this string's tag is a code page, the bytes are taken as Windows text and kept in the
+    // Mac code page, or in UTF-8 when a character does not fit there. A failed read leaves the
+    // string empty.
+    [[nodiscard]] short readString(GSFile* file) { return readStringWithDelimiter(file, '"', '"'); }
+    [[nodiscard]] short readStringWithDelimiter(GSFile* file, int open, int close);
+    // The backslash to write before byte c, or 0; the byte or letter to write for c; the byte that
+    // an escape letter stands for.
+    static char getFirstCChar(unsigned char c) noexcept;
+    static char getSecondCChar(unsigned char c) noexcept;
+    static int getEscapeChar(int c) noexcept;
+
+    // Key/value lines, the text form of string tables:
+    //     "key" = "value";
+    // Each side is the quoted text form above (pieces may continue on the next lines; comment lines
+    // start with "/"; blanks between the parts are free), with one escape more: "\x" and two
+    // hexadecimal digits stand for that byte. writeKeyValue writes the bytes 0-6, 9, 14-31 and 127
+    // that way, so that every byte of a UTF-8 string comes back as it was. Code-page text is written
+    // in the Windows code page and read back by readString's code-page rule; a code-page character
+    // that the Windows code page lacks is refused with 1, not dropped (convert such text to UTF-8
+    // first: string tables keep their texts in UTF-8). The ";" ends the pair
+    // (without it the next line's quoted key would join the value); only the end of the file may
+    // stand in for it. This string receives the key; the tags of this string and of *value before
+    // the call decide how code-page text is taken, as in readString. At the end of the file the key
+    // and the value are empty and the status is 0; a line that does not follow the syntax gives 1.
+    [[nodiscard]] short readKeyValue(GSFile* file, GSString* value);
+    [[nodiscard]] short writeKeyValue(GSFile* file, GSString const& value) const;
 
 private:
     friend class GSStringUniCharEnumerator;
@@ -366,6 +591,13 @@ private:
     char* ownData() noexcept; // the writable bytes, after createOwnData
     void setUsed(long used) noexcept; // bytes in use with the terminator; writes the terminator
     short appendUTF16(unsigned short const* units, long count);
+    // The quoted text form; `hexEscapes` adds the \xHH escape of key/value lines. writeQuoted
+    // writes the bytes as they are: getQuotedFormText gives the text to write.
+    short getQuotedFormText(GSString* out, bool strict) const;
+    short writeQuoted(GSFile* file, int chunk, bool hexEscapes) const;
+    short readQuoted(GSFile* file, int open, int close, bool hexEscapes);
+    short failRead(short status); // empties the string, returns the status
+    short takeReadCodePage(); // the code-page rule of the quoted reader
     // Writes converted text straight into this string's storage, growing it by steps.
     class Appender;
 
@@ -394,3 +626,7 @@ int GSStringCompareDescendingCaseless(void const* a, void const* b);
 // `upper` is non-zero.
 bool GSIsHexNibble(unsigned int c, int* value = nullptr) noexcept;
 char GSGetNibbleHexChar(unsigned int nibble, short upper) noexcept;
+
+// The bytes of `b` appended to a copy of `a`, as += does; the tag is a's. An allocation failure
+// gives an empty string.
+GSString operator+(GSString const& a, GSString const& b);

@@ -2,6 +2,7 @@
 #include "gs/text/GSString.h"
 
 #include "gs/file/GSFile.h"
+#include "gs/filespec/GSFileSpec.h"
 #include "gs/util/GSByteOrder.h"
 
 #include <bit>
@@ -16,6 +17,11 @@ bool fitsInFile(GSFile* file, long bytes)
 {
     long const left = file->getBytesLeft();
     return bytes >= 0 && left >= 0 && bytes <= left;
+}
+
+int machineByteOrder()
+{
+    return std::endian::native == std::endian::big ? GSByteOrderBig : GSByteOrderLittle;
 }
 
 } // namespace
@@ -146,9 +152,145 @@ short GSString::readUnicodeStringWithLength(GSFile* file, int n, short byteOrder
             break;
         }
     }
-    int const machine = std::endian::native == std::endian::big ? GSByteOrderBig : GSByteOrderLittle;
-    GSSwapUSHORTArray(units.get(), length, byteOrder, machine);
+    GSSwapUSHORTArray(units.get(), length, byteOrder, machineByteOrder());
     GSString text(units.get(), length);
     *this = std::move(text);
     return 0;
+}
+
+namespace {
+
+// One UTF-16 unit in `byteOrder`.
+short readUnit(GSFile* file, short byteOrder, unsigned short* unit)
+{
+    if (short st = file->read(unit, 2))
+        return st;
+    GSSwapUSHORTArray(unit, 1, byteOrder, machineByteOrder());
+    return 0;
+}
+
+} // namespace
+
+short GSString::readPascalStringAndLength(GSFile* file, long* length)
+{
+    if (!file)
+        return 1;
+    char n;
+    if (short st = file->readChar(&n))
+        return st;
+    long const count = static_cast<unsigned char>(n);
+    if (!fitsInFile(file, count))
+        return 1;
+    char bytes[255];
+    if (short st = file->read(bytes, count))
+        return st;
+    if (short st = init(bytes, count, kMac))
+        return st;
+    encoding = kMac; // also when the text is empty
+    if (length)
+        *length = count + 1;
+    return 0;
+}
+
+short GSString::readUnicodeStringAndLength(GSFile* file, short byteOrder, long* length)
+{
+    if (!file)
+        return 1;
+    unsigned short count;
+    if (short st = readUnit(file, byteOrder, &count))
+        return st;
+    if (!fitsInFile(file, 2L * count))
+        return 1;
+    std::unique_ptr<unsigned short[]> units(new (std::nothrow) unsigned short[count + 1]);
+    if (!units)
+        return 1;
+    for (long i = 0; i < count; ++i) {
+        if (short st = readUnit(file, byteOrder, &units[i]))
+            return st;
+    }
+    GSString text(units.get(), count);
+    *this = std::move(text);
+    if (length)
+        *length = 2 + 2L * count;
+    return 0;
+}
+
+short GSString::read0TerminatedUnicodeString(GSFile* file, short byteOrder)
+{
+    releaseData();
+    encoding = kUTF8;
+    if (!file)
+        return 1;
+    // The units go through in pieces; a high surrogate at the end of a piece waits for the next.
+    unsigned short units[256];
+    long n = 0;
+    for (;;) {
+        unsigned short unit;
+        if (short st = readUnit(file, byteOrder, &unit)) {
+            releaseData();
+            return st; // no terminating zero before the end
+        }
+        if (unit == 0)
+            break;
+        units[n++] = unit;
+        if (n == 256) {
+            bool const high = unit >= 0xD800 && unit <= 0xDBFF;
+            if (appendUTF16(units, high ? 255 : 256))
+                return 1;
+            n = 0;
+            if (high)
+                units[n++] = unit;
+        }
+    }
+    return n ? appendUTF16(units, n) : 0;
+}
+
+short GSString::loadFromFile(GSFile* file)
+{
+    releaseData();
+    if (!file)
+        return 1;
+    short const bom = file->isUTF8(); // a UTF-8 byte-order mark is skipped
+    long const n = file->getBytesLeft();
+    if (n < 0)
+        return 1;
+    if (n > 0) {
+        if (createOwnData(n + 1, n + 1, 0))
+            return 1;
+        if (short st = file->read(ownData(), n)) {
+            releaseData();
+            return st;
+        }
+        setUsed(n + 1);
+    }
+    encoding = bom || n == 0 || isValidUTF8() ? kUTF8 : kMac;
+    return 0;
+}
+
+short GSString::loadFromFileSpec(GSFileSpec const& spec)
+{
+    GSFile file(spec, 0);
+    if (short st = file.setAccessMode("rb"))
+        return st;
+    if (short st = file.open()) {
+        releaseData();
+        return st;
+    }
+    short const status = loadFromFile(&file);
+    short const closed = file.close();
+    return status ? status : closed;
+}
+
+short GSString::saveToFileSpec(GSFileSpec const& spec) const
+{
+    GSFile file(spec, 0);
+    if (short st = file.setAccessMode("wb"))
+        return st;
+    if (short st = file.open())
+        return st;
+    if (short st = file.write(c_str(), getLength())) {
+        (void)file.close(1); // abandon: the old file stays as it was
+        return st;
+    }
+    return file.close();
 }
