@@ -338,3 +338,315 @@ TEST(GSDateFeasts, EasterAndTheMovableFeasts)
     for (auto [y, md] : {std::pair{1981, 419}, {1954, 418}, {2049, 418}, {1886, 425}, {2038, 425}})
         EXPECT_EQ(GSDate::getEastern(y).month * 100 + GSDate::getEastern(y).day, md) << y;
 }
+
+TEST(GSDateTime, CalendarTimeAndGMT)
+{
+    {
+        // Daylight-saving time all year: 4 hours behind GMT now, the saving hour included.
+        TimeZone zone("EST5EDT,0/0,J365/25");
+        EXPECT_EQ(GSDate::getDiffSecondsToGMTime(), 14400);
+    }
+    TimeZone zone("XYZ-3");
+    EXPECT_EQ(GSDate::getDiffSecondsToGMTime(), -10800);
+    std::mt19937 gen(9);
+    std::uniform_int_distribution<long> when(-100000000000L, 100000000000L);
+    for (int i = 0; i < 2000; ++i) {
+        long const s = i == 0 ? 0 : when(gen);
+        GSDate const gmt(s, 1), local(s, 0);
+        sys_seconds const t{seconds{s}};
+        sys_days const day = floor<days>(t);
+        hh_mm_ss const clock{t - day};
+        GSDate expected = fromChrono(day, static_cast<int>(clock.hours().count()));
+        expected.minute = static_cast<unsigned char>(clock.minutes().count());
+        expected.second = static_cast<unsigned char>(clock.seconds().count());
+        ASSERT_EQ(show(gmt), show(expected)) << s;
+        expected.addSeconds(10800);
+        ASSERT_EQ(show(local), show(expected)) << s;
+        ASSERT_EQ(local.getSeconds(), s);
+        GSDate moved = local;
+        moved.convertToGMTime();
+        ASSERT_EQ(show(moved), show(gmt));
+        moved.convertFromGMTime();
+        ASSERT_EQ(show(moved), show(local));
+    }
+    GSDate bad(1, 1, 1);
+    EXPECT_EQ(bad.init(LONG_MAX, 1), 1);
+    EXPECT_EQ(show(bad), show(GSDate::invalid));
+    for (int useGMT : {0, 1}) {
+        GSDate const now = GSDate::getActualDate(useGMT), viaInt(useGMT);
+        GSDate const reference(static_cast<long>(std::time(nullptr)), useGMT);
+        EXPECT_TRUE(reference - now >= 0 && reference - now <= 2 && reference - viaInt <= 2) << show(now);
+    }
+}
+
+TEST(GSDateTime, StructTmSystemTimeHour12)
+{
+    GSDate const d(31, 3, 2024, 12, 5, 9, 7);
+    tm t;
+    d.fillStructTm(&t);
+    EXPECT_EQ(std::vector<int>({t.tm_year, t.tm_mon, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec, t.tm_wday, t.tm_yday, t.tm_isdst}),
+              std::vector<int>({124, 2, 31, 12, 5, 9, 0, 90, -1}));
+    _SYSTEMTIME st = d.getSystemTime();
+    EXPECT_EQ(std::vector<int>({st.wYear, st.wMonth, st.wDayOfWeek, st.wDay, st.wHour, st.wMinute, st.wSecond, st.wMilliseconds}),
+              std::vector<int>({2024, 3, 0, 31, 12, 5, 9, 7}));
+    st.wDayOfWeek = 4;
+    EXPECT_EQ(show(GSDate(st)), show(d));
+    EXPECT_EQ(GSDate(1, 1, 70000).getSystemTime().wYear, 70000 & 0xFFFF);
+    int const hours[][3] = {{0, 12, 0}, {1, 1, 0}, {11, 11, 0}, {12, 12, 1}, {13, 1, 1}, {23, 11, 1}};
+    for (auto const& h : hours) {
+        short pm = 7;
+        EXPECT_EQ(GSDate(1, 1, 1, h[0]).getHour12(&pm), h[1]);
+        EXPECT_EQ(pm, h[2]);
+        EXPECT_EQ(GSDate(1, 1, 1, h[0]).getHour12(nullptr), h[1]);
+    }
+}
+
+TEST(GSDateText, ColonFormsAndCTime)
+{
+    GSString s("> ");
+    EXPECT_EQ(GSDate(31, 3, 2024, 12, 5, 9, 7).writeToString(&s), 0);
+    EXPECT_EQ(GSDate(1, 2, -44, 3).writeDateToString(&s), 0);
+    EXPECT_STREQ(s.c_str(), "> 31:3:2024:12:5:91:2:-44");
+    EXPECT_STREQ(GSDate(31, 3, 2024, 12, 5, 9).getCTimeString().c_str(), "Sun Mar 31 12:05:09 2024");
+    EXPECT_STREQ(GSDate(6, 13, -44, 0, 0, 0).getCTimeString().c_str(), "Thu ???  6 00:00:00 -44");
+    struct Case {
+        char const* text;
+        char const* fields; // null: refused, the date unchanged
+    } const cases[] = {
+        {"31:3:2024:12:5:9", "31:3:2024:12:5:9.0"},
+        {" 1:2:-44\n", "1:2:-44:0:0:0.0"},
+        {"255:0:2147483647:255:255:255", "255:0:2147483647:255:255:255.0"},
+        {"1:1:-2147483648", "1:1:-2147483648:0:0:0.0"},
+        {"256:1:2024", nullptr}, {"1:-1:2024", nullptr}, {"1:1:2024:0:0:256", nullptr}, {"1:1:2147483648", nullptr},
+        {"1:1", nullptr}, {"1:1:1:1", nullptr}, {"1:1:1:1:1", nullptr}, {"1:1:1:1:1:1:1", nullptr},
+        {"1:1:2024:", nullptr}, {"1: 1:2024", nullptr}, {"1:1:2024x", nullptr}, {"", nullptr}, {"1:1:+2024", nullptr},
+    };
+    for (Case const& c : cases) {
+        GSDate d(9, 9, 9, 9, 9, 9, 9);
+        EXPECT_EQ(d.readFromString(GSString(c.text)), c.fields ? 0 : 1) << c.text;
+        EXPECT_EQ(show(d), c.fields ? c.fields : "9:9:9:9:9:9.9") << c.text;
+        EXPECT_EQ(show(GSDate(GSString(c.text))), c.fields ? c.fields : "0:0:0:0:0:0.0") << c.text;
+    }
+    struct Number {
+        char const* text;
+        long index;
+        int value;
+        long end;
+    } const numbers[] = {{"x-12y", 1, -12, 4},          {"2147483647", 0, INT_MAX, 10}, {"-2147483648", 0, INT_MIN, 11},
+                         {"2147483648", 0, 0, 0},       {"-2147483649", 0, 0, 0},       {"00000000001", 0, 0, 0},
+                         {"0000000001:", 0, 1, 10},     {"-", 0, 0, 0},                 {"5", 1, 0, 1},
+                         {"5", -1, 0, -1},              {"7", 0, 7, 1}};
+    for (Number const& n : numbers) {
+        long index = n.index;
+        EXPECT_EQ(GSDate::readLongFromString(GSString(n.text), &index), n.value) << n.text;
+        EXPECT_EQ(index, n.end) << n.text;
+    }
+}
+
+TEST(GSDateText, WritingFormats)
+{
+    ASSERT_EQ(GSString::setNumericStringTable(GSNumericStringTable::null), 0);
+    GSDate const d(5, 3, 2024, 14, 7, 9, 45); // a Tuesday
+    std::pair<char const*, char const*> const cases[] = {
+        {"yyyy-MM-dd HH:mm:ss.SSS", "2024-03-05 14:07:09.045"},
+        {"%Y-%m-%d %H:%M:%S.%s", "2024-03-05 14:07:09.045"},
+        {"y yy yyyyy M MM MMM MMMM d dd", "2024 24 02024 3 03 Mar March 5 05"},
+        {"h hh a H m s S SS SSSS E EEE EEEE", "2 02 PM 14 7 9 0 04 0450 Tue Tue Tuesday"},
+        {"%y %I %p %b %B %a %A %% %q %", "24 02 PM Mar March Tue Tuesday % %q %"},
+        {"'at' HH 'o''clock' '' Q", "at 14 o'clock ' Q"},
+        {"", ""},
+    };
+    for (auto const& [format, result] : cases)
+        EXPECT_EQ(formatted(d, format), result) << format;
+    GSDate const odd(1, 13, -44, 0, 0, 0, 999);
+    EXPECT_EQ(formatted(odd, "yyyy yy MMM h a SS"), "-0044 44 13 12 AM 99");
+    EXPECT_EQ(formatted(odd, "%Y %y %b %I %p"), "-0044 44 13 12 AM");
+    struct Field {
+        char const* format;
+        int start, count, value;
+        char const* result;
+    } const fields[] = {{"yy", 0, 2, 2024, "24"},  {"yy", 0, 2, -1987, "87"}, {"SSS", 0, 2, 45, "04"},
+                        {"xdd", 1, 2, 5, "05"},    {"yyyy", 0, 4, -44, "-0044"}, {"dd", 1, 2, 5, "5"},
+                        {"dd", -1, 1, 5, "5"},     {"d", 0, 0, 5, "5"},        {"S", 0, 1, 999, "9"}};
+    for (Field const& f : fields) {
+        GSString s;
+        EXPECT_EQ(GSDate::addLongWithFormat(GSString(f.format), f.start, f.count, f.value, &s), 0);
+        EXPECT_STREQ(s.c_str(), f.result) << f.format << " " << f.start;
+    }
+}
+
+TEST(GSDateText, ReadingFormats)
+{
+    ASSERT_EQ(GSString::setNumericStringTable(GSNumericStringTable::null), 0);
+    struct Case {
+        char const* text;
+        char const* format;
+        char const* fields; // null: refused
+    } const cases[] = {
+        {"2024-03-05 14:07:09.045", "yyyy-MM-dd HH:mm:ss.SSS", "5:3:2024:14:7:9.45"},
+        {"  2024-3-5\t14:07  ", "%Y-%m-%d %H:%M", "5:3:2024:14:7:9.9"},
+        {"2024-3-5x14:07", "%Y-%m-%d %H:%M", nullptr},
+        {"2024-3-514:07", "%Y-%m-%d %H:%M", "51:3:2024:4:7:9.9"}, // a blank matches none too
+        {"20240305", "yyyyMMdd", "5:3:2024:9:9:9.9"},
+        {"20243", "yyyyMMdd", nullptr},
+        {"202403051407", "%Y%m%d%H%M", "5:3:2024:14:7:9.9"},
+        {"-44-1-2", "y-M-d", "2:1:-44:9:9:9.9"},
+        {"-123456789", "y", "9:9:-123456789:9:9:9.9"},
+        {"1234567890", "y", nullptr},
+        {"5.3.68", "d.M.yy", "5:3:2068:9:9:9.9"},
+        {"5.3.69", "%d.%m.%y", "5:3:1969:9:9:9.9"},
+        {"tuesday, 5 JUNE 2024", "EEEE, d MMMM yyyy", "5:6:2024:9:9:9.9"},
+        {"5 Jun 2024", "d MMMM yyyy", "5:6:2024:9:9:9.9"},
+        {"5 June 2024", "d MMM yyyy", "5:6:2024:9:9:9.9"},
+        {"5 Jux 2024", "d MMM yyyy", nullptr},
+        {"Thu 5", "%a %d", "5:9:9:9:9:9.9"},
+        {"Thx 5", "%a %d", nullptr},
+        {"12:30 am", "hh:mm a", "9:9:9:0:30:9.9"},
+        {"12:30 PM", "h:mm a", "9:9:9:12:30:9.9"},
+        {"1:30 pm", "%I:%M %p", "9:9:9:13:30:9.9"},
+        {"1:30 xm", "%I:%M %p", nullptr},
+        {"1:30", "h:mm", "9:9:9:1:30:9.9"},
+        {"14:07:09,5", "HH:mm:ss,S", "9:9:9:14:7:9.500"},
+        {"09,12345", "ss,SSSSS", "9:9:9:9:9:9.123"},
+        {"09,1234", "ss,SSSSS", nullptr},
+        {"7", "%s", "9:9:9:9:9:9.7"},
+        {"14:07", "HH:mm:ss", nullptr},
+        {"14:07:09 x", "HH:mm:ss", nullptr},
+        {"14-07", "HH:mm", nullptr},
+        {"256.1.2024", "d.M.yyyy", nullptr},
+        {"300", "ddd", nullptr},
+        {"255", "ddd", "255:9:9:9:9:9.9"},
+        {"'5'", "''d''", "5:9:9:9:9:9.9"},
+        {"31%", "%d%%", "31:9:9:9:9:9.9"},
+        {"", "", "9:9:9:9:9:9.9"},
+        {"x", "", nullptr},
+    };
+    for (Case const& c : cases) {
+        GSDate d(9, 9, 9, 9, 9, 9, 9);
+        EXPECT_EQ(d.readFromStringWithFormat(GSString(c.text), GSString(c.format)), c.fields ? 0 : 1)
+            << c.text << " / " << c.format;
+        EXPECT_EQ(show(d), c.fields ? c.fields : "9:9:9:9:9:9.9") << c.text << " / " << c.format;
+    }
+    // Every valid date comes back through formats of both vocabularies.
+    char const* const formats[] = {"yyyy-MM-dd HH:mm:ss.SSS", "%Y%m%d%H%M%S%s", "EEEE, d MMMM y h:mm:ss a SSS",
+                                   "%a %d %b %Y %I:%M:%S %p %s"};
+    std::mt19937 gen(17);
+    std::uniform_int_distribution<int> dayOf(sys_days{year{1} / 1 / 1}.time_since_epoch().count(),
+                                             sys_days{year{9999} / 12 / 31}.time_since_epoch().count());
+    for (int i = 0; i < 2000; ++i) {
+        GSDate date = fromChrono(sys_days{days{dayOf(gen)}}, i % 24);
+        date.minute = static_cast<unsigned char>(i % 60);
+        date.second = static_cast<unsigned char>(i * 7 % 60);
+        date.millisecond = static_cast<unsigned short>(i % 1000);
+        for (char const* format : formats) {
+            GSDate back;
+            ASSERT_EQ(back.readFromStringWithFormat(GSString(formatted(date, format).c_str()), GSString(format)), 0)
+                << formatted(date, format);
+            ASSERT_EQ(show(back), show(date)) << formatted(date, format);
+        }
+    }
+}
+
+TEST(GSDateText, NamedFormatsAndNameTables)
+{
+    ASSERT_EQ(GSString::setNumericStringTable(GSNumericStringTable::null), 0);
+    GSDate const d(5, 3, 2024, 14, 7, 9);
+    char const* const defaults[] = {"", "EEEE, d MMMM yyyy", "yyyy-MM-dd", "EEEE, d MMMM yyyy", "HH:mm:ss",
+                                    "EEEE, d MMMM yyyy, HH:mm:ss", "yyyy-MM-dd, HH:mm:ss", "EEEE, d MMMM yyyy, HH:mm:ss"};
+    for (int flags = 0; flags < 8; ++flags)
+        EXPECT_STREQ(d.getFormatString(flags).c_str(), defaults[flags]) << flags;
+    GSString s;
+    EXPECT_EQ(d.writeToFormattedString(&s, GSDate::kShortDate | GSDate::kTime), 0);
+    EXPECT_STREQ(s.c_str(), "2024-03-05, 14:07:09");
+    GSDate back;
+    EXPECT_EQ(back.readFromFormattedString(s, 6), 0);
+    EXPECT_EQ(show(back), show(d));
+    EXPECT_EQ(back.readFromFormattedString(s, 5), 1);
+
+    GSNumericStringTable german;
+    for (auto const& [id, text] : {std::pair{90000, "d. MMMM yyyy"}, {90002, "H.mm 'Uhr'"}, {90012, "März"},
+                                   {90036, "Dienstag"}, {90049, "nachm."}})
+        ASSERT_GE(german.setValue(id, GSString(text)), 0);
+    ASSERT_EQ(GSString::setNumericStringTable(german), 0);
+    EXPECT_STREQ(d.getFormatString(5).c_str(), "d. MMMM yyyy, H.mm 'Uhr'");
+    EXPECT_STREQ(d.getFormatString(6).c_str(), "yyyy-MM-dd, H.mm 'Uhr'");
+    EXPECT_EQ(formatted(d, "EEEE d. MMMM a, MMM EEE"), "Dienstag 5. März nachm., Mar Tue");
+    EXPECT_EQ(back.readFromFormattedString(GSString("7. März 1999, 9.05 uhr"), 5), 1); // literal text as it is
+    EXPECT_EQ(back.readFromFormattedString(GSString("7. MÄRZ 1999, 9.05 Uhr"), 5), 0);
+    EXPECT_EQ(show(back), "7:3:1999:9:5:9.0");
+    GSString mac;
+    mac.setEncoding(GSString::kMac);
+    EXPECT_EQ(d.writeToStringWithFormat(GSString("MMMM"), &mac), 0);
+    EXPECT_STREQ(mac.c_str(), "M\x8Arz");
+
+    GSNumericStringTable other;
+    ASSERT_GE(other.setValue(514, GSString("Mrz")), 0);
+    ASSERT_GE(other.setValue(539, GSString("pm.")), 0);
+    for (auto const& [first, result] : {std::pair{500, "Mrz pm. Tuesday"}, {0, "Mar PM Tuesday"}}) {
+        GSString out;
+        EXPECT_EQ(d.writeToStringWithFormatAndStringTable(GSString("MMM a EEEE"), first, other, &out), 0);
+        EXPECT_STREQ(out.c_str(), result);
+    }
+    ASSERT_EQ(GSString::setNumericStringTable(GSNumericStringTable::null), 0);
+}
+
+TEST(GSDateFile, BlockGoldenBytes)
+{
+    struct Case {
+        GSDate date;
+        short compact;
+        char const* hex;
+    } const cases[] = {
+        {GSDate(31, 3, 2024, 12, 5, 9), 0,
+         "01 01 00 00 00 00 00 00 00 06 1F 03 00 00 07 E8 00 00 00 01 00 00 00 03 0C 05 09 FF FF FF FF"},
+        {GSDate(31, 3, 2024, 12, 5, 9, 500), 0,
+         "01 01 00 00 00 00 00 00 00 06 1F 03 00 00 07 E8 00 00 00 01 00 00 00 03 0C 05 09 "
+         "00 00 00 02 00 00 00 02 01 F4 FF FF FF FF"},
+        {GSDate(1, 1, -2), 1, "11 00 06 01 01 FF FF FF FE 01 03 00 00 00 7F"},
+        {GSDate(255, 255, INT_MIN, 255, 255, 255, 65535), 1, "11 00 06 FF FF 80 00 00 00 01 03 FF FF FF 02 02 FF FF 7F"},
+    };
+    for (Case const& c : cases) {
+        EXPECT_EQ(blockHex(c.date, c.compact), c.hex);
+        GSDate back(9, 9, 9, 9, 9, 9, 9);
+        EXPECT_EQ(readBlock(c.hex, c.compact, &back), 0) << c.hex;
+        EXPECT_EQ(show(back), show(c.date)) << c.hex;
+    }
+    EXPECT_EQ(GSDate().write(nullptr), 1);
+}
+
+TEST(GSDateFile, DamagedBlocks)
+{
+    std::string const good = "01 01 00 00 00 00 00 00 00 06 1F 03 00 00 07 E8 00 00 00 01 00 00 00 03 0C 05 09 "
+                             "00 00 00 02 00 00 00 02 01 F4 FF FF FF FF";
+    std::vector<unsigned char> const bytes = fromHex(good);
+    for (size_t n = 0; n < bytes.size(); ++n) {
+        GSDate d;
+        EXPECT_EQ(readBlock(toHex(std::vector<unsigned char>(bytes.begin(), bytes.begin() + n)), 0, &d), 1) << n;
+    }
+    struct Case {
+        char const* what;
+        char const* hex;
+        char const* fields; // null: refused
+    } const cases[] = {
+        {"minor version 15", "01 0F 00 00 00 01 00 00 00 03 0C 05 09 FF FF FF FF", "9:9:9:12:5:9.0"},
+        {"version 1.0", "01 00 00 00 00 02 00 00 00 02 01 F4 FF FF FF FF", "9:9:9:9:9:9.500"},
+        {"version 2.0", "02 00 00 00 00 01 00 00 00 03 0C 05 09 FF FF FF FF", nullptr},
+        {"date record of 5 bytes", "01 01 00 00 00 00 00 00 00 05 1F 03 00 00 07 FF FF FF FF", nullptr},
+        {"time record of 2 bytes", "01 01 00 00 00 01 00 00 00 02 0C 05 FF FF FF FF", nullptr},
+        {"millisecond record of 1 byte", "01 01 00 00 00 02 00 00 00 01 01 FF FF FF FF", nullptr},
+        {"other records and extra bytes skipped",
+         "01 01 00 00 00 07 00 00 00 02 AA BB 00 00 00 00 00 00 00 08 1F 03 00 00 07 E8 EE EE FF FF FF FF",
+         "31:3:2024:9:9:9.0"},
+        {"tag 0x80000000", "01 01 80 00 00 00 00 00 00 00 FF FF FF FF", nullptr},
+        {"record beyond the file", "01 01 00 00 00 00 00 00 01 00 1F 03 00 00 07 E8 FF FF FF FF", nullptr},
+    };
+    for (Case const& c : cases) {
+        GSDate d(9, 9, 9, 9, 9, 9, 9);
+        EXPECT_EQ(readBlock(c.hex, 0, &d), c.fields ? 0 : 1) << c.what;
+        if (c.fields) {
+            EXPECT_EQ(show(d), c.fields) << c.what;
+        }
+    }
+    GSDate d;
+    EXPECT_EQ(d.read(nullptr), 1);
+}
