@@ -217,6 +217,8 @@ std::map<std::string, Bytes> corpus()
         {"block-classic", "00 01 01 00 00 00 00 00 00 00 06 1F 03 00 00 07 E8 00 00 00 01 00 00 00 03 0C 05 09 "
                           "00 00 00 02 00 00 00 02 01 F4 FF FF FF FF"},
         {"block-compact", "01 11 00 06 01 01 FF FF FF FE 01 03 00 00 00 02 02 FF FF 7F"},
+        // Found by the fuzzer: fields out of their ranges (day and month 255) still go through the calendar.
+        {"block-compact-odd-fields", "01 11 00 06 FF FF FF FF FF FF FF"},
         {"block-other-records", "00 01 01 00 00 00 07 00 00 00 02 AA BB 00 00 00 00 00 00 00 08 1F 03 00 00 07 E8 EE EE "
                                 "FF FF FF FF"},
     };
