@@ -147,6 +147,7 @@ TEST(GSDateCalendar, ValidationAndComparison)
         {GSDate(1, 1, 1, 24, 60, 60), 3}, {GSDate(1, 1, 1, 0, 60, 60), 4}, {GSDate(1, 1, 1, 0, 0, 60), 5}};
     for (Case const& c : cases)
         EXPECT_EQ(c.date.checkForError(), c.error) << show(c.date);
+    EXPECT_EQ(GSDate(1, 13, 2024).lengthOfMonth() + GSDate(1, 0, 2024).lengthOfMonth(), 0);
     for (int y : {1900, 2000, 2023, 2024, -1, 0})
         for (int m = 0; m <= 13; ++m)
             for (int d = 0; d <= 32; ++d)
@@ -274,7 +275,9 @@ TEST(GSDateTime, CalendarTimeAndGMT)
     std::uniform_int_distribution<long> when(-100000000000L, 100000000000L);
     for (int i = 0; i < 2000; ++i) {
         long const s = i == 0 ? 0 : when(gen);
-        GSDate const gmt(s, 1), local(s, 0);
+        GSDate gmt;
+        GSDate const local(s, 0);
+        ASSERT_EQ(gmt.init(s, 1), 0);
         ASSERT_EQ(show(gmt), show(fromChrono(sys_seconds{seconds{s}}))) << s;
         ASSERT_EQ(show(local), show(fromChrono(sys_seconds{seconds{s + 10800}}))) << s;
         ASSERT_EQ(local.getSeconds(), s);
@@ -284,9 +287,13 @@ TEST(GSDateTime, CalendarTimeAndGMT)
         moved.convertFromGMTime();
         ASSERT_EQ(show(moved), show(local));
     }
-    GSDate bad(1, 1, 1);
-    EXPECT_EQ(bad.init(LONG_MAX, 1), 1);
-    EXPECT_EQ(show(bad), show(GSDate::invalid));
+    // The last second of the last 32-bit year, and beyond.
+    long const last = (GSDate(31, 12, INT_MAX).days() - GSDate(1, 1, 1970).days()) * 86400 + 86399;
+    GSDate edge;
+    EXPECT_EQ(edge.init(last, 1), 0);
+    EXPECT_EQ(show(edge), "31:12:2147483647:23:59:59.0");
+    EXPECT_EQ(edge.init(last + 1, 1) + GSDate(1, 1, 1).init(LONG_MAX, 1), 2);
+    EXPECT_EQ(show(edge), show(GSDate::invalid));
     unsetenv("TZ");
     tzset();
     for (int useGMT : {0, 1}) {
