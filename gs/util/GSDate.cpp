@@ -150,7 +150,9 @@ short GSDate::checkForError() const
 
 // --- Queries -------------------------------------------------------------------------------------
 
-bool GSDate::isLeapYear(int y) { return y % 4 == 0 && (y % 100 != 0 || y % 400 == 0); }
+// Divisible by 4, and not by 100 unless by 400: for a multiple of 4, "by 100" is "by 25" and "by
+// 400" is "by 16", which the low bits tell (also for negative years, in two's complement).
+bool GSDate::isLeapYear(int y) { return (y & 3) == 0 && (y % 25 != 0 || (y & 15) == 0); }
 
 int GSDate::getDaysForYear(int y) { return isLeapYear(y) ? 366 : 365; }
 
@@ -167,7 +169,18 @@ int GSDate::getDayOfYear() const
     return kDaysBefore[m - 1] + (m > 2 && isLeapYear(year) ? 1 : 0) + day - 1;
 }
 
-long GSDate::days() const { return firstDayOfYear(year) + getDayOfYear(); }
+long GSDate::days() const
+{
+    // firstDayOfYear(year) + getDayOfYear() computed as setDayNumber counts: from 1 March of year 0
+    // (day number 59), the year's leap day last. The same numbers for any day and month (a month
+    // outside 1..12 counts as the nearer of 1 and 12, days run on linearly), with fewer divisions.
+    unsigned const m = month < 1 ? 1 : month > 12 ? 12 : month;
+    long const y = static_cast<long>(year) - (m <= 2 ? 1 : 0);
+    long const era = floorDiv(y, 400);
+    unsigned const yoe = static_cast<unsigned>(y - era * 400);
+    unsigned const doy = (153 * (m > 2 ? m - 3 : m + 9) + 2) / 5;
+    return era * 146097 + (yoe * 365 + yoe / 4 - yoe / 100 + doy) + day - 1 + 59;
+}
 
 int GSDate::getDayOfWeek() const { return static_cast<int>(floorMod(days() - 730247, 7)); }
 
@@ -179,7 +192,8 @@ int GSDate::getWeekOfYear() const
     int const k = getDayOfYear() + m;
     if (m < 4) {
         int const week = k / 7 + 1;
-        if (week == 53 && GSDate(31, 12, year).getDayOfWeekMonday() < 4)
+        // 31 December's weekday follows from 1 January's and the year's length.
+        if (week == 53 && (m + getDaysForYear(year) - 1) % 7 < 4)
             return 1;
         return week;
     }
@@ -202,13 +216,14 @@ void GSDate::setDayNumber(long n)
 {
     // Counted from 1 March of year 0, so that the leap day ends each 4-, 100- and 400-year cycle
     // (the civil-from-days method): era = 400-year cycle, doe = day of the era, yoe = year of the
-    // era, doy = day of that March-based year, mp = its month from March.
+    // era, doy = day of that March-based year, mp = its month from March. Within an era everything
+    // is small and unsigned, which keeps the divisions cheap.
     long const z = n - 59;
     long const era = floorDiv(z, 146097);
-    long const doe = z - era * 146097;
-    long const yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    long const doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    long const mp = (5 * doy + 2) / 153;
+    unsigned const doe = static_cast<unsigned>(z - era * 146097);
+    unsigned const yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    unsigned const doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+    unsigned const mp = (5 * doy + 2) / 153;
     day = static_cast<unsigned char>(doy - (153 * mp + 2) / 5 + 1);
     month = static_cast<unsigned char>(mp < 10 ? mp + 3 : mp - 9);
     year = wrapYear(era * 400 + yoe + (month <= 2 ? 1 : 0));
