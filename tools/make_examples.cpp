@@ -1,8 +1,8 @@
 // The one generator of sample and seed documents, all written with the test support library.
 //
 // Committed files: the sample documents of examples/ and the seed corpora of the thumbnail,
-// object-table and string fuzz targets (fuzz/corpus/thumbnail/, fuzz/corpus/objecttable/,
-// fuzz/corpus/string/); in a build with the
+// object-table, string and text fuzz targets (fuzz/corpus/thumbnail/, fuzz/corpus/objecttable/,
+// fuzz/corpus/string/, fuzz/corpus/text/); in a build with the
 // thumbnailer also those of the decode fuzz target (fuzz/corpus/decode/), whose pictures TurboJPEG
 // and libspng encode. The other pictures come from tests/data/pictures/ (drawn by
 // tools/make_pictures.py).
@@ -191,6 +191,26 @@ std::map<std::string, Bytes> corpus()
     };
     for (auto const& [name, hex] : strings)
         files[std::string("fuzz/corpus/string/") + name] = fromHex(hex);
+    // Text files and string tables: an option byte (bit 0 code-page text, bit 1 the compact framing,
+    // bit 2 unsorted tables), then the bytes.
+    std::pair<char const*, std::string> const texts[] = {
+        {"key-values", std::string(1, '\0') + "// settings\n\"a\" = \"b\";\n\"c\\x09\" = \"\\n\\\"\";\n\"e\" = \"f\"\n  \"g\" ;\n"},
+        {"byte-order-mark", std::string(1, '\0') + "\xEF\xBB\xBF\"k\xC3\xA9\" = \"v\";\n"},
+        {"code-page", "\x05\"\xE9\" = \"\x8A\";\n\"StringEncoding\" = \"UTF8\";\n\"\xC3\xA9\" = \"x\";\n"
+                      "\"StringEncoding\" = \"\";\n\"z\" = \"\x80\";\n"},
+        {"quoted-pieces", "\x01\"ab\"\n  \"c\\td\" \"\\a\\b\\f\\v\\r\\'\"\n/ note\n\"e\""},
+    };
+    for (auto const& [name, text] : texts)
+        files[std::string("fuzz/corpus/text/") + name] = Bytes(text.begin(), text.end());
+    std::pair<char const*, char const*> const tables[] = {
+        {"table-classic", "04 01 00 00 00 00 00 00 00 00 1F 00 00 00 02 FF 9B 00 00 00 02 61 00 FF 9B 00 00 00 03 78 79 00 "
+                          "FF 9B 00 00 00 02 62 00 00 00 FF FF FF FF"},
+        {"table-compact", "06 10 00 10 02 64 02 61 00 64 03 78 79 00 64 02 62 00 64 00 7F"},
+        {"table-other-records", "04 01 00 00 00 00 05 00 00 00 02 AA BB 00 00 00 00 00 00 00 0E 00 00 00 01 FF 9B 00 00 00 02 "
+                                "61 00 00 00 00 00 00 07 00 00 00 00 FF FF FF FF"},
+    };
+    for (auto const& [name, hex] : tables)
+        files[std::string("fuzz/corpus/text/") + name] = fromHex(hex);
     return files;
 }
 

@@ -1,0 +1,439 @@
+// String tables and their binary and text forms (formats in GSStringTable.h).
+#include "gs/text/GSStringTable.h"
+
+#include "gs/file/GSFile.h"
+#include "gs/file/GSTagRead.h"
+#include "gs/file/GSTagWrite.h"
+#include "gs/filespec/GSFileSpec.h"
+#include "gs/object/GSExceptions.h"
+
+#include <charconv>
+
+GSStringTable const GSStringTable::null;
+GSNumericStringTable const GSNumericStringTable::null;
+
+namespace {
+
+constexpr short kTableVersion = 256;
+constexpr int kEntriesTag = 0;
+// The smallest pair of the binary form: two empty strings of 2 bytes each, in either framing.
+constexpr long kMinimumPairBytes = 4;
+
+} // namespace
+
+// --- GSStringTable -------------------------------------------------------------------------------
+
+GSStringTable::GSStringTable(long initialSize, long growth) : entries(initialSize, growth) {}
+
+int GSStringTable::compareAscending(_StringTableEntry const* a, _StringTableEntry const* b)
+{
+    return a->key.compareValue(b->key);
+}
+
+int GSStringTable::compareAscendingCaseless(_StringTableEntry const* a, _StringTableEntry const* b)
+{
+    return a->key.compareValueCaseless(b->key);
+}
+
+int GSStringTable::compareSimple(_StringTableEntry const* a, _StringTableEntry const* b)
+{
+    return a->key.compareValueSimple(b->key);
+}
+
+int GSStringTable::compareSimpleCaseless(_StringTableEntry const* a, _StringTableEntry const* b)
+{
+    return a->key.compareValueCaselessSimple(b->key);
+}
+
+void GSStringTable::setSortCaseless(short caseless)
+{
+    sortCompare = caseless ? compareAscendingCaseless : compareAscending;
+    simpleCompare = caseless ? compareSimpleCaseless : compareSimple;
+}
+
+_StringTableEntry const& GSStringTable::getEntry(long index) const
+{
+    if (index < 0 || index >= entries.getCount())
+        throw bad_index();
+    return entries[index];
+}
+
+void GSStringTable::get(long index, GSString* key, GSString* value) const
+{
+    _StringTableEntry const& entry = getEntry(index);
+    if (key)
+        *key = entry.key;
+    if (value)
+        *value = entry.value;
+}
+
+long GSStringTable::search(GSString const& key, Compare compare) const
+{
+    _StringTableEntry const probe{key, GSString()};
+    long low = 0;
+    long high = entries.getCount();
+    while (low < high) {
+        long const middle = low + (high - low) / 2;
+        int const order = compare(&entries[middle], &probe);
+        if (order == 0)
+            return middle;
+        if (order < 0)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    return -low - 1;
+}
+
+long GSStringTable::searchUnsorted(GSString const& key, int (GSString::*compare)(GSString const&) const) const
+{
+    for (long i = 0, n = entries.getCount(); i < n; ++i) {
+        if ((entries[i].key.*compare)(key) == 0)
+            return i;
+    }
+    return -1;
+}
+
+long GSStringTable::setValue(GSString const& key, GSString const& value)
+{
+    // A copy first: key or value may lie in this table's storage, which the insertion moves.
+    _StringTableEntry const entry{key, value};
+    long const count = entries.getCount();
+    long at = count;
+    // Keys that arrive in order (a file this table wrote) are appended without a search and
+    // without moving anything, so that reading n sorted entries stays linear.
+    if (sorted && count > 0 && sortCompare(&entries[count - 1], &entry) >= 0) {
+        at = search(key, sortCompare);
+        if (at >= 0) {
+            _StringTableEntry* writable = entries.getWritablePointer();
+            if (!writable)
+                return -1;
+            writable[at].value = entry.value;
+            return at;
+        }
+        at = -at - 1;
+    }
+    return entries.insertAt(at, &entry, 1) ? -1 : at;
+}
+
+short GSStringTable::add(GSString const& key, GSString const& value) { return setValue(key, value) < 0 ? 1 : 0; }
+
+long GSStringTable::find(GSString const& key) const
+{
+    if (!sorted)
+        return searchUnsorted(key, &GSString::compareValue);
+    long const index = search(key, sortCompare);
+    return index >= 0 ? index : -1;
+}
+
+long GSStringTable::findSimple(GSString const& key) const
+{
+    if (!sorted)
+        return findUnsortedSimple(key);
+    long const index = search(key, simpleCompare);
+    return index >= 0 ? index : -1;
+}
+
+long GSStringTable::findUnsortedSimple(GSString const& key) const
+{
+    return searchUnsorted(key, &GSString::compareValueSimple);
+}
+
+long GSStringTable::findUnsortedCaseless(GSString const& key) const
+{
+    return searchUnsorted(key, &GSString::compareValueCaseless);
+}
+
+long GSStringTable::findUnsortedCaselessSimple(GSString const& key) const
+{
+    return searchUnsorted(key, &GSString::compareValueCaselessSimple);
+}
+
+GSString const& GSStringTable::valueAt(long index) const { return index >= 0 ? entries[index].value : GSString::null; }
+
+GSString const& GSStringTable::getValue(GSString const& key) const { return valueAt(find(key)); }
+
+GSString const& GSStringTable::getValueSimple(GSString const& key) const { return valueAt(findSimple(key)); }
+
+GSString const& GSStringTable::getValueCaseless(GSString const& key) const
+{
+    return valueAt(findUnsortedCaseless(key));
+}
+
+GSString const& GSStringTable::getValueCaselessSimple(GSString const& key) const
+{
+    return valueAt(findUnsortedCaselessSimple(key));
+}
+
+long GSStringTable::removeValue(GSString const& key)
+{
+    long const index = find(key);
+    if (index < 0)
+        return -1;
+    long const count = entries.getCount();
+    entries.removeAt(index);
+    // A shared entry array that cannot be copied keeps its entry.
+    return entries.getCount() < count ? index : -1;
+}
+
+bool GSStringTable::hasCommonKeysWith(GSStringTable const& other) const
+{
+    for (long i = entries.getCount() - 1; i >= 0; --i) {
+        if (!other.getValue(entries[i].key).isEmpty())
+            return true;
+    }
+    return false;
+}
+
+short GSStringTable::addStringTable(GSStringTable const& other)
+{
+    // The count first and each entry copied out: `other` may be this table, which add changes.
+    long const count = other.getCount();
+    for (long i = 0; i < count; ++i) {
+        _StringTableEntry const entry = other.entries[i];
+        if (short st = add(entry.key, entry.value))
+            return st;
+    }
+    return 0;
+}
+
+// --- GSNumericStringTable ------------------------------------------------------------------------
+
+GSNumericStringTable::GSNumericStringTable(long initialSize, long growth) : entries(initialSize, growth) {}
+
+_NumericStringTableEntry const& GSNumericStringTable::getEntry(long index) const
+{
+    if (index < 0 || index >= entries.getCount())
+        throw bad_index();
+    return entries[index];
+}
+
+void GSNumericStringTable::get(long index, int* key, GSString* value) const
+{
+    _NumericStringTableEntry const& entry = getEntry(index);
+    if (key)
+        *key = entry.key;
+    if (value)
+        *value = entry.value;
+}
+
+void GSNumericStringTable::get(long index, GSString* key, GSString* value) const
+{
+    int number = 0;
+    get(index, &number, value);
+    if (key) {
+        char digits[16];
+        char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+        *key = GSString(digits, end - digits, GSString::kUTF8);
+    }
+}
+
+long GSNumericStringTable::search(int key) const
+{
+    _NumericStringTableEntry const probe{key, GSString()};
+    long low = 0;
+    long high = entries.getCount();
+    while (low < high) {
+        long const middle = low + (high - low) / 2;
+        int const order = GSDynaArray<_NumericStringTableEntry>::compareAscending(&entries[middle], &probe);
+        if (order == 0)
+            return middle;
+        if (order < 0)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    return -low - 1;
+}
+
+long GSNumericStringTable::find(int key) const
+{
+    long const index = search(key);
+    return index >= 0 ? index : -1;
+}
+
+GSString GSNumericStringTable::getValue(int key) const
+{
+    long const index = search(key);
+    return index >= 0 ? entries[index].value : GSString();
+}
+
+long GSNumericStringTable::setValue(int key, GSString const& value)
+{
+    _NumericStringTableEntry const entry{key, value};
+    long const count = entries.getCount();
+    long at = count;
+    // As for GSStringTable: keys in ascending order are appended without a search.
+    if (count > 0 && entries[count - 1].key >= key) {
+        at = search(key);
+        if (at >= 0) {
+            _NumericStringTableEntry* writable = entries.getWritablePointer();
+            if (!writable)
+                return -1;
+            writable[at].value = entry.value;
+            return at;
+        }
+        at = -at - 1;
+    }
+    return entries.insertAt(at, &entry, 1) ? -1 : at;
+}
+
+short GSNumericStringTable::add(GSString const& key, GSString const& value)
+{
+    return setValue(key.getBasicLongValue(0, nullptr, nullptr), value) < 0 ? 1 : 0;
+}
+
+// --- Binary form ---------------------------------------------------------------------------------
+
+short GSBasicStringTable::write(GSFile* file) const
+{
+    if (!file)
+        return 1;
+    GSTagWrite tags(file);
+    if (short st = tags.writeVersion(kTableVersion))
+        return st;
+    long const count = getCount();
+    if (count > 0) {
+        if (short st = tags.writeStart(kEntriesTag))
+            return st;
+        if (short st = file->writeArrayCount(count))
+            return st;
+        GSString key, value;
+        for (long i = 0; i < count; ++i) {
+            get(i, &key, &value);
+            if (short st = key.write(file))
+                return st;
+            if (short st = value.write(file))
+                return st;
+        }
+        if (short st = tags.writeEnd())
+            return st;
+    }
+    return tags.writeEndTag();
+}
+
+short GSBasicStringTable::read(GSFile* file)
+{
+    if (!file)
+        return 1;
+    GSTagRead tags(file);
+    if (short st = tags.readVersion(kTableVersion, nullptr))
+        return st;
+    for (;;) {
+        int const tag = tags.read();
+        if (tag == GSTagRead::kEndTag)
+            return 0;
+        // Also a header that cannot be read or whose record does not fit.
+        if (tag == GSTagRead::kReadFailure)
+            return 1;
+        if (tag == kEntriesTag) {
+            long count;
+            if (short st = file->readArrayCount(&count))
+                return st;
+            // The count is the file's word: it must fit in the record before it is believed.
+            long const left = file->getBytesLeft();
+            if (count < 0 || (left >= 0 && count > left / kMinimumPairBytes))
+                return 1;
+            GSString key, value;
+            for (long i = 0; i < count; ++i) {
+                if (short st = key.read(file))
+                    return st;
+                if (short st = value.read(file))
+                    return st;
+                if (short st = add(key, value))
+                    return st;
+            }
+        }
+        // Whatever the record holds beyond the pairs is left out.
+        if (short st = tags.skip())
+            return st;
+    }
+}
+
+// --- Text form -----------------------------------------------------------------------------------
+
+short GSBasicStringTable::load(GSFileSpec const& spec)
+{
+    release();
+    return merge(spec);
+}
+
+short GSBasicStringTable::merge(GSFileSpec const& spec)
+{
+    GSFile file(spec, 0);
+    if (short st = file.setAccessMode("rb"))
+        return st;
+    if (short st = file.open())
+        return st;
+    short const status = merge(&file);
+    short const closed = file.close();
+    return status ? status : closed;
+}
+
+short GSBasicStringTable::merge(GSFile* file)
+{
+    if (!file)
+        return 1;
+    GSString const encodingKey = GSString::fixed("StringEncoding");
+    GSString const utf8Value = GSString::fixed("UTF8");
+    // The UTF-8 byte-order mark says UTF-8 (isUTF8 takes it); any other leading bytes from 129 up
+    // are a mark of some other kind and are passed over.
+    int current = file->isUTF8() ? GSString::kUTF8 : GSString::getNativeEncoding();
+    int c;
+    while ((c = file->getChar()) >= 129) {
+    }
+    if (c >= 0 && file->seek(-1, 1))
+        return 1;
+    GSString key, value;
+    for (;;) {
+        // The tags before the read say how the text is to be taken.
+        key.setEncoding(current);
+        value.setEncoding(current);
+        if (short st = key.readKeyValue(file, &value))
+            return st;
+        if (key.isEmpty())
+            return 0;
+        if (key == encodingKey) {
+            if (value == utf8Value)
+                current = GSString::kUTF8;
+            else if (value.isEmpty())
+                current = GSString::getNativeEncoding();
+            continue;
+        }
+        // Into UTF-8, which holds every character: the conversion cannot lose one.
+        (void)key.convertEncoding(GSString::getPreferredEncoding());
+        (void)value.convertEncoding(GSString::getPreferredEncoding());
+        if (short st = add(key, value))
+            return st;
+    }
+}
+
+short GSBasicStringTable::save(GSFileSpec const& spec) const
+{
+    GSFile file(spec, 0);
+    if (file.setAccessMode("w+") || file.open())
+        return 1;
+    GSString const encodingKey = GSString::fixed("StringEncoding");
+    GSString const utf8Value = GSString::fixed("UTF8");
+    bool utf8 = false;
+    GSString key, value;
+    for (long i = 0, n = getCount(); i < n; ++i) {
+        get(i, &key, &value);
+        bool const unicode = key.getEncoding() > 99 || value.getEncoding() > 99;
+        short status = 0;
+        if (unicode && !utf8)
+            status = encodingKey.writeKeyValue(&file, utf8Value);
+        else if (!unicode && utf8)
+            status = encodingKey.writeKeyValue(&file, GSString());
+        utf8 = unicode;
+        if (unicode) {
+            (void)key.convertEncoding(GSString::kUTF8);
+            (void)value.convertEncoding(GSString::kUTF8);
+        }
+        if (status || key.writeKeyValue(&file, value)) {
+            (void)file.close(1); // abandon: the old file stays
+            return 1;
+        }
+    }
+    return file.close() ? 1 : 0;
+}
