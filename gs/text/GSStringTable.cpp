@@ -382,8 +382,8 @@ short GSBasicStringTable::merge(GSFile* file)
     int c;
     while ((c = file->getChar()) >= 129) {
     }
-    if (c >= 0 && file->seek(-1, 1))
-        return 1;
+    if (c >= 0)
+        (void)file->seek(-1, 1); // back over a byte just read: only a broken stream fails
     GSString key, value;
     for (;;) {
         // The tags before the read say how the text is to be taken.
@@ -435,5 +435,5 @@ short GSBasicStringTable::save(GSFileSpec const& spec) const
             return 1;
         }
     }
-    return file.close() ? 1 : 0;
+    return file.close();
 }
