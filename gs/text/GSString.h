@@ -36,6 +36,8 @@
 
 class GSFile;
 class GSFileSpec;
+template <class T>
+class GSDynaArray;
 
 // The shared block of a GSString: a GSObject for its atomic reference count.
 class GSStringBuffer final : public GSObject {
@@ -146,6 +148,134 @@ public:
     // The text from `start`, `length` bytes, clamped to the string; same tag.
     GSString getSubstring(long start, long length) const;
 
+    // --- Search --------------------------------------------------------------------------------
+    // Results are byte indices, -1 for "not found"; a negative start counts as 0. A search for a
+    // byte `c` compares bytes (in UTF-8 text only an ASCII `c` is a whole character). A text to
+    // find is taken as bytes in this string's encoding, as add() takes it; an empty one is never
+    // found. Caseless searches read both strings by character (each through its own tag) and
+    // compare the characters mapped by toUpperUnicode.
+    long findChar(char c, long start = 0) const noexcept;
+    // Code pages: bytes compared through the tag's table to Unicode (tag 2: ASCII letters only);
+    // UTF-8: ASCII letters only (a single byte of UTF-8 can be no other letter).
+    long findCharCaseless(char c, long start = 0) const noexcept;
+    // The first `c` inside `range`, which is clamped to the text.
+    long findCharInRange(char c, GSRange const& range) const noexcept;
+    // The first character at or after `start` that is one of the characters of `chars`, both read
+    // by character (a start inside a UTF-8 character moves to the next one).
+    long findCharFromString(GSString const& chars, long start = 0) const noexcept;
+    long findString(GSString const& what, long start = 0) const noexcept;
+    // *end (when given) receives the index behind the match, whose byte length may differ from
+    // that of `what`.
+    long findStringCaseless(GSString const& what, long start = 0, long* end = nullptr) const noexcept;
+    // `word` as a whole word: neither the character before nor the one after it is a word character
+    // (one that is neither white space nor a word delimiter, see isWordDelimiter). The text before
+    // and after counts, not only the part from `start`. *end as for findStringCaseless.
+    long findWord(GSString const& word, long start = 0, short caseless = 0, long* end = nullptr) const noexcept;
+    // The first white-space character (isWhiteSpace) at or after `start`.
+    long findWhiteSpace(long start = 0) const noexcept;
+    // `sequence` as one whole item of this text read as a list separated by `delimiter` ("b" in
+    // "a;b;c" but not in "a;bc"): it starts at 0 or behind a delimiter and ends at the end or
+    // before one.
+    long findSequenceWithDelimiter(GSString const& sequence, char delimiter, long start = 0) const noexcept;
+    // The number of bytes equal to `c`.
+    long countChar(char c) const noexcept;
+    // True when the text holds a line feed, a carriage return or (UTF-8) U+2029.
+    bool containsParagraphEnd() const noexcept;
+
+    // --- Editing -------------------------------------------------------------------------------
+    // Edits follow the storage rules above: a block that other strings share is copied before the
+    // change, and an allocation failure empties the string and returns 1. An edit that changes
+    // nothing leaves the storage as it is (still shared). Texts passed in are taken as bytes in this
+    // string's encoding, as add() takes them, and may be this string itself or a part of it.
+    // Indices are clamped to the text. In UTF-8 text an edit never splits a character: an index
+    // inside a character, or in front of an accent (U+0300-U+036F), moves to the start of that
+    // character with its accents, and the end of a removed range moves behind it. Edits that build
+    // a new text (replace-all, case mapping, list replacement) do it in one pass.
+
+    // Inserts `text` at `index` (moved to a character start in UTF-8 text).
+    [[nodiscard]] short insert(long index, GSString const& text);
+    // The worker of insert: `count` bytes at `index` as it stands (clamped, not moved).
+    [[nodiscard]] short _insert(long index, char const* bytes, long count);
+    // Removes `length` bytes from `start` (a negative length: to the end), widened to whole
+    // characters in UTF-8 text.
+    [[nodiscard]] short remove(long start, long length);
+    // Every byte `from` becomes `to`. In UTF-8 text both must be ASCII; otherwise nothing changes
+    // and the result is 1.
+    [[nodiscard]] short replaceChar(char from, char to);
+    // Replaces characters by a list of pairs "character;replacement;" (`separator` in place of
+    // ";"), the last separator optional: "*; ;?;_;" turns every "*" into a blank and every "?"
+    // into "_". A replacement may be any text, empty included (the character is removed). Each
+    // character of the text is replaced once, by the first pair that names it. A pair whose first
+    // item is not exactly one character (one byte in a code page, one UTF-8 character otherwise)
+    // makes the list invalid: nothing changes and the result is 1.
+    [[nodiscard]] short replaceChar(GSString const& list, char separator);
+    // The inverse of replaceChar with the same list: every replacement text becomes its character.
+    // The text is read once from the start; at each place the first pair (in list order) whose
+    // non-empty replacement stands there is taken. replaceChar undone by replaceReverseChar gives
+    // the text back when the replacements are distinct, none is a prefix of another, and none
+    // occurred in the text before.
+    [[nodiscard]] short replaceReverseChar(GSString const& list, char separator);
+    // Every occurrence of `what`, left to right and not overlapping, becomes `with`. An empty
+    // `what` changes nothing.
+    [[nodiscard]] short replaceStringInString(GSString const& what, GSString const& with);
+    // The first whole-word `word` (findWord) at or after `start` becomes `with`; *found (when
+    // given) receives its index, or -1 when there is none (the result is still 0).
+    [[nodiscard]] short replaceWord(GSString const& word, GSString const& with, long start = 0,
+                                    short caseless = 0, long* found = nullptr);
+    // Every whole-word `word`, left to right, becomes `with`; whole words by the original text.
+    [[nodiscard]] short replaceAllWords(GSString const& word, GSString const& with, short caseless = 0);
+    // Removes white space (isWhiteSpace) at both ends.
+    [[nodiscard]] short trim();
+    // Removes the runs of byte `c` at both ends / at the start / at the end. In UTF-8 text only an
+    // ASCII `c` is removed; another byte changes nothing.
+    [[nodiscard]] short trimChar(char c);
+    [[nodiscard]] short removeLeadingChar(char c);
+    [[nodiscard]] short removeTrailingChar(char c);
+    [[nodiscard]] short removeLeadingWhiteSpace();
+    [[nodiscard]] short removeTrailingWhiteSpace();
+    // Appends `text` between two double quotes, as it is (no escaping).
+    [[nodiscard]] short addWithQuotes(GSString const& text);
+    // Appends `text` unless the string already ends with it ("/" onto a folder path).
+    [[nodiscard]] short addIfNeeded(GSString const& text);
+    // Turns the backslash escapes \a \b \t \n \v \f \r into bytes 7-13 and \\ \" \' into the
+    // character after the backslash. A backslash before anything else, or at the end, stays as it
+    // is with the character after it.
+    [[nodiscard]] short convertEscapeChars();
+
+    // Case mapping: UTF-8 characters through toUpperUnicode / toLowerUnicode (so by the process
+    // locale; a character may change its byte length), bytes that are not valid UTF-8 unchanged.
+    // Code-page bytes are read through the tag's table and mapped; a byte changes only when the
+    // code page has a byte for the mapped character (tag 2, without tables: ASCII letters only).
+    enum CaseMode : short {
+        kCaseKeep = 0,  // unchanged
+        kCaseUpper = 1,
+        kCaseLower = 2,
+        kCaseWords = 3  // upper case for a word character (findWord's sense) after a character
+                        // that is none, lower case for all others
+    };
+    [[nodiscard]] short toUpper();
+    [[nodiscard]] short toLower();
+    // Copies; an allocation failure gives an empty string.
+    GSString getUpperString() const;
+    GSString getStringWithCase(CaseMode caseMode) const;
+    GSString getTrimmedString() const;
+
+    // The name for the next copy of the item this string names, as "Image (2)" after "Image" and
+    // "Image (3)" after "Image (2)" (copy word " (", suffix ")"), or "Image copy", "Image copy 2",
+    // "Image copy 3" (copy word " copy", no suffix, spaceBeforeNumber set).
+    // 1. With `append` set an existing copy name is recognised: the name ends with `suffix`, before
+    //    it stands a run of digits 0-9 (possibly none); with spaceBeforeNumber set and digits
+    //    present, one U+0020 (or, in UTF-8, U+200B) before them belongs to the number when it is
+    //    there (it is not required); the text before that ends with `copyWord`. All compared as
+    //    bytes; an empty copy word or suffix always matches. Then the name is cut before the copy
+    //    word and n is the digits' value (getBasicLongValue, which keeps the leading digits of an
+    //    over-long number; 0 without digits); otherwise the whole name stays and n is -1.
+    // 2. The tail: copyWord; then for n >= 0 a space when spaceBeforeNumber is set and n + 1 (2 for
+    //    n = 0); for n < 0 the number 2 only when spaceBeforeNumber is not set; then `suffix`.
+    // 3. With `append` set the tail is appended; without it it goes in front of the whole name.
+    GSString getNextCopyName(GSString const& copyWord, GSString const& suffix, short append,
+                             short spaceBeforeNumber) const;
+
     // --- Encodings and conversion --------------------------------------------------------------
     // The 256-entry table to Unicode for tags 0, 1 and 3; null otherwise.
     static unsigned short const* getToUnicodeTableForEncoding(int tag) noexcept;
@@ -223,6 +353,106 @@ public:
     // Byte-exact equality of the texts (the tags are not compared).
     bool operator==(GSString const& other) const noexcept;
     bool operator!=(GSString const& other) const noexcept { return !(*this == other); }
+
+    // --- Numbers -------------------------------------------------------------------------------
+    // Formatting appends to the string and returns 1 only when storage cannot be had. Decimal
+    // points are always ".", whatever the process locale.
+    //
+    // The decimal digits of |value|, at least one. |width| is a minimum count of digits, the sign
+    // not counted: a positive width pads on the left with spaces and puts "-" between the spaces
+    // and the digits ("  -42"), a negative width puts "-" first and pads with zeros ("-00042"),
+    // width 0 pads nothing.
+    [[nodiscard]] short addLong(int value, int width = 0);
+    [[nodiscard]] short addLongLong(long value, int width = 0);
+    // The number of decimal digits of |value|, at least 1; the sign is not counted.
+    static int getDigitCountForLong(long value) noexcept;
+    // Exactly `digits` hexadecimal digits, most significant first, of the low 4 x digits bits
+    // (digits beyond the value's width are "0"); "A"-"F" when `upper` is non-zero, else "a"-"f".
+    // Fewer than 1 digit appends nothing.
+    [[nodiscard]] short addHex(unsigned int value, int digits, short upper);
+    [[nodiscard]] short addHex64(unsigned long value, int digits, short upper);
+    // The address as addHex64 gives it; by default all its digits, in lower case.
+    [[nodiscard]] short addHexPointer(void const* pointer, int digits = 2 * sizeof(void*), short upper = 0);
+    // A number in one of four forms:
+    //   width >= 1, decimals < 1   floor(value + 0.49000000953674316) (0.49 as a float, widened:
+    //                              2.5 gives 2, 2.51 gives 3) through addLongLong with `width`;
+    //                              a result outside the 64-bit range (or NaN) as "%.0f" prints it
+    //   width >= 1, decimals >= 1  as printf's "%W.Df" with W = width + decimals + 1, D = decimals
+    //                              (width 5, decimals 2: "%8.2f", so "    3.14")
+    //   width < 1, decimals >= 1   "%.Df"
+    //   width < 1, decimals < 1    "%f" (six decimals)
+    // The printf forms give what printf gives in the "C" locale into a 256-byte buffer: at most
+    // 255 characters.
+    [[nodiscard]] short addDouble(double value, int width, int decimals);
+    // addDouble of the value widened to double.
+    [[nodiscard]] short addFloat(float value, int width, int decimals);
+    // The shortest text of up to `decimals` decimals: "-" for a negative value, then its magnitude
+    // plus 0.49 x 10^-decimals, integer part first. The fraction is multiplied by 10 at most
+    // `decimals` times, stopping as soon as what is left of it is at most 10^-decimals; when the
+    // digits so taken (k of them) are not all zero, "." and those digits follow with trailing
+    // zeros removed, and *shift (when given) receives -k; otherwise *shift receives 0. 1.05 with 3
+    // decimals gives "1.05" (shift -3), 2.0 gives "2" (shift 0), 1.09955 gives "1.1" (shift -1).
+    // `decimals` is taken between 0 and 18 (the digits are gathered in 64 bits). A magnitude of
+    // 2^63 or more (or NaN) is appended as "%.0f" prints it, with shift 0.
+    [[nodiscard]] short addCompactDouble(double value, int decimals, int* shift = nullptr);
+    [[nodiscard]] short addCompactFloat(float value, int decimals, int* shift = nullptr);
+    // Appends `format` with "%1" to "%9" replaced by the 1st to 9th of the further arguments, which
+    // are `GSString const*` (null: empty), and "%0" by the 10th. Only as many arguments are taken
+    // as the highest placeholder needs; the others are never touched. There is no escape for "%":
+    // a "%" not followed by a digit stays as it is, so "%%" gives "%%" and "100%" stays "100%".
+    // The text is built in one encoding: UTF-8 when the format or any argument taken is UTF-8, else
+    // this string's tag; the format, the arguments and this string are converted to it (characters
+    // that it cannot represent are left out). Always 0.
+    [[nodiscard]] short addStringWithNumberedFormat(GSString const* format, ...);
+
+    // The four value getters read from the start of the text, after leading white space (the
+    // bytes isWhiteSpace accepts), up to the first character that does not fit; a text without a
+    // number gives 0. None depends on the process locale.
+    //
+    // An optional "-", then an optional "+" ("-+5" is -5, "+-5" is 0), then digits
+    // (getBasicLongValue): digits are added only while the value is below 214748364, so an
+    // over-long number keeps its leading digits ("2147483648" gives 214748364) and never
+    // overflows.
+    int getLongValue() const noexcept;
+    // The same for 64 bits: digits are added while the value is below 922337203685477580.
+    long getLongLongValue() const noexcept;
+    // A decimal number: one optional sign, digits with at most one decimal point ("." or ",", see
+    // isDecimalPoint) and at least one digit (".5" and "5." count), then an optional exponent
+    // ("e" or "E", an optional sign, digits). The value is the nearest double (float), as strtod
+    // gives it in the "C" locale; beyond the range it is an infinity of the sign, below it 0.
+    // Hexadecimal numbers, "inf" and "nan" are not read.
+    double getDoubleValue() const noexcept;
+    float getFloatValue() const noexcept;
+    // The value of at most `digits` hexadecimal digits (either case) from byte `index`, stopping
+    // at the first other character or the end; 0 when the index is outside the text. Beyond 8 (16)
+    // digits the value keeps the last 8 (16) digits read.
+    unsigned int getHexValue(long index, int digits) const noexcept;
+    unsigned long getHex64Value(long index, int digits) const noexcept;
+    // True when the whole text, but for white space before and after, is a number as getLongValue
+    // / getDoubleValue read it (an integer is a float number too). An empty text is no number.
+    bool isNumber() const noexcept;
+    bool isFloatNumber() const noexcept;
+
+    // Number suffixes of names ("Image_3", "Scan12"). The suffix is the run of digits 0-9 at the
+    // end of the text together with the `divider` byte right before it; a divider of 0 means the
+    // digits alone. findNumberSuffix gives the index where the suffix starts, or -1 when the text
+    // does not end in digits or (with a divider) the digits do not follow the divider.
+    long findNumberSuffix(char divider) const noexcept;
+    // The value of the suffix's digits as getBasicLongValue reads them, or -1 when there is none.
+    int getNumberSuffix(char divider) const noexcept;
+    // Replaces the suffix with the divider and n, or appends them when there is none. The number
+    // keeps at least as many digits as the suffix had, padded with zeros ("frame_009" set to 10
+    // gives "frame_010"). A negative n removes the suffix.
+    [[nodiscard]] short setNumberSuffix(int n, char divider);
+
+    // Binary payloads as text: two lower-case hexadecimal digits per byte.
+    // True for a text of even length made only of 0-9, A-F and a-f (an empty text counts).
+    bool isBinaryData() const noexcept;
+    // Replaces the contents with the digits of the bytes; the tag becomes 100 (UTF-8).
+    [[nodiscard]] short initFromBinaryData(GSDynaArray<unsigned char> const& data);
+    // Appends one byte per pair of digits to *data. 1, with *data unchanged, when the text is not
+    // binary data (isBinaryData) or room cannot be made.
+    [[nodiscard]] short decodeBinaryData(GSDynaArray<unsigned char>* data) const;
 
     // --- Characters and indices ----------------------------------------------------------------
     static bool isSpace(unsigned int c) noexcept;
@@ -390,3 +620,13 @@ private:
 // Sort callbacks on two GSString pointers: the whole-string caseless order and its reverse.
 int GSStringCompareAscendingCaseless(void const* a, void const* b);
 int GSStringCompareDescendingCaseless(void const* a, void const* b);
+
+// One hexadecimal digit: true when c is 0-9, A-F or a-f, with its value (0-15) in *value when
+// given. GSGetNibbleHexChar gives the digit of the low four bits of `nibble`, "A"-"F" when
+// `upper` is non-zero.
+bool GSIsHexNibble(unsigned int c, int* value = nullptr) noexcept;
+char GSGetNibbleHexChar(unsigned int nibble, short upper) noexcept;
+
+// The bytes of `b` appended to a copy of `a`, as += does; the tag is a's. An allocation failure
+// gives an empty string.
+GSString operator+(GSString const& a, GSString const& b);

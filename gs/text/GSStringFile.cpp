@@ -222,7 +222,7 @@ short GSString::read0TerminatedUnicodeString(GSFile* file, short byteOrder)
     if (!file)
         return 1;
     // The units go through in pieces; a high surrogate at the end of a piece waits for the next.
-    unsigned short units[257];
+    unsigned short units[256];
     long n = 0;
     for (;;) {
         unsigned short unit;
@@ -233,10 +233,13 @@ short GSString::read0TerminatedUnicodeString(GSFile* file, short byteOrder)
         if (unit == 0)
             break;
         units[n++] = unit;
-        if (n == 256 && !(unit >= 0xD800 && unit <= 0xDBFF)) {
-            if (appendUTF16(units, n))
+        if (n == 256) {
+            bool const high = unit >= 0xD800 && unit <= 0xDBFF;
+            if (appendUTF16(units, high ? 255 : 256))
                 return 1;
             n = 0;
+            if (high)
+                units[n++] = unit;
         }
     }
     return n ? appendUTF16(units, n) : 0;

@@ -16,17 +16,6 @@ bool isHexEscaped(unsigned char c) { return (c < 32 && c != 7 && c != 8 && !(c >
 
 bool isBlank(int c) { return c == 9 || c == 10 || c == 13 || c == 32; }
 
-int hexValue(int c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 } // namespace
 
 char GSString::getFirstCChar(unsigned char c) noexcept
@@ -154,9 +143,9 @@ short GSString::readQuoted(GSFile* file, int open, int close, bool hexEscapes)
                     break;
                 }
                 if (hexEscapes && c == 'x') {
-                    int const high = hexValue(file->getChar());
-                    int const low = hexValue(file->getChar());
-                    if (high < 0 || low < 0)
+                    int high, low;
+                    if (!GSIsHexNibble(static_cast<unsigned>(file->getChar()), &high) ||
+                        !GSIsHexNibble(static_cast<unsigned>(file->getChar()), &low))
                         return failRead(1);
                     c = high * 16 + low;
                 } else {

@@ -213,14 +213,19 @@ TEST(GSStringQuoted, LengthPrefixedAndTerminatedReaders)
         ReadFile r(std::string("00 09 00 41"));
         EXPECT_NE(s.readUnicodeStringAndLength(&r.f, GSByteOrderBig, &length), 0);
     }
-    // A surrogate pair across the reader's pieces of 256 units stays one character.
-    std::string units;
-    for (int i = 0; i < 255; ++i)
-        units += "41 00 ";
-    ReadFile r(units + "3D D8 00 DE 00 00 42 00");
+    // A surrogate pair across the reader's pieces of 256 units stays one character, also when the
+    // text goes on for further pieces; a text without its zero unit reads as nothing.
+    std::string const as = [] {
+        std::string units;
+        for (int i = 0; i < 255; ++i)
+            units += "41 00 ";
+        return units;
+    }();
+    ReadFile r(as + "00 D8 00 DC " + as + "FF DB FF DF " + as + as + "00 00 " + as + as);
     EXPECT_EQ(s.read0TerminatedUnicodeString(&r.f, GSByteOrderLittle), 0);
-    EXPECT_EQ(bytes(s), std::string(255, 'A') + "\xF0\x9F\x98\x80");
-    EXPECT_NE(s.read0TerminatedUnicodeString(&r.f, GSByteOrderLittle), 0); // "B" and no zero unit
+    std::string const a255(255, 'A');
+    EXPECT_EQ(bytes(s), a255 + "\xF0\x90\x80\x80" + a255 + "\xF4\x8F\xBF\xBF" + a255 + a255);
+    EXPECT_NE(s.read0TerminatedUnicodeString(&r.f, GSByteOrderLittle), 0);
     EXPECT_TRUE(s.isEmpty());
 }
 

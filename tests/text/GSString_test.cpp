@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <random>
 #include <string>
 #include <vector>
@@ -129,61 +131,160 @@ TEST(GSStringStorage, AppendsAsUTF8)
     EXPECT_EQ(bytes(s), "A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xF8\x88\x80\x80\x80\xFD\xBF\xBF\xBF\xBF\xBF");
 }
 
+namespace {
+
+// The model of replaceStringInString (words: of replaceAllWords) on ASCII text.
+std::string modelReplace(std::string const& s, std::string const& what, std::string const& with, bool words)
+{
+    auto inWord = [&](size_t i) { return i < s.size() && (std::isalnum(static_cast<unsigned char>(s[i])) || s[i] == '_'); };
+    std::string out;
+    for (size_t i = 0; i < s.size();) {
+        bool const whole = !words || (!(i > 0 && inWord(i - 1)) && !inWord(i + what.size()));
+        if (!what.empty() && s.compare(i, what.size(), what) == 0 && whole) {
+            out += with;
+            i += what.size();
+        } else {
+            out += s[i++];
+        }
+    }
+    return out;
+}
+
+std::string modelTrim(std::string s, std::string const& set)
+{
+    s.erase(0, std::min(s.find_first_not_of(set), s.size()));
+    return s.erase(s.find_last_not_of(set) + 1);
+}
+
+} // namespace
+
 // Random edits of a few strings, compared with std::string after every step; allocations fail at
 // random, and a failure must leave an empty string and status 1, never a crash or a change to a
-// string that shares the block.
+// string that shares the block. Outside the failing stretches every edit must succeed.
 TEST(GSStringStorage, BehavesLikeStdStringUnderRandomEditsAndFailures)
 {
     std::mt19937 random(7);
     failRandom = &random;
     std::vector<GSString> strings(4);
     std::vector<std::string> model(4);
-    static char const pool[] = "the quick brown fox jumps over the lazy dog, 0123456789 times over";
-    for (int step = 0; step < 20000; ++step) {
+    static char const pool[] = "the quick brown fox jumps over the lazy dog, 0123456789 times over\t \n the_end";
+    static char const* const pieces[] = {"", "o", "over", "the", " ", "ov", "the the", "x_y"};
+    auto piece = [&] { return std::string(pieces[random() % 8]); };
+    std::string const whiteSpace("\3\7\t\n\f\r ", 7);
+    for (int step = 0; step < 30000; ++step) {
         bool const failing = step % 1000 >= 700;
         GSSetArrayAllocationHook(failing ? failSometimes : nullptr);
         size_t const i = random() % 4, j = random() % 4;
-        switch (random() % 6) {
+        std::string& m = model[i];
+        GSString& s = strings[i];
+        // Applies the model's edit when the string's edit succeeded; a failure empties both.
+        auto check = [&](short status, auto edit) {
+            ASSERT_TRUE(status == 0 || failing) << "step " << step;
+            if (status == 0)
+                edit();
+            else
+                m.clear();
+        };
+        switch (m.size() > 600 ? 5 : random() % 16) {
         case 0: {
             long const from = random() % 40, n = random() % 30;
-            if (strings[i].add(pool + from, n) == 0)
-                model[i].append(pool + from, static_cast<size_t>(n));
-            else
-                model[i].clear();
+            check(s.add(pool + from, n), [&] { m.append(pool + from, static_cast<size_t>(n)); });
             break;
         }
         case 1:
-            strings[i] = strings[j];
-            model[i] = model[j];
+            s = strings[j];
+            m = model[j];
             break;
         case 2: { // part of itself
-            long const length = strings[i].getLength();
+            long const length = s.getLength();
             long const from = length ? random() % length : 0;
-            std::string const part = model[i].substr(static_cast<size_t>(from));
-            if (strings[i].add(strings[i].c_str() + from, length - from) == 0)
-                model[i] += part;
-            else
-                model[i].clear();
+            std::string const part = m.substr(static_cast<size_t>(from));
+            check(s.add(s.c_str() + from, length - from), [&] { m += part; });
             break;
         }
         case 3:
-            if (strings[i].setSize(random() % 200) != 0)
-                model[i].clear();
+            check(s.setSize(random() % 200), [] {});
             break;
         case 4:
-            strings[i] = strings[j].getSubstring(3, 50);
-            model[i] = strings[i].isEmpty() ? "" : model[j].substr(std::min<size_t>(3, model[j].size()), 50);
+            s = strings[j].getSubstring(3, 50);
+            m = s.isEmpty() ? "" : model[j].substr(std::min<size_t>(3, model[j].size()), 50);
             break;
-        case 5:
-            if (model[i].size() > 300) {
-                strings[i].releaseData();
-                model[i].clear();
+        case 5: // keeps the texts short
+            if (m.size() > 300) {
+                s.releaseData();
+                m.clear();
+            }
+            break;
+        case 6: { // insert, also of the string itself
+            long const at = static_cast<long>(random() % (m.size() + 3)) - 1;
+            std::string const text = model[j];
+            check(s.insert(at, strings[j]), [&] { m.insert(std::clamp<size_t>(at < 0 ? 0 : at, 0, m.size()), text); });
+            break;
+        }
+        case 7: {
+            long const at = static_cast<long>(random() % (m.size() + 3)) - 1;
+            long const n = static_cast<long>(random() % 40) - 5;
+            check(s.remove(at, n), [&] {
+                size_t const start = std::min<size_t>(at < 0 ? 0 : at, m.size());
+                m.erase(start, n < 0 ? std::string::npos : static_cast<size_t>(n));
+            });
+            break;
+        }
+        case 8: {
+            char const from = pool[random() % 20], to = pool[random() % 20];
+            check(s.replaceChar(from, to), [&] { std::replace(m.begin(), m.end(), from, to); });
+            break;
+        }
+        case 9:
+        case 10: { // the replacement may be a string that shares the block, or this one itself
+            bool const other = model[j].size() < 40;
+            std::string const what = piece(), with = other ? model[j] : piece();
+            GSString const plain(with.c_str());
+            check(s.replaceStringInString(what.c_str(), other ? strings[j] : plain), [&] { m = modelReplace(m, what, with, false); });
+            break;
+        }
+        case 11: {
+            std::string const word = piece(), with = piece();
+            check(s.replaceAllWords(word.c_str(), with.c_str()), [&] { m = modelReplace(m, word, with, true); });
+            break;
+        }
+        case 12:
+            check(s.trim(), [&] { m = modelTrim(m, whiteSpace); });
+            break;
+        case 13: {
+            char const c = pool[random() % 20];
+            switch (random() % 3) {
+            case 0:
+                check(s.trimChar(c), [&] { m = modelTrim(m, std::string(1, c)); });
+                break;
+            case 1:
+                check(s.removeLeadingChar(c), [&] { m.erase(0, std::min(m.find_first_not_of(c), m.size())); });
+                break;
+            default:
+                check(s.removeTrailingChar(c), [&] { m.erase(m.find_last_not_of(c) + 1); });
+                break;
             }
             break;
         }
+        case 14:
+            if (random() % 2)
+                check(s.toUpper(), [&] { for (char& c : m) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c))); });
+            else
+                check(s.toLower(), [&] { for (char& c : m) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c))); });
+            break;
+        case 15: {
+            size_t const k = random() % 4;
+            std::string const sum = model[j] + model[k];
+            s = strings[j] + strings[k];
+            m = failing && s.isEmpty() ? "" : sum;
+            break;
+        }
+        }
+        if (testing::Test::HasFatalFailure())
+            return;
         for (size_t k = 0; k < 4; ++k)
             ASSERT_EQ(bytes(strings[k]), model[k]) << "step " << step;
-        ASSERT_EQ(strings[i].c_str()[strings[i].getLength()], 0);
+        ASSERT_EQ(s.c_str()[s.getLength()], 0);
     }
     GSSetArrayAllocationHook(nullptr);
 }
