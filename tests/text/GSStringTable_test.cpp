@@ -105,8 +105,8 @@ TEST(GSStringTable, SortedAndUnsortedOrder)
         EXPECT_EQ(table.getCount(), 0);
     }
     GSNumericStringTable numbers;
-    for (int key : {20, -5, 7, 20})
-        EXPECT_EQ(numbers.add(GSString(std::to_string(key).c_str()), GSString(("v" + std::to_string(key)).c_str())), 0);
+    for (char const* key : {"20", "-5", " 7", "20"})
+        EXPECT_EQ(numbers.add(GSString(key), GSString(("v" + std::to_string(std::stoi(key))).c_str())), 0);
     EXPECT_EQ(numbers.setValue(8, GSString("eight")), 2);
     EXPECT_EQ(numbers.setValue(-5, GSString("minus")), 0); // replaced, also at the first index
     EXPECT_EQ(pairsOf(numbers), (Pairs{{"-5", "minus"}, {"7", "v7"}, {"8", "eight"}, {"20", "v20"}}));
