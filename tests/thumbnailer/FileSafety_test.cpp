@@ -52,7 +52,7 @@ TEST(FileSafetyWhole, WritesRegularFilesAndRefusesEverythingElse)
     };
     for (Case const& c : {Case{dir + "/new.jpg", true}, Case{dir + "/old.jpg", true}, Case{dir + "/link.jpg", true},
                           Case{longest, true}, Case{dir + "/fifo", false}, Case{dir + "/link-to-fifo", false},
-                          Case{"/dev/null", false}, Case{dir + "/folder", false}}) {
+                          Case{dir + "/folder", false}}) {
         Bytes const bytes = {1, 2, 3};
         std::string error = qm::writeFileWhole(c.path, bytes.data(), bytes.size());
         EXPECT_EQ(error.empty(), c.written) << c.path << ": " << error;
@@ -62,11 +62,11 @@ TEST(FileSafetyWhole, WritesRegularFilesAndRefusesEverythingElse)
         EXPECT_EQ(ourTemporaries(dir), std::vector<std::string>{}) << c.path;
     }
     // The link was replaced by the file; what it pointed to is unchanged. The special files stay.
+    // No device is among the cases: run as root, a fault that let the write through replaced it.
     EXPECT_FALSE(fs::is_symlink(dir + "/link.jpg"));
     std::string const linked = "the link's file";
     EXPECT_EQ(qmtest::readFile(dir + "/linked.jpg"), Bytes(linked.begin(), linked.end()));
     EXPECT_TRUE(fs::is_fifo(dir + "/fifo"));
-    EXPECT_TRUE(fs::is_character_file("/dev/null"));
     // Permission bits as a new file gets them, or as asked.
     ASSERT_EQ(qm::writeFileWhole(dir + "/private", nullptr, 0, 0600), "");
     EXPECT_EQ(fs::status(dir + "/private").permissions(), fs::perms::owner_read | fs::perms::owner_write);
