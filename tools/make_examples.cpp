@@ -1,8 +1,8 @@
 // The one generator of sample and seed documents, all written with the test support library.
 //
 // Committed files: the sample documents of examples/ and the seed corpora of the thumbnail,
-// object-table, string and text fuzz targets (fuzz/corpus/thumbnail/, fuzz/corpus/objecttable/,
-// fuzz/corpus/string/, fuzz/corpus/text/); in a build with the
+// object-table, string, text and date fuzz targets (fuzz/corpus/thumbnail/, fuzz/corpus/objecttable/,
+// fuzz/corpus/string/, fuzz/corpus/text/, fuzz/corpus/date/); in a build with the
 // thumbnailer also those of the decode fuzz target (fuzz/corpus/decode/), whose pictures TurboJPEG
 // and libspng encode. The other pictures come from tests/data/pictures/ (drawn by
 // tools/make_pictures.py).
@@ -211,6 +211,30 @@ std::map<std::string, Bytes> corpus()
     };
     for (auto const& [name, hex] : tables)
         files[std::string("fuzz/corpus/text/") + name] = fromHex(hex);
+    // Dates: a reader byte (0 the classic block, 1 the compact block, 2 the colon form, 3 a format,
+    // a zero byte, then the text), then the bytes.
+    std::pair<char const*, char const*> const dateBlocks[] = {
+        {"block-classic", "00 01 01 00 00 00 00 00 00 00 06 1F 03 00 00 07 E8 00 00 00 01 00 00 00 03 0C 05 09 "
+                          "00 00 00 02 00 00 00 02 01 F4 FF FF FF FF"},
+        {"block-compact", "01 11 00 06 01 01 FF FF FF FE 01 03 00 00 00 02 02 FF FF 7F"},
+        // Found by the fuzzer: fields out of their ranges (day and month 255) still go through the calendar.
+        {"block-compact-odd-fields", "01 11 00 06 FF FF FF FF FF FF FF"},
+        {"block-other-records", "00 01 01 00 00 00 07 00 00 00 02 AA BB 00 00 00 00 00 00 00 08 1F 03 00 00 07 E8 EE EE "
+                                "FF FF FF FF"},
+    };
+    for (auto const& [name, hex] : dateBlocks)
+        files[std::string("fuzz/corpus/date/") + name] = fromHex(hex);
+    std::pair<char const*, std::string> const dateTexts[] = {
+        {"colon", "\x02" "31:3:2024:12:5:9"},
+        {"colon-date", "\x02 1:2:-44"},
+        {"format-percent", std::string("\x03%Y-%m-%d %H:%M:%S.%s") + '\0' + "2024-03-05 14:07:09.045"},
+        {"format-names", std::string("\x03" "EEEE, d MMMM yyyy h:mm a") + '\0' + "tuesday, 5 June 2024 2:07 pm"},
+        {"format-adjacent", std::string("\x03yyyyMMddHHmmssSSS") + '\0' + "20240305140709045"},
+        {"format-quoted", std::string("\x03'at' HH 'o''clock' yy") + '\0' + "at 14 o'clock 69"},
+        {"format-short-names", std::string("\x03%a %d %b %y %I%p") + '\0' + "Thu 5 Jun 69 12AM"},
+    };
+    for (auto const& [name, text] : dateTexts)
+        files[std::string("fuzz/corpus/date/") + name] = Bytes(text.begin(), text.end());
     return files;
 }
 

@@ -2,6 +2,8 @@
 // of gs/util/ need them. Declarations only: one implementation per platform family.
 #pragma once
 
+struct tm;
+
 // A monotonic tick counter that never goes back and keeps counting while the machine runs.
 // Nanoseconds = ticks * numerator / denominator, with the timebase from GSPlatformGetTimebase.
 unsigned long GSPlatformGetTicks();
@@ -21,3 +23,8 @@ unsigned int GSNSGetOSVersion();
 
 // The calling process's identifier.
 int GSPlatformGetProcessID();
+
+// Breaks a calendar time value (seconds since 1970-01-01 00:00 GMT) down into *out, as GMT when
+// useGMT is non-zero, else as local time: the C library's gmtime and localtime, in their
+// thread-safe forms. False (and *out unspecified) when the value cannot be broken down.
+bool GSPlatformBreakDownTime(long seconds, int useGMT, tm* out);

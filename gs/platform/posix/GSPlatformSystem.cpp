@@ -71,3 +71,11 @@ unsigned int GSNSGetOSVersion()
 }
 
 int GSPlatformGetProcessID() { return static_cast<int>(getpid()); }
+
+bool GSPlatformBreakDownTime(long seconds, int useGMT, tm* out)
+{
+    time_t const t = static_cast<time_t>(seconds);
+    if (static_cast<long>(t) != seconds)
+        return false;
+    return (useGMT ? gmtime_r(&t, out) : localtime_r(&t, out)) != nullptr;
+}
