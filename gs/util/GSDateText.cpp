@@ -242,10 +242,10 @@ int fieldValue(GSDate const& date, Field field)
     case Field::kHour12: return date.getHour12(nullptr);
     case Field::kMinute: return date.minute;
     case Field::kSecond: return date.second;
-    case Field::kMillisecond: return date.millisecond;
-    case Field::kNone: break;
+    case Field::kMillisecond:
+    case Field::kNone: break; // no number field has kNone
     }
-    return 0;
+    return date.millisecond;
 }
 
 short writeFormatted(GSDate const& date, GSString const& format, NameSource const& names, GSString* out)

@@ -385,7 +385,8 @@ TEST(GSDateText, ReadingFormats)
         {"2024-3-514:07", "%Y-%m-%d %H:%M", "51:3:2024:4:7:9.9"}, // a blank matches none too
         {"20240305", "yyyyMMdd", "5:3:2024:9:9:9.9"}, {"20243", "yyyyMMdd", nullptr},
         {"202403051407", "%Y%m%d%H%M", "5:3:2024:14:7:9.9"}, {"-44-1-2", "y-M-d", "2:1:-44:9:9:9.9"},
-        {"-123456789", "y", "9:9:-123456789:9:9:9.9"}, {"1234567890", "y", nullptr},
+        {"-123456789", "y", "9:9:-123456789:9:9:9.9"}, {"1234567890", "y", nullptr}, {"6903", "%y%m", "9:3:1969:9:9:9.9"},
+        {"2147483647", "yyyyyyyyyy", "9:9:2147483647:9:9:9.9"}, {"99999999999", "yyyyyyyyyyyy'99999999999'", nullptr},
         {"5.3.68", "d.M.yy", "5:3:2068:9:9:9.9"}, {"5.3.69", "%d.%m.%y", "5:3:1969:9:9:9.9"},
         {"tuesday, 5 JUNE 2024", "EEEE, d MMMM yyyy", "5:6:2024:9:9:9.9"}, // the weekday is not checked
         {"5 Jun 2024", "d MMMM yyyy", "5:6:2024:9:9:9.9"}, {"5 June 2024", "d MMM yyyy", "5:6:2024:9:9:9.9"},
@@ -437,7 +438,7 @@ TEST(GSDateText, NamedFormatsAndNameTables)
 
     GSNumericStringTable german;
     for (auto const& [id, text] : {std::pair{90000, "d. MMMM yyyy"}, {90002, "H.mm 'Uhr'"}, {90012, "März"},
-                                   {90036, "Dienstag"}, {90049, "nachm."}})
+                                   {90036, "Dienstag"}, {90048, "v"}, {90049, "nachm."}})
         ASSERT_GE(german.setValue(id, GSString(text)), 0);
     ASSERT_EQ(GSString::setNumericStringTable(german), 0);
     EXPECT_STREQ(d.getFormatString(5).c_str(), "d. MMMM yyyy, H.mm 'Uhr'");
@@ -446,6 +447,8 @@ TEST(GSDateText, NamedFormatsAndNameTables)
     EXPECT_EQ(back.readFromFormattedString(GSString("7. März 1999, 9.05 uhr"), 5), 1); // literal text as it is
     EXPECT_EQ(back.readFromFormattedString(GSString("7. MÄRZ 1999, 9.05 Uhr"), 5), 0);
     EXPECT_EQ(show(back), "7:3:1999:9:5:9.0");
+    EXPECT_EQ(back.readFromStringWithFormat(GSString("1 nachm."), GSString("h a")) + back.readFromStringWithFormat(GSString("2 v"), GSString("h a")), 0);
+    EXPECT_EQ(back.hour, 2); // one-letter names count
     GSString mac; // names go into code-page text converted
     mac.setEncoding(GSString::kMac);
     EXPECT_EQ(d.writeToStringWithFormat(GSString("MMMM"), &mac), 0);
