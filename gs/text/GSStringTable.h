@@ -175,8 +175,8 @@ public:
     // The key as decimal text.
     void get(long index, GSString* key, GSString* value) const override;
     void get(long index, int* key, GSString* value) const;
-    // The key's decimal text (leading white space and an optional sign allowed; no digits reads as
-    // 0), then setValue; 1 when memory lacks.
+    // The key's number (GSString::getLongValue: leading white space and a sign allowed, a text
+    // without a number gives 0), then setValue; 1 when memory lacks.
     [[nodiscard]] short add(GSString const& key, GSString const& value) override;
 
     // The entry at `index`; throws bad_index outside 0..count-1. Valid until the table changes.

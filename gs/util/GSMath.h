@@ -25,11 +25,12 @@
 //
 // Bit-exactness: every fill is single-precision arithmetic, one rounding per operation (float
 // divisions, float square roots, floorf, truncation toward zero), so the tables are the same on
-// every platform and compiler. The build compiles the math sources with -ffp-contract=off
-// (gs/CMakeLists.txt), which forbids fusing a multiply and an add into one rounding, and each step
-// is kept in a float variable. The arctangent table holds the correctly rounded float arctangent
-// of float(k) / 511, taken as the double arctangent rounded to float: every entry lies far from a
-// float rounding midpoint, so any C library gives the same table (a libm's atanf need not).
+// every platform and compiler. The build compiles GSMath.cpp and GSMathHelpers.cpp with
+// -ffp-contract=off (gs/CMakeLists.txt), which forbids fusing a multiply and an add into one
+// rounding, and each step is kept in a float variable. The arctangent table holds the correctly
+// rounded float arctangent of float(k) / 511, taken as the double arctangent rounded to float:
+// every entry lies far from a float rounding midpoint, so any C library whose double atan is within
+// a few units in the last place gives the same table (atanf itself differs between libraries).
 //
 // Threads: MathInit fills the tables once per process, under std::call_once: it may be called any
 // number of times, also concurrently; every call returns after the tables are complete, and later
@@ -59,10 +60,10 @@ void GSCalcCubicFactors(float t, float* w);
 void GSCalcCubicFactors(double t, double* w);
 
 // The angle of the point (x, y) from a 512-entry arctangent table T[k] = atan(k / 511), read at
-// trunc(r * 511) for a ratio r in 0..1 of the smaller to the larger coordinate, in the octant the
-// signs and magnitudes give (pi/2 - T[x/y] above the diagonal of the first quadrant, pi + T[y/x]
-// in the third below it, ...). The result is in [0, 2pi], with a table step's error (at most about
-// 0.002). The origin, and every point with x == y >= 0, gives pi/4 (deliberately); a point just
+// trunc(r * 511) for the ratio r (0..1) of the smaller to the larger magnitude, placed in the
+// octant that the signs and magnitudes give (T[y/x] in the first, pi/2 - T[x/y] in the second, and
+// so on round the circle). The result is in [0, 2pi], within one table step (about 0.002) of the
+// true angle. The origin, and every point with x == y >= 0, gives pi/4 (deliberately); a point just
 // below the positive x axis gives 2pi itself (2pi - T[0]). A ratio that is not a number (both
 // coordinates infinite, or a NaN) reads T[511], so infinite points get their diagonal's angle and
 // NaN gives some value in [0, 2pi]. Needs MathInit.

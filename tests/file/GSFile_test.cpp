@@ -112,30 +112,6 @@ TEST_P(GSFileRead, FixedWidthValuesInBothDirections)
     EXPECT_EQ(d, 2.0);
 }
 
-TEST_P(GSFileRead, VariableWidthUnsigned)
-{
-    unsigned v = 99;
-    auto file = makeFile("01 02 03");
-    EXPECT_EQ(file->readULongVariable(&v, 0), 0);
-    EXPECT_EQ(v, 0u);
-    EXPECT_EQ(file->tell(), 0);
-    EXPECT_EQ(file->readULongVariable(&v, 3), 0);
-    EXPECT_EQ(v, 66051u);
-    EXPECT_EQ(makeFile("01 02 03 04 05")->readULongVariable(&v, 5), 0);
-    EXPECT_EQ(v, 0x02030405u); // the first byte is pushed out
-    v = 99;
-    EXPECT_EQ(makeFile("01")->readULongVariable(&v, -1), 0);
-    EXPECT_EQ(v, 0u);
-    unsigned long u = 0;
-    EXPECT_EQ(makeFile("01 02 03 04 05 06 07 08")->readULongLongVariable(&u, 8), 0);
-    EXPECT_EQ(u, 0x0102030405060708ul);
-    long s = 0;
-    EXPECT_EQ(makeFile("FF FF FF FF FF")->readFileSizeVariable(&s, 5), 0);
-    EXPECT_EQ(s, 0xFFFFFFFFFFL);
-    EXPECT_EQ(makeFile("01 02")->readIntXVariable(&s, 3), 1);
-    EXPECT_EQ(s, 0x0102); // what came is stored
-}
-
 TEST_P(GSFileRead, RawReadsAndPositionsRelativeToTheFileOffset)
 {
     unsigned char buffer[8] = {};

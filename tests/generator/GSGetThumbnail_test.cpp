@@ -77,20 +77,26 @@ std::unique_ptr<GSFile> memoryFile(Bytes const& bytes)
     return file;
 }
 
-// From version 3.0 on both float formats are IEEE; without mergingStarted no object table is
-// started, so the version alone must switch them.
-TEST(QuillmoorDataReadVersion, VersionThreeSwitchesToStandardFloats)
+// From version 3.0 on both float formats are IEEE and the object table (here an empty one)
+// follows the version. It is started only for a caller that asks, and said so; without that the
+// version alone must switch the floats.
+TEST(QuillmoorDataReadVersion, VersionThreeSwitchesToStandardFloatsAndStartsTheTable)
 {
-    for (char const* hex : {"03 00", "02 0F"}) {
-        auto file = memoryFile(fromHex(hex));
-        GSTagRead reader(file.get());
-        short version = 0;
-        EXPECT_EQ(QuillmoorDataReadVersion(&reader, &version, nullptr), 0);
-        bool three = hex[1] == '3';
-        EXPECT_EQ(version, three ? 0x0300 : 0x020F);
-        EXPECT_EQ(file->getFlags() & 192u, three ? 192u : 0u);
-        EXPECT_EQ(file->getObjectTable(), nullptr);
-    }
+    for (char const* hex : {"03 00 01 00 00 00 00 00 00 00 00 00", "02 0F"})
+        for (bool ask : {false, true}) {
+            auto file = memoryFile(fromHex(hex));
+            GSTagRead reader(file.get());
+            short version = 0, started = -1;
+            EXPECT_EQ(QuillmoorDataReadVersion(&reader, &version, ask ? &started : nullptr), 0);
+            bool three = hex[1] == '3';
+            EXPECT_EQ(version, three ? 0x0300 : 0x020F);
+            EXPECT_EQ(file->getFlags() & 192u, three ? 192u : 0u);
+            EXPECT_EQ(file->getObjectTable() != nullptr, three && ask);
+            EXPECT_EQ(started, ask ? three : -1);
+            if (three && ask) {
+                EXPECT_EQ(file->stopObjectMergingRead(), 0);
+            }
+        }
 }
 
 TEST(GSMemPicData, ReadFailsOnDamage)

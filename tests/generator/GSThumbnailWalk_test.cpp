@@ -91,6 +91,11 @@ TEST_P(ThumbnailWalk, NoPictureSaysWhy)
         b.documentID().version(v).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(8))).endTag();
         return Bytes(b.bytes());
     };
+    auto bare = [](int v) {
+        DocumentBuilder b;
+        v ? b.documentID().version(v) : b.documentID().versionTwoShort(0, 0);
+        return Bytes(b.bytes());
+    };
     DocumentBuilder selection, none, missingZero, cut;
     cut.documentID().version(0x0200).header(13, 0);
     Bytes const cutThumbnail = cut.bytes();
@@ -112,7 +117,9 @@ TEST_P(ThumbnailWalk, NoPictureSaysWhy)
          Reason::kInconsistent, R::kDocument, version},
         {"thumbnail record without its version", cutThumbnail, Reason::kTruncated, R::kDocument, version},
         {"selection", selection.bytes(), Reason::kSelection, R::kSelection, version},
-        {"version 4.0", withVersion(0x0400), Reason::kUnsupportedVersion, R::kDocument, version},
+        // A refused version is read also when fewer than four bytes, or just four, follow the ID.
+        {"version 4.0 at the end", bare(0x0400), Reason::kUnsupportedVersion, R::kDocument, version},
+        {"version 0.0 at the end", bare(0), Reason::kUnsupportedVersion, R::kDocument, version},
         {"version 2.16", withVersion(0x0210), Reason::kUnsupportedVersion, R::kDocument, version},
         {"version 0.255", withVersion(0x00FF), Reason::kUnsupportedVersion, R::kDocument, version},
         {"ID without its 0", missingZero.bytes(), Reason::kNotADocument, R::kUnrecognised, 0},

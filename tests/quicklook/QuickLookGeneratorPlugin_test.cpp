@@ -109,29 +109,6 @@ TEST_F(PluginTest, AnInstanceLivesFromTheFactoryToItsLastRelease)
     EXPECT_EQ(qmdouble::liveReferences(), before) << "the factory ID did not go with the instance";
 }
 
-TEST_F(PluginTest, AllocRetainsAndRegistersDeallocUndoesIt)
-{
-    GSCFTypeRef<CFUUIDRef> factoryID = uuidOf(QM_QUICKLOOK_FACTORY_UUID);
-    long before = qmdouble::liveReferences();
-    QuickLookGeneratorPluginType* instance = AllocQuickLookGeneratorPluginType(factoryID.get());
-    ASSERT_NE(instance, nullptr);
-    EXPECT_EQ(instance->factoryID, factoryID.get());
-    EXPECT_EQ(qmdouble::liveReferences(), before + 1);
-    EXPECT_EQ(registrations(), 1);
-    DeallocQuickLookGeneratorPluginType(instance);
-    EXPECT_EQ(qmdouble::liveReferences(), before);
-    EXPECT_EQ(registrations(), 0);
-
-    // An instance without a factory ID is freed without unregistering or releasing null (the
-    // double records either as an error).
-    instance = AllocQuickLookGeneratorPluginType(factoryID.get());
-    ASSERT_NE(instance, nullptr);
-    CFPlugInRemoveInstanceForFactory(instance->factoryID);
-    CFRelease(instance->factoryID);
-    instance->factoryID = nullptr;
-    DeallocQuickLookGeneratorPluginType(instance);
-}
-
 TEST_F(PluginTest, TheReferenceHolderReleasesTheOldValueWhenReplacedAndOnDestruction)
 {
     long before = qmdouble::liveReferences();

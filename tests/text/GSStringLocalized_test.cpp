@@ -31,6 +31,21 @@ GSStringTable stringsOf(std::vector<std::pair<char const*, char const*>> const& 
     return table;
 }
 
+} // namespace
+
+// Before any table is installed (ctest runs each test in a process of its own; in a shared
+// process an earlier test's tables hold none of these texts).
+TEST(GSStringLocalizedFirst, NothingInstalled)
+{
+    GSString const text("not installed anywhere");
+    EXPECT_EQ(GSString::getStringID(text), 0);
+    EXPECT_EQ(&GSString::getUnlocalizedString(text), &text);
+    EXPECT_EQ(bytes(GSString(GSString(text), nullptr)), bytes(text));
+    EXPECT_EQ(bytes(GSString(-77)), "");
+}
+
+namespace {
+
 // Each test starts without texts.
 class GSStringLocalized : public ::testing::Test {
 protected:
@@ -100,10 +115,12 @@ TEST_F(GSStringLocalized, ReverseLookupsSearchFromTheLastEntry)
     GSString const same("Same");
     EXPECT_EQ(GSString::getStringID(same), 0);
     EXPECT_EQ(&GSString::getUnlocalizedString(same), &same);
-    ASSERT_EQ(GSString::setNumericStringTable(numbersOf({{1, "Same"}, {2, "Other"}, {3, "Same"}})), 0);
-    ASSERT_EQ(GSString::setStringTable(stringsOf({{"k1", "Same"}, {"k2", "Same"}, {"k3", "Other"}})), 0);
-    EXPECT_EQ(GSString::getStringID(same), 3);
-    EXPECT_EQ(GSString::getStringID(GSString("Other")), 2);
+    ASSERT_EQ(GSString::setNumericStringTable(numbersOf({{1, "First"}, {2, "Same"}, {3, "Other"}, {4, "Same"}})), 0);
+    ASSERT_EQ(GSString::setStringTable(stringsOf({{"k0", "First"}, {"k1", "Same"}, {"k2", "Same"}, {"k3", "Other"}})), 0);
+    EXPECT_EQ(GSString::getStringID(same), 4);
+    EXPECT_EQ(GSString::getStringID(GSString("First")), 1);
+    EXPECT_EQ(bytes(GSString::getUnlocalizedString(GSString("First"))), "k0");
+    EXPECT_EQ(GSString::getStringID(GSString("Other")), 3);
     EXPECT_EQ(GSString::getStringID(GSString("same")), 0); // case-sensitive
     GSString const& key = GSString::getUnlocalizedString(same);
     EXPECT_EQ(bytes(key), "k2");

@@ -82,10 +82,8 @@ TEST(GSStringNumbers, AddDouble)
     struct Case { double value; int width, decimals; std::string expected; };
     Case const cases[] = {
         // Rounding adds 0.49 as a float widened: not 0.5 (2.5 gives 2), not the double 0.49.
-        {2.5, 3, 0, "  2"}, {0.509999995, 1, 0, "1"}, {-2.5, 1, 0, "-3"}, {-7.0, 3, 0, "  -7"},
+        {2.5, 3, 0, "  2"}, {0.509999995, 1, 0, "1"}, {-HUGE_VAL, 1, 0, "-inf"},
         {-9223372036854775808.0, 20, 0, " -9223372036854775808"}, {1e20, 2, 0, "100000000000000000000"},
-        {-HUGE_VAL, 1, 0, "-inf"}, {3.14159, 5, 2, "    3.14"} /* "%8.2f": width + decimals + 1 */,
-        {-1234.5678, 2, 1, "-1234.6"}, {3.14159, 0, 2, "3.14"}, {1.5, 0, 0, "1.500000"}, {1.5, -3, -1, "1.500000"},
         // printf into 256 bytes: the text is cut after 255 characters.
         {1e300, 1, 2, printed("%.2f", 1e300).substr(0, 255)}, {0.5, 400, 1, std::string(255, ' ')},
         {-DBL_MAX, 1, 2000, printed("%.2000f", -DBL_MAX).substr(0, 255)},
@@ -100,18 +98,18 @@ TEST(GSStringNumbers, AddDouble)
     ASSERT_EQ(f.addFloat(2.5f, 1, 0), 0);
     EXPECT_EQ(bytes(f), "2");
 
+    // The model: "%*ld" of the rounded value without decimals; "%*.*f" with them, the width counting
+    // digits only ("%8.2f" for width 5 and 2 decimals); "%f" or "%.*f" without a width.
     std::mt19937_64 random(2);
     for (int i = 0; i < 3000; ++i) {
         double const value =
             std::ldexp(static_cast<double>(random() % 2000000) - 1e6, static_cast<int>(random() % 80) - 60);
         int const width = static_cast<int>(random() % 14) - 3, decimals = static_cast<int>(random() % 12) - 2;
         auto const rounded = static_cast<long>(std::floor(value + 0.49000000953674316));
-        std::string expected;
-        if (decimals < 1)
-            expected = width < 1 ? printed("%f", value) : printed("%*ld", width + (rounded < 0), rounded);
-        else
-            expected = width < 1 ? printed("%.*f", decimals, value)
-                                 : printed("%*.*f", width + decimals + 1, decimals, value);
+        std::string const expected =
+            decimals < 1 ? (width < 1 ? printed("%f", value) : printed("%*ld", width + (rounded < 0), rounded))
+                         : (width < 1 ? printed("%.*f", decimals, value)
+                                      : printed("%*.*f", width + decimals + 1, decimals, value));
         GSString s;
         ASSERT_EQ(s.addDouble(value, width, decimals), 0);
         EXPECT_EQ(bytes(s), expected) << value << " " << width << " " << decimals;
@@ -145,7 +143,7 @@ TEST(GSStringNumbers, ParseIntegers)
     struct Case { char const* text; long value; long longValue; bool number; };
     Case const cases[] = {
         {"-+5", -5, -5, true}, {"+-5", 0, 0, false}, {" \t42abc", 42, 42, false}, {" 42 \r\n", 42, 42, true},
-        {"", 0, 0, false}, {"-", 0, 0, false}, {"  ", 0, 0, false}, {"x1", 0, 0, false}, {"\v1", 0, 0, false},
+        {"-", 0, 0, false}, {"  ", 0, 0, false}, {"\v1", 0, 0, false},
         // Over-long numbers keep their leading digits.
         {"2147483648", 214748364, 2147483648, true}, {"-9223372036854775808", -922337203, -922337203685477580, true},
     };
@@ -176,9 +174,8 @@ TEST(GSStringNumbers, ParseDecimals)
     struct Case { std::string text; double value; bool number; };
     Case const cases[] = {
         {"1,5", 1.5, true}, {" 2.5e3x", 2500, false}, {"-.5 ", -0.5, true}, {"5.", 5, true}, {"1e", 1, false},
-        {".", 0, false}, {"0x10", 0, false}, {"inf", 0, false}, {"nan", 0, false}, {"1.2.3", 1.2, false},
-        {"", 0, false}, {"1e400", HUGE_VAL, true}, {"-1e400", -HUGE_VAL, true}, {"1e-400", 0, true},
-        {"0.0000001e-400", 0, true}, {huge, HUGE_VAL, true}, {huge2, HUGE_VAL, true},
+        {".", 0, false}, {"0x10", 0, false}, {"inf", 0, false}, {"1.2.3", 1.2, false}, {"", 0, false},
+        {"-1e400", -HUGE_VAL, true}, {"0.0000001e-400", 0, true}, {huge, HUGE_VAL, true}, {huge2, HUGE_VAL, true},
         {"0," + std::string(200, '0') + "1e201", 1, true},
     };
     for (Case const& c : cases) {
@@ -271,7 +268,7 @@ TEST(GSStringNumbers, BinaryPayloads)
     }
     std::mt19937 random(5);
     for (int i = 0; i < 300; ++i) {
-        GSDynaArray<unsigned char> data;
+        GSDynaArray<unsigned char> data, back;
         std::string expected;
         for (auto n = random() % 80; n > 0; --n) {
             auto const b = static_cast<unsigned char>(random());
@@ -279,13 +276,11 @@ TEST(GSStringNumbers, BinaryPayloads)
             expected += printed("%02x", b);
         }
         GSString s("text", 4, GSString::kMac);
-        ASSERT_EQ(s.initFromBinaryData(data), 0);
+        ASSERT_EQ(s.initFromBinaryData(data) + s.decodeBinaryData(&back), 0);
         EXPECT_EQ(bytes(s), expected);
         EXPECT_EQ(s.getEncoding(), GSString::kUTF8);
-        GSDynaArray<unsigned char> back;
-        ASSERT_EQ(s.decodeBinaryData(&back), 0);
-        ASSERT_EQ(back.getCount(), data.getCount());
-        EXPECT_TRUE(std::equal(back.getPointer(), back.getPointer() + back.getCount(), data.getPointer()));
+        EXPECT_EQ(std::string(back.getPointer(), back.getPointer() + back.getCount()),
+                  std::string(data.getPointer(), data.getPointer() + data.getCount()));
     }
 }
 
@@ -314,10 +309,11 @@ TEST(GSStringNumbers, NumberedFormat)
     // One encoding: the destination's, unless the format or an argument taken is UTF-8; arguments
     // behind the highest placeholder are not taken.
     GSString const macE("\x8E", 1, GSString::kMac), windowsE("\xE9", 1, GSString::kWindows), utf8U("\u00FC");
-    GSString const windowsEmpty("", 0, GSString::kWindows);
+    GSString const windowsEmpty("", 0, GSString::kWindows), page99("e", 1, 99);
     struct Encoded { GSString destination, format; GSString const* first; char const* expected; int tag; };
     Encoded const encoded[] = {
         {windowsEmpty, GSString("\x8E%1", 3, GSString::kMac), &windowsE, "\xE9\xE9", GSString::kWindows},
+        {windowsEmpty, GSString("\x8E%1", 3, GSString::kMac), &page99, "\xE9" "e", GSString::kWindows},
         {windowsEmpty, GSString("\x8E%2", 3, GSString::kMac), &windowsE, "\u00E9\u00FC", GSString::kUTF8},
         {macE, GSString("%1\u00E9"), &macE, "\u00E9\u00E9\u00E9", GSString::kUTF8},
     };

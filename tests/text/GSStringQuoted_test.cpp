@@ -41,18 +41,11 @@ std::string rest(GSFile& f)
 
 TEST(GSStringQuoted, WriteStringEscapesAndChunks)
 {
-    struct Case {
-        std::string text;
-        int tag, chunk;
-        std::string file;
-    } const cases[] = {
+    struct Case { std::string text; int tag, chunk; std::string file; } const cases[] = {
         {"a\"b'c\\d", 100, 8192, R"("a\"b\'c\\d")"},
         {"\x07\x08\x09\x0A\x0B\x0C\x0D\x06", 100, 8192, "\"\\a\\b\\t\\n\\v\\f\\r\x06\""},
-        {"abcdefghij", 100, 4, "\"abcd\"\n\"efgh\"\n\"ij\""},
-        {"abcdefgh", 100, 4, "\"abcd\"\n\"efgh\""},
-        {"abc", 100, 0, "\"abc\""}, // 0 and sizes from 8192 up mean 8192
-        {"abc", 100, 9000, "\"abc\""},
-        {"", 100, 4, "\"\""},
+        {"abcdefghij", 100, 4, "\"abcd\"\n\"efgh\"\n\"ij\""}, {"abcdefgh", 100, 4, "\"abcd\"\n\"efgh\""},
+        {"abc", 100, 0, "\"abc\""} /* 0 means 8192 */, {"", 100, 4, "\"\""},
         {"\x8E", 1, 8192, "\"\xE9\""}, // Mac e-acute is written in the Windows code page
     };
     for (Case const& c : cases) {
@@ -60,29 +53,21 @@ TEST(GSStringQuoted, WriteStringEscapesAndChunks)
         EXPECT_EQ(quoted(s, c.chunk), c.file) << c.text;
         EXPECT_EQ(s.getEncoding(), c.tag);
     }
-    std::string const longText(20000, 'x');
+    std::string const longText(20000, 'x'); // sizes below 1 or above 8192 mean 8192
+    EXPECT_EQ(quoted(make(longText, 100), 9000), quoted(make(longText, 100), -1));
     EXPECT_EQ(quoted(make(longText, 100), -1), "\"" + longText.substr(0, 8192) + "\"\n\"" + longText.substr(8192, 8192) +
                                                    "\"\n\"" + longText.substr(16384) + "\"");
 }
 
 TEST(GSStringQuoted, ReadStringStates)
 {
-    struct Case {
-        std::string file;
-        short status;
-        std::string text, left;
-    } const cases[] = {
+    struct Case { std::string file; short status; std::string text, left; } const cases[] = {
         {R"("a\tb\v")", 0, "a\x0B" "b\x0B", ""}, // the tab's letter reads back as byte 11
         {R"("\a\b\f\n\r\"\'\\\q")", 0, "\x07\x08\x0C\x0A\x0D\"'\\q", ""},
-        {"\"ab\"\n  \"cd\";", 0, "abcd", ";"},
-        {"\"ab\"\n// note\n\t\"cd\" = x", 0, "abcd", "= x"},
-        {"/ a comment first\r\n  \"x\"", 0, "x", ""},
-        {"x\"a\"", 1, "", "\"a\""},
-        {"\"a\nb\"", 1, "", "b\""},
-        {"\"a\tb\"", 1, "", "b\""},
-        {"\"abc", 0, "abc", ""}, // the end of the file ends the text
-        {"\"abc\\", 0, "abc", ""},
-        {"", 0, "", ""},
+        {"\"ab\"\n// note\n\t\"cd\" = x", 0, "abcd", "= x"}, {"/ a comment first\r\n  \"x\"", 0, "x", ""},
+        {"x\"a\"", 1, "", "\"a\""}, {"\"a\nb\"", 1, "", "b\""}, {"\"a\tb\"", 1, "", "b\""},
+        {"\"abc", 0, "abc", ""} /* the end of the file ends the text */, {"\"abc\\", 0, "abc", ""}, {"", 0, "", ""},
+        {std::string("\"a\\\0b\"", 6), 0, std::string("a\0b", 3), ""}, // an escaped zero byte is a zero byte
     };
     for (Case const& c : cases) {
         ReadFile r(raw(c.file));
@@ -100,19 +85,14 @@ TEST(GSStringQuoted, ReadStringStates)
 
 TEST(GSStringQuoted, CodePageTextIsWindowsTextKeptAsMacOrElseUTF8)
 {
-    struct Case {
-        int tagBefore;
-        std::string file;
-        int tag;
-        std::string text;
-    } const cases[] = {
+    struct Case { int tagBefore; std::string file; int tag; std::string text; } const cases[] = {
         {1, "\"\xE9\"", 1, "\x8E"},         // e-acute fits the Mac code page
         {0, "\"\x8A\"", 100, "\xC5\xA0"},   // S-caron does not: UTF-8
         {100, "\"\xE9\"", 100, "\xE9"},     // UTF-8 is kept as read
     };
     for (Case const& c : cases) {
         ReadFile r(raw(c.file));
-        GSString s = make("", c.tagBefore);
+        GSString s;
         s.setEncoding(c.tagBefore);
         EXPECT_EQ(s.readString(&r.f), 0);
         EXPECT_EQ(s.getEncoding(), c.tag) << c.file;
@@ -152,28 +132,20 @@ TEST(GSStringQuoted, KeyValueLinesRoundTripEveryByte)
     WriteFile pageFile;
     EXPECT_EQ(GSString("k").writeKeyValue(&pageFile.f, make("\xF0", GSString::kMac)), 1);
     EXPECT_EQ(make("\x8E", GSString::kMac).writeKeyValue(&pageFile.f, GSString("v")), 0);
-    EXPECT_EQ(make("a b\t\n", 100).writeKeyValue(&pageFile.f, make(std::string(9000, '\0'), 100)), 0);
+    EXPECT_EQ(make("a b\t\n\r", 100).writeKeyValue(&pageFile.f, make(std::string(9000, '\0'), 100)), 0);
     std::string hexZeros;
     for (int i = 0; i < 8192; ++i)
         hexZeros += "\\x00";
-    EXPECT_EQ(fileBytes(pageFile.f), raw("\"\xE9\" = \"v\";\n\"a b\\x09\\n\" = \"" + hexZeros + "\"\n\"" +
+    EXPECT_EQ(fileBytes(pageFile.f), raw("\"\xE9\" = \"v\";\n\"a b\\x09\\n\\r\" = \"" + hexZeros + "\"\n\"" +
                                          hexZeros.substr(0, 4 * 808) + "\";\n"));
 }
 
 TEST(GSStringQuoted, KeyValueSyntax)
 {
-    struct Case {
-        std::string file;
-        short status;
-        std::string key, value;
-    } const cases[] = {
-        {"// settings\n  \"a\"\t=  \"b\" ;\n", 0, "a", "b"},
-        {"\"a\" = \"b\"", 0, "a", "b"}, // the end of the file stands in for ";"
-        {"\"a\" = \"\\x41\\x0a\\x00\";", 0, "a", std::string("A\n\0", 3)},
-        {"\"a\" = \"\\x4g\";", 1, "", ""},
-        {"\"a\" \"b\";", 1, "", ""}, // the pieces join into one key, and no "=" follows
-        {"\"a\" : \"b\";", 1, "", ""},
-        {"\"a\" = \"b\" x", 1, "", ""},
+    struct Case { std::string file; short status; std::string key, value; } const cases[] = {
+        {"// settings\n  \"a\"\t=  \"b\" ;\n", 0, "a", "b"}, {"\"a\" = \"b\"", 0, "a", "b"} /* the end stands in for ";" */,
+        {"\"a\" = \"\\x41\\x0a\\x00\";", 0, "a", std::string("A\n\0", 3)}, {"\"a\" = \"\\x4g\";", 1, "", ""},
+        {"\"a\" \"b\";", 1, "", ""} /* the pieces join into one key, and no "=" follows */, {"\"a\" = \"b\" x", 1, "", ""},
         {"\"a\" = \"b\"\n\"c\" = \"d\";", 1, "", ""}, // without ";" the next key joins the value
         {"   \n// only a comment\n", 0, "", ""},
         {std::string("\"\" \0", 4), 1, "", ""}, // an empty key ends the file only at its end
@@ -190,41 +162,39 @@ TEST(GSStringQuoted, KeyValueSyntax)
 
 TEST(GSStringQuoted, LengthPrefixedAndTerminatedReaders)
 {
-    GSString s;
-    long length = 0;
-    {
-        ReadFile r(std::string("03 41 42 8E 99"));
-        EXPECT_EQ(s.readPascalStringAndLength(&r.f, &length), 0);
-        EXPECT_EQ(bytes(s), "AB\x8E");
-        EXPECT_EQ(s.getEncoding(), GSString::kMac);
-        EXPECT_EQ(length, 4);
+    // A length byte (Mac text) or a length unit (UTF-16 in either byte order); too short a file fails.
+    struct Case { char const* hex; short order; short status; std::string text; int tag; long length; } const cases[] = {
+        {"03 41 42 8E 99", -1, 0, "AB\x8E", GSString::kMac, 4}, {"05 41 42", -1, 1, "", 0, 0},
+        {"00 02 00 41 00 E9", GSByteOrderBig, 0, "A\xC3\xA9", GSString::kUTF8, 6}, {"00 09 00 41", GSByteOrderBig, 1, "", 0, 0},
+        {"02 00 41 00 E9 00", GSByteOrderLittle, 0, "A\xC3\xA9", GSString::kUTF8, 6},
+    };
+    for (Case const& c : cases) {
+        ReadFile r((std::string(c.hex)));
+        GSString s;
+        long length = 0;
+        short const status = c.order < 0 ? s.readPascalStringAndLength(&r.f, &length)
+                                         : s.readUnicodeStringAndLength(&r.f, c.order, &length);
+        EXPECT_EQ(status != 0, c.status != 0) << c.hex;
+        if (c.status == 0) {
+            EXPECT_EQ(bytes(s), c.text) << c.hex;
+            EXPECT_EQ(s.getEncoding(), c.tag) << c.hex;
+            EXPECT_EQ(length, c.length) << c.hex;
+        }
     }
-    {
-        ReadFile r(std::string("05 41 42"));
-        EXPECT_NE(s.readPascalStringAndLength(&r.f, &length), 0);
-    }
-    for (short order : {GSByteOrderBig, GSByteOrderLittle}) {
-        ReadFile r(std::string(order == GSByteOrderBig ? "00 02 00 41 00 E9" : "02 00 41 00 E9 00"));
-        EXPECT_EQ(s.readUnicodeStringAndLength(&r.f, order, &length), 0);
-        EXPECT_EQ(bytes(s), "A\xC3\xA9");
-        EXPECT_EQ(length, 6);
-    }
-    {
-        ReadFile r(std::string("00 09 00 41"));
-        EXPECT_NE(s.readUnicodeStringAndLength(&r.f, GSByteOrderBig, &length), 0);
-    }
-    // A surrogate pair across the reader's pieces of 256 units stays one character, also when the
-    // text goes on for further pieces; a text without its zero unit reads as nothing.
-    std::string const as = [] {
+    // A surrogate pair across the reader's pieces of 256 units (the lowest and the highest high unit)
+    // stays one character, also when the text goes on for further pieces; a text without its zero
+    // unit reads as nothing.
+    auto as = [](int n) {
         std::string units;
-        for (int i = 0; i < 255; ++i)
+        while (n-- > 0)
             units += "41 00 ";
         return units;
-    }();
-    ReadFile r(as + "00 D8 00 DC " + as + "FF DB FF DF " + as + as + "00 00 " + as + as);
+    };
+    GSString s;
+    ReadFile r(as(255) + "00 D8 00 DC " + as(253) + "FF DB FF DF " + as(510) + "00 00 " + as(510));
     EXPECT_EQ(s.read0TerminatedUnicodeString(&r.f, GSByteOrderLittle), 0);
-    std::string const a255(255, 'A');
-    EXPECT_EQ(bytes(s), a255 + "\xF0\x90\x80\x80" + a255 + "\xF4\x8F\xBF\xBF" + a255 + a255);
+    EXPECT_EQ(bytes(s), std::string(255, 'A') + "\xF0\x90\x80\x80" + std::string(253, 'A') + "\xF4\x8F\xBF\xBF" +
+                            std::string(510, 'A'));
     EXPECT_NE(s.read0TerminatedUnicodeString(&r.f, GSByteOrderLittle), 0);
     EXPECT_TRUE(s.isEmpty());
 }
@@ -232,18 +202,11 @@ TEST(GSStringQuoted, LengthPrefixedAndTerminatedReaders)
 TEST(GSStringQuoted, WholeFilesAsText)
 {
     ScratchFolder folder;
-    struct Case {
-        std::string content;
-        int tag;
-        std::string text;
-    } const cases[] = {
-        {"\xEF\xBB\xBFZ\xC3\xA9", 100, "Z\xC3\xA9"},
-        {"plain\n", 100, "plain\n"},
-        {"caf\x8E", 1, "caf\x8E"},
-        {"", 100, ""},
+    struct Case { std::string content; int tag; std::string text; } const cases[] = {
+        {"\xEF\xBB\xBFZ\xC3\xA9", 100, "Z\xC3\xA9"}, {"plain\n", 100, "plain\n"}, {"caf\x8E", 1, "caf\x8E"}, {"", 100, ""},
     };
     for (Case const& c : cases) {
-        GSString s;
+        GSString s("previous");
         EXPECT_EQ(s.loadFromFileSpec(GSFileSpec(GSString(folder.write("in", c.content).c_str()))), 0);
         EXPECT_EQ(s.getEncoding(), c.tag);
         EXPECT_EQ(bytes(s), c.text);

@@ -61,17 +61,20 @@ protected:
         huge.documentID().version(0x0200);
         huge.thumbnail(ThumbnailRecord().description(0, 8, 8).inlinePicture(kPictureJPEG, fakeJPEG(100), 0x7FFFFFFF)).endTag();
         hugePath = folder.write("huge-count.qmd", huge.bytes());
+        DocumentBuilder cut;
+        cut.documentID().raw({3});
+        cutPath = folder.write("cut.qmd", cut.bytes());
     }
 
     ScratchFolder folder;
     Bytes jpeg = fakeJPEG(200);
     Bytes png = fakePNG(90);
-    std::string jpegPath, pngPath, selectionPath, nonePath, textPath, tooNewPath, hugePath;
+    std::string jpegPath, pngPath, selectionPath, nonePath, textPath, tooNewPath, hugePath, cutPath;
 };
 
 TEST_F(CliFiles, InfoDescribesEveryKind)
 {
-    CliRun r = cli({"info", jpegPath, pngPath, selectionPath, nonePath, textPath, tooNewPath, hugePath});
+    CliRun r = cli({"info", jpegPath, pngPath, selectionPath, nonePath, textPath, tooNewPath, hugePath, cutPath});
     EXPECT_EQ(r.code, 0);
     EXPECT_EQ(r.err, "");
     EXPECT_EQ(lines(r.out), (std::vector<std::string>{
@@ -83,6 +86,7 @@ TEST_F(CliFiles, InfoDescribesEveryKind)
                                 tooNewPath + ": document, version 4.0, no thumbnail (a document version this "
                                              "program does not read)",
                                 hugePath + ": document, version 2.0, no thumbnail (damaged: the document is cut short)",
+                                cutPath + ": document, no thumbnail (damaged: the document is cut short)",
                             }));
 }
 
@@ -105,16 +109,19 @@ TEST_F(CliFiles, InfoJsonGivesOneObjectPerLine)
     EXPECT_TRUE(text["thumbnail"].is_null());
 }
 
-TEST_F(CliFiles, InfoReportsFilesItCannotOpenAndGoesOn)
+// Also a regular file that opens but cannot be read: the test's own memory, whose first page is
+// never mapped.
+TEST_F(CliFiles, InfoReportsFilesItCannotOpenOrReadAndGoesOn)
 {
     std::string missing = folder.path() + "/missing.qmd";
-    CliRun r = cli({"info", missing, jpegPath, folder.path()});
+    CliRun r = cli({"info", missing, jpegPath, folder.path(), "/proc/self/mem"});
     EXPECT_EQ(r.code, 3);
     EXPECT_EQ(lines(r.out).size(), 1u);
     std::vector<std::string> err = lines(r.err);
-    ASSERT_EQ(err.size(), 2u);
+    ASSERT_EQ(err.size(), 3u);
     EXPECT_EQ(err[0], "quillmoor-thumbnailer: " + missing + ": cannot open: No such file or directory");
     EXPECT_EQ(err[1].rfind("quillmoor-thumbnailer: " + folder.path() + ": ", 0), 0u) << err[1];
+    EXPECT_EQ(err[2].rfind("quillmoor-thumbnailer: /proc/self/mem: ", 0), 0u) << err[2];
 }
 
 TEST_F(CliFiles, ExtractWritesTheBytesUnchangedBesideTheDocument)

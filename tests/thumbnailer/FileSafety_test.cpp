@@ -9,12 +9,17 @@
 #include <csignal>
 #include <cstdio>
 #include <ctime>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <memory>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -50,9 +55,11 @@ TEST(FileSafetyWhole, WritesRegularFilesAndRefusesEverythingElse)
         std::string path;
         bool written;
     };
+    fs::path const cwd = fs::current_path();
+    fs::current_path(dir); // a name without a folder is written in the current one
     for (Case const& c : {Case{dir + "/new.jpg", true}, Case{dir + "/old.jpg", true}, Case{dir + "/link.jpg", true},
-                          Case{longest, true}, Case{dir + "/fifo", false}, Case{dir + "/link-to-fifo", false},
-                          Case{"/dev/null", false}, Case{dir + "/folder", false}}) {
+                          Case{longest, true}, Case{"relative.jpg", true}, Case{dir + "/fifo", false},
+                          Case{dir + "/link-to-fifo", false}, Case{dir + "/folder", false}}) {
         Bytes const bytes = {1, 2, 3};
         std::string error = qm::writeFileWhole(c.path, bytes.data(), bytes.size());
         EXPECT_EQ(error.empty(), c.written) << c.path << ": " << error;
@@ -61,12 +68,13 @@ TEST(FileSafetyWhole, WritesRegularFilesAndRefusesEverythingElse)
         }
         EXPECT_EQ(ourTemporaries(dir), std::vector<std::string>{}) << c.path;
     }
+    fs::current_path(cwd);
     // The link was replaced by the file; what it pointed to is unchanged. The special files stay.
+    // No device is among the cases: run as root, a fault that let the write through replaced it.
     EXPECT_FALSE(fs::is_symlink(dir + "/link.jpg"));
     std::string const linked = "the link's file";
     EXPECT_EQ(qmtest::readFile(dir + "/linked.jpg"), Bytes(linked.begin(), linked.end()));
     EXPECT_TRUE(fs::is_fifo(dir + "/fifo"));
-    EXPECT_TRUE(fs::is_character_file("/dev/null"));
     // Permission bits as a new file gets them, or as asked.
     ASSERT_EQ(qm::writeFileWhole(dir + "/private", nullptr, 0, 0600), "");
     EXPECT_EQ(fs::status(dir + "/private").permissions(), fs::perms::owner_read | fs::perms::owner_write);
@@ -108,6 +116,17 @@ TEST(FileSafetyInPlace, RewritesTheSameFileSeenThroughAnEarlierDescriptor)
     // Created when missing.
     ASSERT_EQ(qm::writeFileInPlace(path, bytes, sizeof bytes), "");
     EXPECT_EQ(qmtest::readFile(path).size(), sizeof bytes);
+    // A FIFO with a reader gets the bytes written in order (it has no position to write at).
+    std::string const fifo = folder.path() + "/fifo.png";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    Bytes received;
+    std::thread reader([&] {
+        std::ifstream in(fifo, std::ios::binary);
+        received.assign(std::istreambuf_iterator<char>(in), {});
+    });
+    EXPECT_EQ(qm::writeFileInPlace(fifo, bytes, sizeof bytes), "");
+    reader.join();
+    EXPECT_EQ(received, Bytes(bytes, bytes + sizeof bytes));
     // A folder cannot be written.
     EXPECT_NE(qm::writeFileInPlace(folder.path(), bytes, sizeof bytes), "");
 }
@@ -122,7 +141,7 @@ TEST(FileSafetyLeftovers, OnlyOurOwnOlderThanAMinuteAreRemoved)
         bool old;
         bool removed;
     };
-    Case const cases[] = {{".qm-a1B2c3", false, true, true},  {".qm-a1B2c4", false, false, false},
+    Case const cases[] = {{".qm-z1Z2c3", false, true, true},  {".qm-a1B2c4", false, false, false},
                           {".qm-a1B2c", false, true, false},  {".qm-a1B2c3x", false, true, false},
                           {".qm-a1-2c3", false, true, false}, {".other-a1B2c3", false, true, false},
                           {".qm-d1r2c3", true, true, false},  {"qm-a1B2c3", false, true, false}};
@@ -164,7 +183,12 @@ TEST(FileSafetySignals, TerminationRemovesTemporariesAndEmptiesTheOutput)
         [](std::string const& out) {
             qm::installSignalCleanup();
             qm::emptyOnSignal(out);
-            qm::TemporaryFile one(out + ".a"), two(out + ".b");
+            // More temporaries than there are slots: the one without a slot takes none from the others.
+            std::vector<std::unique_ptr<qm::TemporaryFile>> temporaries;
+            for (int i = 0; i < 258; ++i)
+                temporaries.push_back(std::make_unique<qm::TemporaryFile>(out));
+            temporaries.pop_back();
+            ::close(0); // started without standard input: the output is opened as descriptor 0
             ::raise(SIGTERM);
         },
         output);
@@ -184,6 +208,58 @@ TEST(FileSafetySignals, TerminationRemovesTemporariesAndEmptiesTheOutput)
         output);
     EXPECT_EQ(ended, -SIGINT);
     EXPECT_EQ(qmtest::readFile(output).size(), 15u);
+}
+
+// The time-out is armed for the time asked and can be disarmed; less than a microsecond still
+// fires, at once, with the whole message however long (in a child, which it ends).
+TEST(FileSafetySignals, TheTimeOutIsArmedForTheTimeAskedAndDisarmed)
+{
+    qmtest::ScratchFolder folder;
+    std::string const messages = folder.path() + "/stderr";
+    int ended = exitOfChild(
+        [](std::string const& path) {
+            for (double seconds : {1.5, 0.75}) {
+                qm::armTimeout(seconds, "", 1);
+                itimerval t{};
+                ::getitimer(ITIMER_REAL, &t);
+                double const left = double(t.it_value.tv_sec) + double(t.it_value.tv_usec) / 1e6;
+                qm::disarmTimeout();
+                ::getitimer(ITIMER_REAL, &t);
+                if (left > seconds + 0.01 || left < seconds - 0.5 || t.it_value.tv_sec || t.it_value.tv_usec)
+                    ::_exit(1);
+            }
+            ::dup2(::open(path.c_str(), O_WRONLY | O_CREAT, 0600), 2);
+            qm::armTimeout(1e-9, std::string(PATH_MAX + 100, 'm'), 9);
+            ::sleep(10);
+        },
+        messages);
+    EXPECT_EQ(ended, 9);
+    EXPECT_EQ(qmtest::readText(messages), std::string(PATH_MAX + 100, 'm'));
+}
+
+// Writes past 10 bytes fail (EFBIG), as on a full disk: a whole write leaves the old content and no
+// temporary file, a write in place an empty file, never a partial one (in a child, for the limit).
+TEST(FileSafetyFull, AFailedWriteLeavesNoPartialFile)
+{
+    qmtest::ScratchFolder folder;
+    std::string const dir = folder.path();
+    std::ofstream(dir + "/whole.png") << "old";
+    int ended = exitOfChild(
+        [](std::string const& in) {
+            rlimit limit{10, 10};
+            ::signal(SIGXFSZ, SIG_IGN);
+            Bytes const bytes(100, 1);
+            ::_exit(::setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
+                            !qm::writeFileWhole(in + "/whole.png", bytes.data(), bytes.size()).empty() &&
+                            !qm::writeFileInPlace(in + "/in-place.png", bytes.data(), bytes.size()).empty()
+                        ? 0
+                        : 1);
+        },
+        dir);
+    EXPECT_EQ(ended, 0);
+    EXPECT_EQ(qmtest::readText(dir + "/whole.png"), "old");
+    EXPECT_EQ(qmtest::readText(dir + "/in-place.png"), "");
+    EXPECT_EQ(ourTemporaries(dir), std::vector<std::string>{});
 }
 
 TEST(FileSafetyDocument, OpensOnlyRegularFilesWithoutBlocking)

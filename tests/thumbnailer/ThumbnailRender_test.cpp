@@ -213,8 +213,9 @@ TEST(ThumbnailRenderInterlaced, GivesThePixelsOfTheSamePictureNotInterlaced)
     EXPECT_EQ(renderBothWays(samples::encodePng(pic, true), GSPictureFormat::png, 128, limits, &t, "bound"), PictureStatus::ok);
 }
 
-// The decoders' own refusals are in PictureDecoder_test.cpp; rendering streams PNG rows and
-// decodes JPEGs scaled, and must fail as a whole, leaving no pixels, from memory and from a file.
+// Damaged, foreign and oversized pictures (the decoders' refusals, seen through the renderer, which
+// streams PNG rows and decodes JPEGs scaled) fail as a whole, leaving no pixels, from memory and
+// from a file.
 TEST(ThumbnailRenderHostile, RefusesDamagedOrOversizedPictures)
 {
     Picture pic = samples::photoLike(300, 200);
