@@ -34,7 +34,7 @@
 //   %M minute, 2 digits  %S second, 2 digits   %s millisecond, 3 digits
 //   %B month name   %b abbreviated month name   %A weekday name   %a abbreviated weekday name
 //   %% a "%"; a "%" before any other byte, or at the end, stands for itself.
-// Date-formatter style (runs of one letter; the run's length n is the width):
+// Date-formatter style (runs of one letter; the run's length n is the width, at most 32):
 //   y  year, at least n digits ("-" first when negative); yy the last two digits
 //   M  month: n = 1 or 2 digits at least n, 3 the abbreviated name, 4 or more the name
 //   d  day   H  hour 0-23   h  hour 1-12   m  minute   s  second: at least n digits each
@@ -55,14 +55,15 @@
 //
 // Reading with a format (readFromStringWithFormat, readFromFormattedString); the text must match
 // the whole format:
-//   - white space before and after the text is skipped; a white-space byte of the format matches
-//     any run of white space in the text, none included; other literal bytes must stand there as
-//     they are.
+//   - white space (space, tab, line feed, carriage return, vertical tab, form feed) before and
+//     after the text is skipped; a white-space byte of the format matches any run of white space
+//     in the text, none included; other literal bytes must stand there as they are.
 //   - a number field reads decimal digits (a full-year field also an optional "-" first). When the
 //     next item of the format is another number field, it reads exactly its width in digits (n
 //     letters; %Y 4, %s 3, the other percent fields 2), so that "yyyyMMdd" reads "20240331";
 //     otherwise at least one and at most the larger of its width and its field's limit (9 for a
 //     full year, 3 for %s, 2 for the others). A fraction field (S) always reads exactly n digits.
+//     A value that does not fit its field (above 255, a year beyond 32 bits) fails.
 //   - a two-digit year (yy, %y) of 69-99 is 1969-1999, of 00-68 2000-2068.
 //   - a name field accepts the longest full or abbreviated name (of its kind) that the text starts
 //     with, caselessly; a weekday is read and otherwise ignored.
@@ -158,7 +159,8 @@ public:
     // 1 when 31 December is Monday to Thursday; otherwise a k below 7 gives the week of 31 December
     // of the year before, and any other k gives k / 7. Unlike ISO 8601 this gives week 1 (not 53)
     // to the last days of a year whose 31 December is a Thursday, and week 1 to the first days of
-    // the year after it.
+    // the year after it. 1..53 for a date that checkForError accepts (days beyond a month's end
+    // count on past 53).
     int getWeekOfYear() const;
     // 0 for 1 January: the lengths of the months before the date's, plus day - 1. A month outside
     // 1..12 counts as the nearer of 1 and 12 (so day 0 and days beyond the month's end carry into
