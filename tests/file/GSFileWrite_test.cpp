@@ -5,8 +5,6 @@
 
 #include <algorithm>
 #include <cfloat>
-#include <climits>
-#include <cmath>
 #include <functional>
 #include <limits>
 
@@ -60,47 +58,6 @@ TEST(GSFileWriteGolden, TruncationsTextAndFloatFormats)
 class GSFileRoundTrip : public FileOverBackend {};
 
 INSTANTIATE_TEST_SUITE_P(Backends, GSFileRoundTrip, testing::Values(Backend::Memory, Backend::Stdio), backendName);
-
-TEST_P(GSFileRoundTrip, CompactValuesAndFloatsReadBackWhatWasWritten)
-{
-    auto file = makeFile("", "wb+");
-    if (GetParam() == Backend::Memory) {
-        ASSERT_EQ(file->open(), 0);
-    }
-    std::vector<long> compact = {INT_MAX, INT_MIN, LONG_MAX, LONG_MIN};
-    for (int shift = 0; shift < 63; shift += 5) {
-        compact.push_back(1L << shift);
-        compact.push_back(-(1L << shift) - 1);
-    }
-    for (long v : compact)
-        ASSERT_EQ(file->writeCompactLongLong(v), 0);
-    ASSERT_EQ(file->writeLittleLong(-7), 0);
-    ASSERT_EQ(file->writeFloat(3.14159f), 0);
-    ASSERT_EQ(file->writeFloat(-1.0e-10f), 0);
-    ASSERT_EQ(file->writeDouble(1.0 / 3.0), 0);
-    ASSERT_EQ(file->writeStandardDouble(1.0 / 3.0), 0);
-
-    ASSERT_EQ(file->seek(0, 0), 0);
-    for (long expected : compact) {
-        long v = 0;
-        ASSERT_EQ(file->readCompactLongLong(&v), 0);
-        EXPECT_EQ(v, expected);
-    }
-    int i = 0;
-    float f = 0;
-    double d = 0;
-    EXPECT_EQ(file->readLittleLong(&i), 0);
-    EXPECT_EQ(i, -7);
-    EXPECT_EQ(file->readFloat(&f), 0);
-    EXPECT_EQ(f, 3.14159f); // 24 mantissa bits fit in the 30 stored ones
-    EXPECT_EQ(file->readFloat(&f), 0);
-    EXPECT_EQ(f, -1.0e-10f);
-    EXPECT_EQ(file->readDouble(&d), 0);
-    EXPECT_NEAR(d, 1.0 / 3.0, 1e-9); // the pair keeps 30 bits of a double
-    EXPECT_EQ(file->readStandardDouble(&d), 0);
-    EXPECT_EQ(d, 1.0 / 3.0);
-    EXPECT_EQ(file->getChar(), -1);
-}
 
 TEST_P(GSFileRoundTrip, CopySizeMovesBytesInChunks)
 {

@@ -28,9 +28,7 @@ protected:
 
 Bytes documentWith(ThumbnailRecord const& thumbnail, int version = 0x0200)
 {
-    DocumentBuilder b;
-    b.documentID().version(version).thumbnail(thumbnail).endTag();
-    return b.bytes();
+    return DocumentBuilder().documentID().version(version).thumbnail(thumbnail).endTag().bytes();
 }
 
 TEST_P(ThumbnailWalk, PictureTypesTwoThreeAndFiveOnly)
@@ -86,50 +84,40 @@ TEST_P(ThumbnailWalk, NoPictureSaysWhy)
         unsigned written;
     };
     unsigned const version = R::kWroteVersion, description = R::kWroteVariant | R::kWroteWidth | R::kWroteHeight;
-    auto withVersion = [](int v) {
-        DocumentBuilder b;
-        b.documentID().version(v).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(8))).endTag();
-        return Bytes(b.bytes());
-    };
-    auto bare = [](int v) {
-        DocumentBuilder b;
-        v ? b.documentID().version(v) : b.documentID().versionTwoShort(0, 0);
-        return Bytes(b.bytes());
-    };
-    DocumentBuilder selection, none, missingZero, cut;
-    cut.documentID().version(0x0200).header(13, 0);
-    Bytes const cutThumbnail = cut.bytes();
-    selection.selectionID().version(0x0200).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(30))).endTag();
-    none.documentID().version(0x0200).standardFloats().record(20, Bytes(40, 1)).endTag();
+    auto withVersion = [](int v) { return documentWith(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(8)), v); };
+    ThumbnailRecord const withJpeg30 = ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(30));
     Bytes body = simpleDocument(kPictureJPEG, fakeJPEG(10));
     Bytes rest(body.begin() + 19, body.end());
-    missingZero.id("Quillmoor Document", false).raw(rest);
     std::vector<Case> cases = {
         {"zero count", documentWith(ThumbnailRecord().description(0, 10, 12).inlinePicture(kPictureJPEG, {})),
          Reason::kNoPicture, R::kDocument, version | description | R::kWrotePictureType},
         {"no picture record", documentWith(ThumbnailRecord().description(4, 8, 9)), Reason::kNoPicture, R::kDocument,
          version | description},
-        {"no thumbnail record", none.bytes(), Reason::kNoPicture, R::kDocument, version},
+        {"no thumbnail record",
+         DocumentBuilder().documentID().version(0x0200).standardFloats().record(20, Bytes(40, 1)).endTag().bytes(),
+         Reason::kNoPicture, R::kDocument, version},
         // Minor numbers are not compared; major 2 is refused.
         {"thumbnail version 2.0", documentWith(ThumbnailRecord().version(0x0200).inlinePicture(kPictureJPEG, fakeJPEG(20))),
          Reason::kUnsupportedThumbnailVersion, R::kDocument, version},
         {"thumbnail version 1.16", documentWith(ThumbnailRecord().version(0x0110).inlinePicture(kPictureJPEG, fakeJPEG(20))),
          Reason::kInconsistent, R::kDocument, version},
-        {"thumbnail record without its version", cutThumbnail, Reason::kTruncated, R::kDocument, version},
-        {"selection", selection.bytes(), Reason::kSelection, R::kSelection, version},
+        {"thumbnail record without its version", DocumentBuilder().documentID().version(0x0200).header(13, 0).bytes(),
+         Reason::kTruncated, R::kDocument, version},
+        {"selection", DocumentBuilder().selectionID().version(0x0200).thumbnail(withJpeg30).endTag().bytes(),
+         Reason::kSelection, R::kSelection, version},
         // A refused version is read also when fewer than four bytes, or just four, follow the ID.
-        {"version 4.0 at the end", bare(0x0400), Reason::kUnsupportedVersion, R::kDocument, version},
-        {"version 0.0 at the end", bare(0), Reason::kUnsupportedVersion, R::kDocument, version},
+        {"version 4.0 at the end", DocumentBuilder().documentID().version(0x0400).bytes(), Reason::kUnsupportedVersion,
+         R::kDocument, version},
+        {"version 0.0 at the end", DocumentBuilder().documentID().versionTwoShort(0, 0).bytes(),
+         Reason::kUnsupportedVersion, R::kDocument, version},
         {"version 2.16", withVersion(0x0210), Reason::kUnsupportedVersion, R::kDocument, version},
         {"version 0.255", withVersion(0x00FF), Reason::kUnsupportedVersion, R::kDocument, version},
-        {"ID without its 0", missingZero.bytes(), Reason::kNotADocument, R::kUnrecognised, 0},
+        {"ID without its 0", DocumentBuilder().id("Quillmoor Document", false).raw(rest).bytes(), Reason::kNotADocument,
+         R::kUnrecognised, 0},
         {"empty file", {}, Reason::kNotADocument, R::kUnrecognised, 0},
     };
-    for (std::string id : {"Quillmoor Documenx", "quillmoor Document", "Quillmoor Selectio", "Quillmoor"}) {
-        DocumentBuilder b;
-        b.id(id).raw(rest);
-        cases.push_back({"other ID", b.bytes(), Reason::kNotADocument, R::kUnrecognised, 0});
-    }
+    for (std::string id : {"Quillmoor Documenx", "quillmoor Document", "Quillmoor Selectio", "Quillmoor"})
+        cases.push_back({"other ID", DocumentBuilder().id(id).raw(rest).bytes(), Reason::kNotADocument, R::kUnrecognised, 0});
     for (Case const& c : cases) {
         WalkRun run = walk(c.document);
         EXPECT_EQ(run.result.reason, c.reason) << c.name;
@@ -141,27 +129,15 @@ TEST_P(ThumbnailWalk, NoPictureSaysWhy)
     EXPECT_EQ(minor.result.reason, Reason::kOk);
 }
 
-TEST_P(ThumbnailWalk, ReadsTheTwoShortVersionForm)
-{
-    DocumentBuilder b;
-    b.documentID().versionTwoShort(2, 5);
-    b.thumbnail(ThumbnailRecord().versionTwoShort(1, 0).inlinePicture(kPictureJPEG, fakeJPEG(16))).endTag();
-    WalkRun run = walk(b.bytes());
-    EXPECT_EQ(run.result.reason, Reason::kOk);
-    EXPECT_EQ(run.result.version, 0x0205);
-    EXPECT_EQ(run.picture(), fakeJPEG(16));
-}
-
 TEST_P(ThumbnailWalk, SkipsOtherRecordsBySizeWithoutLookingInside)
 {
     // A record 12 and unknown records whose data look like a thumbnail record of their own: the
     // walk must not see them.
-    DocumentBuilder decoy;
-    decoy.thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(12)));
+    Bytes const decoy = DocumentBuilder().thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(12))).bytes();
     Bytes real = fakePNG(24);
     DocumentBuilder b;
-    b.documentID().version(0x0200).record(12, decoy.bytes()).record(99, decoy.bytes()).record(-7, decoy.bytes());
-    b.thumbnail(ThumbnailRecord().record(1, decoy.bytes()).record(5, {}).inlinePicture(kPicturePNG, real)).endTag();
+    b.documentID().version(0x0200).record(12, decoy).record(99, decoy).record(-7, decoy);
+    b.thumbnail(ThumbnailRecord().record(1, decoy).record(5, {}).inlinePicture(kPicturePNG, real)).endTag();
     WalkRun run = walk(b.bytes());
     EXPECT_EQ(run.result.reason, Reason::kOk);
     EXPECT_EQ(run.picture(), real);
@@ -195,58 +171,39 @@ TEST_P(ThumbnailWalk, HugeCountInASmallFileIsRefusedBeforeAllocating)
 
 TEST_P(ThumbnailWalk, RecordSizesAreCheckedAgainstFileAndRecord)
 {
+    ThumbnailRecord small = ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(10));
+    ThumbnailRecord countPast = ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(50), 60);
+    auto inner = [](int64_t size) {
+        ThumbnailRecord t;
+        t.custom([size](RecordWriter& w) { w.header(7, size); }).inlinePicture(kPictureJPEG, fakeJPEG(10));
+        return Bytes(DocumentBuilder().documentID().version(0x0200).thumbnail(t).record(20, Bytes(400, 0)).endTag().bytes());
+    };
     struct Case {
         char const* name;
         Bytes document;
         Reason reason;
+    } const cases[] = {
+        {"a content record announcing 1 GiB in a small file",
+         DocumentBuilder().documentID().version(0x0200).header(20, int64_t{1} << 30).raw(Bytes(100, 0)).bytes(),
+         Reason::kTruncated},
+        {"a negative top-level size, which would seek back onto its own header for ever",
+         DocumentBuilder().documentID().version(0x0200).header(20, -8).endTag().bytes(), Reason::kInconsistent},
+        {"thumbnail size past the end", DocumentBuilder().documentID().version(0x0200).thumbnail(small, 5000).bytes(),
+         Reason::kTruncated},
+        {"negative thumbnail size", DocumentBuilder().documentID().version(0x0200).thumbnail(small, -1000).bytes(),
+         Reason::kInconsistent},
+        {"in the last record, the count past the end of the file",
+         DocumentBuilder().documentID().version(0x0200).thumbnail(countPast).bytes(), Reason::kTruncated},
+        {"the count inside the file (a record follows) but past the thumbnail record",
+         DocumentBuilder().documentID().version(0x0200).thumbnail(countPast).record(20, Bytes(100, 0)).endTag().bytes(),
+         Reason::kInconsistent},
+        {"an inner record past the thumbnail record, inside the file", inner(200), Reason::kInconsistent},
+        {"negative inner size", inner(-14), Reason::kInconsistent},
+        {"the description's 14 bytes past a 10-byte thumbnail record",
+         DocumentBuilder().documentID().version(0x0200).thumbnail(ThumbnailRecord().description(1, 2, 3).withoutEndTag(), 8)
+             .raw(Bytes(40, 0)).bytes(),
+         Reason::kInconsistent},
     };
-    std::vector<Case> cases;
-    auto add = [&](char const* name, DocumentBuilder const& b, Reason reason) { cases.push_back({name, b.bytes(), reason}); };
-    ThumbnailRecord small = ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(10));
-    {
-        DocumentBuilder b; // a content record announcing 1 GiB in a small file
-        b.documentID().version(0x0200).header(20, int64_t{1} << 30).raw(Bytes(100, 0));
-        add("top-level size past the end", b, Reason::kTruncated);
-    }
-    {
-        DocumentBuilder b; // would seek back onto its own header for ever
-        b.documentID().version(0x0200).header(20, -8).endTag();
-        add("negative top-level size", b, Reason::kInconsistent);
-    }
-    {
-        DocumentBuilder b;
-        b.documentID().version(0x0200).thumbnail(small, 5000);
-        add("thumbnail size past the end", b, Reason::kTruncated);
-    }
-    {
-        DocumentBuilder b;
-        b.documentID().version(0x0200).thumbnail(small, -1000);
-        add("negative thumbnail size", b, Reason::kInconsistent);
-    }
-    {
-        DocumentBuilder b; // the last record: the count runs past the end of the file
-        b.documentID().version(0x0200).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(50), 60));
-        add("count past the end of the file", b, Reason::kTruncated);
-    }
-    {
-        DocumentBuilder b; // the count fits the file (a record follows) but not the thumbnail record
-        b.documentID().version(0x0200).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(50), 60));
-        b.record(20, Bytes(100, 0)).endTag();
-        add("count past its record", b, Reason::kInconsistent);
-    }
-    for (int64_t size : {200, -14}) {
-        DocumentBuilder b; // an inner record reaching past the thumbnail record (inside the file), or negative
-        ThumbnailRecord t;
-        t.custom([size](RecordWriter& w) { w.header(7, size); }).inlinePicture(kPictureJPEG, fakeJPEG(10));
-        b.documentID().version(0x0200).thumbnail(t).record(20, Bytes(400, 0)).endTag();
-        add(size > 0 ? "inner size past its record" : "negative inner size", b, Reason::kInconsistent);
-    }
-    {
-        DocumentBuilder b; // the description's 14 bytes reach past a 10-byte thumbnail record
-        b.documentID().version(0x0200).thumbnail(ThumbnailRecord().description(1, 2, 3).withoutEndTag(), 8);
-        b.raw(Bytes(40, 0));
-        add("description past its record", b, Reason::kInconsistent);
-    }
     for (Case const& c : cases) {
         WalkRun run = walk(c.document);
         EXPECT_EQ(run.result.reason, c.reason) << c.name;
@@ -276,26 +233,12 @@ TEST_P(ThumbnailWalk, LimitsBoundPictureAndRecords)
     EXPECT_EQ(walk(many.bytes(), limits).result.reason, Reason::kOk);
 }
 
-TEST_P(ThumbnailWalk, WithoutABufferLocatesThePictureOnly)
-{
-    Bytes jpeg = fakeJPEG(77);
-    Bytes document = simpleDocument(kPictureJPEG, jpeg);
-    WalkRun run = runWalk(document, GetParam(), false);
-    EXPECT_EQ(run.result.reason, Reason::kOk);
-    EXPECT_EQ(run.result.pictureBytes, 77);
-    ASSERT_GT(run.result.pictureOffset, 0);
-    EXPECT_EQ(Bytes(document.begin() + run.result.pictureOffset, document.begin() + run.result.pictureOffset + 77), jpeg);
-    EXPECT_EQ(run.buffer.getCount(), 0);
-}
-
 // A thumbnail record whose inline picture claims `count` bytes and whose bytes right after the
 // count are a second, valid thumbnail record. A walk that stops after a refused picture reads that
 // record's header and ends; one that went on would take the second picture.
 Bytes refusedPictureThenAThumbnail(int64_t count)
 {
-    DocumentBuilder second;
-    second.thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(10)));
-    Bytes const inner = second.bytes();
+    Bytes const inner = DocumentBuilder().thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(10))).bytes();
     ThumbnailRecord t;
     t.custom([&](RecordWriter& w) {
         w.record(6, [&](RecordWriter& r) {
@@ -359,15 +302,10 @@ TEST_P(ThumbnailWalk, DescriptionAndPictureFitTheirRecordsExactly)
     ThumbnailRecord t; // version 2 bytes, header 8, description 14: 24 bytes
     t.custom([](RecordWriter& w) { w.header(0, 0).out().i16(1).i32(2).i32(3).i32(0); }).withoutEndTag();
     for (int recordSize : {24, 23}) {
-        DocumentBuilder b;
-        b.documentID().version(0x0200).thumbnail(t, recordSize).raw(Bytes(30, 0));
-        WalkRun run = walk(b.bytes());
+        WalkRun run = walk(DocumentBuilder().documentID().version(0x0200).thumbnail(t, recordSize).raw(Bytes(30, 0)).bytes());
         EXPECT_EQ((run.result.written & description) == description, recordSize == 24) << recordSize;
     }
-    DocumentBuilder b;
-    b.documentID().version(0x0200).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(30)).withoutEndTag());
-    b.endTag();
-    WalkRun filled = walk(b.bytes());
+    WalkRun filled = walk(documentWith(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(30)).withoutEndTag()));
     EXPECT_EQ(filled.result.reason, Reason::kOk);
     EXPECT_EQ(filled.picture(), fakeJPEG(30));
 }
@@ -397,12 +335,11 @@ TEST_P(ThumbnailWalk, ASecondThumbnailAfterThePictureContradictsIt)
     // The walk goes on right after the picture bytes, where normally the end tag is; a thumbnail
     // record there is read too, and the two pictures contradict each other. Other bytes there
     // leave the picture alone.
-    DocumentBuilder second;
-    second.thumbnail(ThumbnailRecord().inlinePicture(kPicturePNG, fakePNG(12)));
-    for (Bytes after : {second.bytes(), fromHex("00 00 00 14 7F 00 00 00")}) {
+    Bytes const second = DocumentBuilder().thumbnail(ThumbnailRecord().inlinePicture(kPicturePNG, fakePNG(12))).bytes();
+    for (Bytes after : {second, fromHex("00 00 00 14 7F 00 00 00")}) {
         WalkRun run = walk(documentWith(ThumbnailRecord().inlinePicture(kPictureJPEG, fakeJPEG(20)).custom(
             [&](RecordWriter& w) { w.out().raw(after); })));
-        bool contradicts = after == second.bytes();
+        bool contradicts = after == second;
         EXPECT_EQ(run.result.reason, contradicts ? Reason::kInconsistent : Reason::kOk);
         EXPECT_EQ(run.picture(), contradicts ? fakePNG(12) : fakeJPEG(20));
     }
@@ -418,6 +355,7 @@ TEST_P(ThumbnailWalk, CutAtEveryByte)
     ASSERT_EQ(whole.result.reason, Reason::kOk);
     // The thumbnail record ends with its end tag, right after the picture.
     size_t thumbnailEnd = static_cast<size_t>(whole.result.pictureOffset) + jpeg.size() + 4;
+    EXPECT_EQ(Bytes(document.begin() + whole.result.pictureOffset, document.begin() + long(thumbnailEnd) - 4), jpeg);
     for (size_t length = 0; length < document.size(); ++length) {
         WalkRun run = walk(cut(document, length));
         SCOPED_TRACE(length);
@@ -440,13 +378,10 @@ INSTANTIATE_TEST_SUITE_P(Backends, ThumbnailWalk, testing::Values(Backend::kMemo
 TEST(ThumbnailWalkFlags, StandardFloatRecordsSetTheFileFlags)
 {
     unsigned const both = GSFile::kStandardFloats | GSFile::kStandardDoubles;
-    DocumentBuilder doubles, floats, neither;
-    doubles.documentID().version(0x0200).standardDoubles().endTag();
-    floats.documentID().version(0x0200).standardFloats().endTag();
-    neither.documentID().version(0x0200).record(16, {}).endTag();
-    EXPECT_EQ(runWalk(doubles.bytes(), Backend::kMemory).flags & both, unsigned(GSFile::kStandardDoubles));
-    EXPECT_EQ(runWalk(floats.bytes(), Backend::kMemory).flags & both, unsigned(GSFile::kStandardFloats));
-    EXPECT_EQ(runWalk(neither.bytes(), Backend::kMemory).flags & both, 0u);
+    auto flags = [&](DocumentBuilder& b) { return runWalk(b.endTag().bytes(), Backend::kMemory).flags & both; };
+    EXPECT_EQ(flags(DocumentBuilder().documentID().version(0x0200).standardDoubles()), unsigned(GSFile::kStandardDoubles));
+    EXPECT_EQ(flags(DocumentBuilder().documentID().version(0x0200).standardFloats()), unsigned(GSFile::kStandardFloats));
+    EXPECT_EQ(flags(DocumentBuilder().documentID().version(0x0200).record(16, {})), 0u);
 }
 
 TEST(ThumbnailWalkOpen, MissingFileCannotBeOpenedAndAFolderCannotBeRead)
@@ -504,9 +439,7 @@ TEST(ThumbnailWalkObjectTable, Edges)
     run = runWalk(documentWithTable(0x0300, false, 2, fakeJPEG(8)), Backend::kMemory);
     EXPECT_EQ(run.result.reason, Reason::kDuplicateObjectTable);
     // ...and a version 3.0 document without its table is damaged.
-    DocumentBuilder bare;
-    bare.documentID().version(0x0300).raw(fromHex("FF"));
-    run = runWalk(bare.bytes(), Backend::kMemory);
+    run = runWalk(DocumentBuilder().documentID().version(0x0300).raw(fromHex("FF")).bytes(), Backend::kMemory);
     EXPECT_EQ(run.result.reason, Reason::kObjectTableUnreadable);
     EXPECT_EQ(run.result.version, 0x0300);
     // The limits' bounds reach the object reader: no table at all, no object at all.

@@ -2,6 +2,7 @@
 
 #include "gs/object/GSArrayMemory.h"
 #include "tests/object/TestObjects.h"
+#include "tests/support/DocumentBuilder.h"
 
 #include <gtest/gtest.h>
 
@@ -29,10 +30,9 @@ std::string const kTableCompact = "02 00 00 00 00 00 00 00 00 18 " + kObjectComp
 // A full object of the named class with QMPoint{7}'s content (classic, no table).
 std::string fullObject(std::string const& name)
 {
-    char count[8];
-    std::snprintf(count, sizeof count, "%02zX", name.size() + 1);
-    return "00 FF 9B 00 00 00 " + std::string(count) + " " + toHex(std::vector<unsigned char>(name.begin(), name.end())) +
-           " 00 " + kPointClassic;
+    ByteWriter out;
+    writeString(out.u8(0), Framing::kClassic, name);
+    return toHex(out.bytes()) + " " + kPointClassic;
 }
 
 // The bytes of what `write(file)` writes under a table with 32- or 64-bit positions.
@@ -121,21 +121,18 @@ public:
 // twice as often as its parent).
 TEST(GSObjectEncoding, AFailedChildIsNeverReadAgain)
 {
-    std::string node;
+    Bytes node;
     for (int level = 0; level <= 16; ++level) {
-        std::string body = "01 00  00 00 00 07 FE 00 00 00 ";
-        if (!node.empty()) {
-            char size[16];
-            std::snprintf(size, sizeof size, "%08zX", fromHex(node).size());
-            std::string hexSize;
-            for (int i = 0; i < 8; i += 2)
-                hexSize += std::string(size + i, 2) + " ";
-            body += "00 00 00 01 " + hexSize + node;
-        }
-        std::string const name = "QMLenientNode";
-        node = "00 FF 9B 00 00 00 0E " + toHex(std::vector<unsigned char>(name.begin(), name.end())) + " 00 " + body;
+        ByteWriter out;
+        writeString(out.u8(0), Framing::kClassic, "QMLenientNode");
+        RecordWriter records(out, Framing::kClassic);
+        records.version(0x0100).header(7, -0x2000000);
+        if (!node.empty())
+            records.record(1, node);
+        node = out.bytes();
     }
-    ReadFile r(node + " 00");
+    node.push_back(0);
+    ReadFile r(node);
     QMLenientNode::reads = 0;
     GSObject* o = nullptr;
     (void)r.f.readObject(&o);

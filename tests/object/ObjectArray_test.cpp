@@ -75,27 +75,6 @@ TEST(ObjectArrayFile, ReadRetainsEachObjectAndReleasesThemWithTheArray)
     EXPECT_EQ(QMPoint::live, liveBefore);
 }
 
-TEST(ObjectArrayFile, UnderATableTheSameObjectReadsBackOnce)
-{
-    auto* p = new QMPoint(3);
-    ObjectArray a;
-    fill(a, {p, p});
-    WriteFile w;
-    ASSERT_EQ(w.f.startObjectMergingWrite(0), 0);
-    ASSERT_EQ(a.write(&w.f), 0);
-    ASSERT_EQ(w.f.stopObjectMergingWrite(), 0);
-
-    ReadFile r(w.f);
-    ASSERT_EQ(r.f.startObjectMergingRead(), 0);
-    ObjectArray back;
-    ASSERT_EQ(back.read(&r.f), 0);
-    ASSERT_EQ(r.f.stopObjectMergingRead(), 0);
-    ASSERT_EQ(back.getCount(), 2);
-    EXPECT_EQ(back.getElementAt(0), back.getElementAt(1));
-    EXPECT_EQ(back.getElementAt(0)->getRefCount(), 2);
-    EXPECT_EQ(xOf(back.getElementAt(1)), 3);
-}
-
 TEST(ObjectArrayFile, CountsTheFileCannotHoldFailBeforeAllocating)
 {
     for (char const* hex : {"00 00 00 03 01 01", "7F FF FF FF 01", "FF FF FF FF"}) {

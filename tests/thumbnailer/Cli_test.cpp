@@ -46,24 +46,15 @@ protected:
     {
         jpegPath = folder.write("photo.qmd", simpleDocument(kPictureJPEG, jpeg, 64, 48));
         pngPath = folder.write("drawing.qmd", simpleDocument(kPicturePNGAlternative, png, 32, 16));
-        DocumentBuilder selection;
-        selection.selectionID().version(0x0201).thumbnail(ThumbnailRecord().inlinePicture(kPictureJPEG, jpeg)).endTag();
-        selectionPath = folder.write("part.qmd", selection.bytes());
-        DocumentBuilder none;
-        none.documentID().version(0x0200).record(20, Bytes(10, 0)).endTag();
-        nonePath = folder.write("plain.qmd", none.bytes());
+        selectionPath = folder.write("part.qmd", DocumentBuilder().selectionID().version(0x0201).thumbnail(
+            ThumbnailRecord().inlinePicture(kPictureJPEG, jpeg)).endTag().bytes());
+        nonePath = folder.write("plain.qmd", DocumentBuilder().documentID().version(0x0200).record(20, Bytes(10, 0)).endTag().bytes());
         textPath = folder.write("notes.txt", Bytes{'h', 'e', 'l', 'l', 'o'});
-        DocumentBuilder tooNew;
-        tooNew.documentID().version(0x0400).endTag();
-        tooNewPath = folder.write("future.qmd", tooNew.bytes());
+        tooNewPath = folder.write("future.qmd", DocumentBuilder().documentID().version(0x0400).endTag().bytes());
         // A stored count of 2^31 - 1 in a file of well under 1 KiB.
-        DocumentBuilder huge;
-        huge.documentID().version(0x0200);
-        huge.thumbnail(ThumbnailRecord().description(0, 8, 8).inlinePicture(kPictureJPEG, fakeJPEG(100), 0x7FFFFFFF)).endTag();
-        hugePath = folder.write("huge-count.qmd", huge.bytes());
-        DocumentBuilder cut;
-        cut.documentID().raw({3});
-        cutPath = folder.write("cut.qmd", cut.bytes());
+        hugePath = folder.write("huge-count.qmd", DocumentBuilder().documentID().version(0x0200).thumbnail(
+            ThumbnailRecord().description(0, 8, 8).inlinePicture(kPictureJPEG, fakeJPEG(100), 0x7FFFFFFF)).endTag().bytes());
+        cutPath = folder.write("cut.qmd", DocumentBuilder().documentID().raw({3}).bytes());
     }
 
     ScratchFolder folder;
