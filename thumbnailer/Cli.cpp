@@ -10,7 +10,22 @@
 #include <new>
 #include <ostream>
 
+#ifndef QM_VERSION
+#define QM_VERSION "0"
+#endif
+
 namespace qm {
+
+ExitCodeMeaning const kExitCodeMeanings[6] = {
+    {kExitOk, "success (info: every file could be opened)"},
+    {kExitUsage, "wrong usage: the arguments are not understood, or an output that is the input itself"},
+    {kExitCannotRead, "a file cannot be opened or read, or is not a regular file, or an output cannot be written "
+                      "(standard output included)"},
+    {kExitNotADocument, "not a Quillmoor document, or a version this program does not read"},
+    {kExitNoPicture, "no stored picture: a selection file, or a document without one"},
+    {kExitDamaged, "the document is damaged: cut short, records that contradict each other, beyond the limits, "
+                   "or a picture that does not decode in time"},
+};
 
 int exitCodeFor(GSThumbnailReason reason)
 {
@@ -65,21 +80,37 @@ std::string versionText(short version)
     return std::to_string(v >> 8) + "." + std::to_string(v & 0xFFu);
 }
 
+std::string versionLine()
+{
+    return std::string("quillmoor-thumbnailer ") + QM_VERSION;
+}
+
+void buildCli(CLI::App& app, CliContext& context)
+{
+    app.name("quillmoor-thumbnailer");
+    app.description("Shows and extracts the pictures that Quillmoor stores in its documents, and makes desktop "
+                    "thumbnails of them.");
+    app.set_version_flag("--version", versionLine(), "Print the program's version and exit");
+    std::string codes = "Exit codes:";
+    for (ExitCodeMeaning const& entry : kExitCodeMeanings)
+        codes += "\n  " + std::to_string(entry.code) + "  " + entry.meaning;
+    app.footer(codes);
+    app.require_subcommand(1);
+    app.fallthrough(false);
+    addInfoCommand(app, context);
+    addExtractCommand(app, context);
+    addThumbnailCommand(app, context);
+    addCacheCommand(app, context);
+}
+
 int runCli(int argc, char const* const* argv, std::ostream& out, std::ostream& err)
 {
     CliContext context{out, err};
     // Temporary files being written are removed on SIGTERM and SIGINT.
     installSignalCleanup();
     try {
-        CLI::App app("Shows and extracts the pictures that Quillmoor stores in its documents, and makes desktop "
-                     "thumbnails of them.",
-                     "quillmoor-thumbnailer");
-        app.require_subcommand(1);
-        app.fallthrough(false);
-        addInfoCommand(app, context);
-        addExtractCommand(app, context);
-        addThumbnailCommand(app, context);
-        addCacheCommand(app, context);
+        CLI::App app;
+        buildCli(app, context);
         try {
             app.parse(argc, argv);
         } catch (CLI::ParseError const& e) {

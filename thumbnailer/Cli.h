@@ -34,6 +34,13 @@ enum ExitCode : int {
     kExitDamaged = 6,
 };
 
+// Every exit code with its meaning, in the order --help and the manual page list them.
+struct ExitCodeMeaning {
+    int code;
+    char const* meaning;
+};
+extern ExitCodeMeaning const kExitCodeMeanings[6];
+
 // The exit code for the outcome of a document's walk.
 int exitCodeFor(GSThumbnailReason reason);
 
@@ -61,6 +68,14 @@ void addExtractCommand(CLI::App& app, CliContext& context);
 // thumbnailer/DesktopCommands.cpp: `thumbnail` (one PNG, as desktops call it) and `cache`.
 void addThumbnailCommand(CLI::App& app, CliContext& context);
 void addCacheCommand(CLI::App& app, CliContext& context);
+
+// The whole command line: the program's description, --version (the build's version), the exit
+// codes under --help, and every command above. runCli parses with it and the manual page is
+// written from it, so the two cannot disagree. May throw std::bad_alloc.
+void buildCli(CLI::App& app, CliContext& context);
+
+// "quillmoor-thumbnailer 0.1.0": what --version prints, the version being the build's.
+std::string versionLine();
 
 // Parses the arguments, runs the command and returns the exit code. Never throws.
 int runCli(int argc, char const* const* argv, std::ostream& out, std::ostream& err);

@@ -25,7 +25,7 @@ CLI::Validator const kTimeoutSeconds(
             return std::string("a number of seconds, at least 0.001");
         return std::string();
     },
-    "SECONDS >= 0.001");
+    "at least 0.001");
 
 } // namespace
 
@@ -42,9 +42,11 @@ void addThumbnailCommand(CLI::App& app, CliContext& context)
         "thumbnail", "Writes the PNG thumbnail of a document, as a freedesktop.org thumbnailer does. On failure "
                      "OUTPUT is left empty.");
     command->add_option("-s,--size", options->size, "The side of the box the thumbnail fits in")
+        ->type_name("SIZE")
         ->check(CLI::Range(1, 16384))
         ->capture_default_str();
     command->add_option("--timeout", options->timeout, "Give up (exit 6) after this many seconds")
+        ->type_name("SECONDS")
         ->check(kTimeoutSeconds)
         ->capture_default_str();
     command->add_option("INPUT", options->input, "The document: a path or a file:// URI")->required();
@@ -63,12 +65,15 @@ void addCacheCommand(CLI::App& app, CliContext& context)
         "cache", "Fills the freedesktop.org thumbnail cache ($XDG_CACHE_HOME/thumbnails) for documents and folders "
                  "(recursively), skipping entries that are up to date.");
     command->add_option("--size", options->flavor, "normal (128), large (256), x-large (512) or xx-large (1024)")
+        ->type_name("FLAVOR")
         ->capture_default_str();
     command->add_option("--jobs", options->jobs, "Documents made at the same time (default: the processor count)")
+        ->type_name("N")
         ->check(CLI::Range(1, 256));
     command->add_option("--timeout", options->timeoutSeconds,
                         "Give up on a document (counted as failed) whose picture takes longer than this many "
                         "seconds to decode")
+        ->type_name("SECONDS")
         ->check(kTimeoutSeconds)
         ->capture_default_str();
     command->add_option("PATH", options->paths, "Documents and folders")->required();

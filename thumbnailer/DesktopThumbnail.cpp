@@ -12,10 +12,6 @@
 #include <cstring>
 #include <sys/stat.h>
 
-#ifndef QM_VERSION
-#define QM_VERSION "0"
-#endif
-
 namespace {
 
 struct GFreeString {
@@ -106,7 +102,7 @@ int makeDocumentThumbnail(qm::DocumentFile const& document, std::string const& u
     *info = ThumbnailInfo();
     info->uri = uri;
     info->mimeType = kDocumentMimeType;
-    info->software = "quillmoor-thumbnailer " QM_VERSION;
+    info->software = qm::versionLine();
     // One open for everything: the state written into the PNG, the walk and the picture's bytes
     // all come from this descriptor, so a file renamed over the path meanwhile cannot mix in.
     info->mtime = long(document.state().st_mtime);

@@ -69,7 +69,7 @@ void addExtractCommand(CLI::App& app, CliContext& context)
         "extract", "Write the stored picture's bytes unchanged, to FILE with .jpg or .png in place of its "
                    "extension unless -o is given. The output appears whole or not at all.");
     extract->add_option("FILE", options->file, "The document")->required();
-    extract->add_option("-o,--output", options->output, "Where to write the picture");
+    extract->add_option("-o,--output", options->output, "Where to write the picture")->type_name("OUT");
     extract->callback([options, &context] { runExtract(*options, context); });
 }
 
