@@ -1,30 +1,31 @@
 #!/bin/sh
-# The install tree and the Debian package: `cmake --install` puts the program, the library with its
-# CMake package and pkg-config file, the thumbnailer entry and the MIME package in place, a program
-# builds against the installed library both ways, and the .deb lists the same files under /usr.
+# The install tree and the Debian packages as a packager and a user meet them:
+# - `cmake --install` puts the program, the library and the desktop files under any prefix, and its
+#   pkg-config file names that prefix;
+# - CPack makes quillmoor-thumbnailer, libquillmoor-dev and the -dbgsym package; both packages,
+#   unpacked into a scratch root, hold every expected path and nothing outside /usr;
+# - the program in the root runs and prints the project's version, which is also the packages'
+#   and the Debian changelog's; it takes the decoders and GLib from their shared libraries, each a
+#   declared dependency, and is stripped, its debug symbols under its build ID in the -dbgsym package;
+# - pkg-config (through PKG_CONFIG_SYSROOT_DIR) and find_package (through CMAKE_PREFIX_PATH) build
+#   a program against the root's development package;
+# - lintian, when installed, reports no error and no warning on either package.
 # Usage: package_test.sh BUILD_DIR SOURCE_DIR
 set -eu
 build=$1
+source=$2
 command -v dpkg-deb >/dev/null 2>&1 || { echo "SKIP: no dpkg-deb"; exit 77; }
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 trap 'exit 130' INT TERM HUP
 
 fail=0
+failed() { echo "FAIL: $*"; fail=1; }
 expect() { # FILE-LIST PATTERN
-  if ! grep -Eq "$2" "$1"; then echo "FAIL: $2 not in $(basename "$1")"; fail=1; fi
+  grep -Eq "$2" "$1" || failed "$2 not in $(basename "$1")"
 }
 
-cmake --install "$build" --prefix "$work/prefix" >/dev/null
-(cd "$work/prefix" && find . -type f -o -type l) > "$work/installed"
-for pattern in '^\./bin/quillmoor-thumbnailer$' '^\./share/thumbnailers/quillmoor\.thumbnailer$' \
-               '^\./share/mime/packages/quillmoor\.xml$' '^\./include/gs/file/GSFile\.h$' \
-               '^\./include/generator/GSThumbnailSize\.h$' '^\./lib[^ ]*/libquillmoor-gs\.a$' \
-               '^\./lib[^ ]*/cmake/quillmoor/quillmoorConfig\.cmake$' '^\./lib[^ ]*/pkgconfig/quillmoor\.pc$'; do
-  expect "$work/installed" "$pattern"
-done
-
-# A user of the library, through CMake and through pkg-config.
+# A user of the library: the fit rule of a 1024 x 768 picture in a 256 box.
 mkdir -p "$work/user"
 cat > "$work/user/main.cpp" <<'CPP'
 #include "generator/GSThumbnailSize.h"
@@ -38,25 +39,114 @@ find_package(quillmoor REQUIRED)
 add_executable(user main.cpp)
 target_link_libraries(user PRIVATE quillmoor::generator)
 CMAKE
-cmake -S "$work/user" -B "$work/user/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
-cmake --build "$work/user/build" >/dev/null
-[ "$("$work/user/build/user")" = "256x192" ] || { echo "FAIL: CMake user"; fail=1; }
-pc=$(dirname "$(find "$work/prefix" -name quillmoor.pc)")
-# shellcheck disable=SC2046
-c++ -o "$work/user/pc" "$work/user/main.cpp" $(PKG_CONFIG_PATH="$pc" pkg-config --cflags --libs quillmoor)
-[ "$("$work/user/pc")" = "256x192" ] || { echo "FAIL: pkg-config user"; fail=1; }
+pkg_config_user() { # NAME, with PKG_CONFIG_* set by the caller
+  # shellcheck disable=SC2046
+  c++ -std=c++20 -o "$work/user/$1" "$work/user/main.cpp" $(pkg-config --cflags --libs quillmoor) ||
+    { failed "pkg-config user $1 does not build"; return; }
+  [ "$("$work/user/$1")" = "256x192" ] || failed "pkg-config user $1"
+}
 
-# The Debian package, built by CPack from the same tree.
-(cd "$build" && cpack -G DEB -B "$work/deb" >/dev/null)
-deb=$(ls "$work"/deb/*.deb)
-dpkg-deb -c "$deb" | awk '{print $NF}' > "$work/contents"
-for pattern in '^\./usr/bin/quillmoor-thumbnailer$' '^\./usr/share/thumbnailers/quillmoor\.thumbnailer$' \
-               '^\./usr/share/mime/packages/quillmoor\.xml$' '^\./usr/include/gs/file/GSFile\.h$' \
-               '^\./usr/lib[^ ]*/cmake/quillmoor/quillmoorConfig\.cmake$' '^\./usr/lib[^ ]*/pkgconfig/quillmoor\.pc$'; do
-  expect "$work/contents" "$pattern"
+# The install tree.
+cmake --install "$build" --prefix "$work/prefix" >/dev/null
+(cd "$work/prefix" && find . -type f -o -type l) > "$work/installed"
+for pattern in '^\./bin/quillmoor-thumbnailer$' '^\./share/thumbnailers/quillmoor\.thumbnailer$' \
+               '^\./share/mime/packages/quillmoor\.xml$' '^\./share/man/man1/quillmoor-thumbnailer\.1\.gz$' \
+               '^\./include/gs/file/GSFile\.h$' '^\./include/generator/GSThumbnailSize\.h$' \
+               '^\./lib[^ ]*/libquillmoor-gs\.a$' '^\./lib[^ ]*/cmake/quillmoor/quillmoorConfig\.cmake$' \
+               '^\./lib[^ ]*/pkgconfig/quillmoor\.pc$'; do
+  expect "$work/installed" "$pattern"
 done
-dpkg-deb -f "$deb" Package Depends > "$work/control"
-expect "$work/control" '^Package: quillmoor-thumbnailer$'
-expect "$work/control" 'libspng0'
-[ $fail -eq 0 ] && echo "package contents as expected"
+# The Debian documents are the packages' alone.
+grep -q '^\./share/doc/' "$work/installed" && failed "cmake --install writes share/doc"
+pc=$(dirname "$(find "$work/prefix" -name quillmoor.pc)")
+PKG_CONFIG_PATH="$pc" pkg_config_user prefix
+
+# The packages, unpacked into one root.
+(cd "$build" && cpack -G DEB -B "$work/deb" >"$work/cpack.log" 2>&1) || { cat "$work/cpack.log"; failed "cpack"; exit 1; }
+arch=$(dpkg --print-architecture)
+multiarch=$(dpkg-architecture -qDEB_HOST_MULTIARCH 2>/dev/null || gcc -print-multiarch)
+version=$(sed -n 's/^project(quillmoor VERSION \([0-9.]*\).*/\1/p' "$source/CMakeLists.txt")
+revision=$(sed -n '1s/^quillmoor (\([^)]*\)-\([^)-]*\)).*/\2/p' "$source/packaging/debian/changelog")
+[ "$(sed -n '1s/^quillmoor (\([^)]*\)-[^)-]*).*/\1/p' "$source/packaging/debian/changelog")" = "$version" ] ||
+  failed "the changelog's top entry is not of version $version"
+program=$work/deb/quillmoor-thumbnailer_${version}-${revision}_$arch.deb
+dev=$work/deb/libquillmoor-dev_${version}-${revision}_$arch.deb
+dbgsym=$work/deb/quillmoor-thumbnailer-dbgsym_${version}-${revision}_$arch.ddeb
+for f in "$program" "$dev" "$dbgsym"; do
+  [ -f "$f" ] || { failed "no $(basename "$f") among: $(ls "$work/deb")"; exit 1; }
+done
+root=$work/root
+dpkg -x "$program" "$root"
+dpkg -x "$dev" "$root"
+
+# Every path, per package.
+check_paths() { # DEB PATH...
+  deb=$1; shift
+  dpkg-deb -c "$deb" | awk '{print $NF}' | sed 's|^\./|/|; s|/$||' > "$work/contents"
+  for path in "$@"; do
+    grep -qxF "$path" "$work/contents" || failed "$path not in $(basename "$deb")"
+    [ -e "$root$path" ] || failed "$path not unpacked"
+  done
+  grep -v '^/$' "$work/contents" | grep -v '^/usr' && failed "$(basename "$deb") writes outside /usr"
+  return 0
+}
+check_paths "$program" /usr/bin/quillmoor-thumbnailer /usr/share/thumbnailers/quillmoor.thumbnailer \
+  /usr/share/mime/packages/quillmoor.xml /usr/share/man/man1/quillmoor-thumbnailer.1.gz \
+  /usr/share/doc/quillmoor-thumbnailer/copyright /usr/share/doc/quillmoor-thumbnailer/changelog.Debian.gz
+headers=$(cd "$source" && find gs generator -name '*.h' ! -path '*/apple/*' ! -path '*/quicklook/*' |
+          sed 's|^|/usr/include/|')
+# shellcheck disable=SC2086
+check_paths "$dev" $headers /usr/lib/$multiarch/libquillmoor-gs.a /usr/lib/$multiarch/libquillmoor-gs-platform.a \
+  /usr/lib/$multiarch/libquillmoor-generator.a /usr/lib/$multiarch/cmake/quillmoor/quillmoorConfig.cmake \
+  /usr/lib/$multiarch/cmake/quillmoor/quillmoorConfigVersion.cmake /usr/lib/$multiarch/cmake/quillmoor/quillmoorTargets.cmake \
+  /usr/lib/$multiarch/pkgconfig/quillmoor.pc /usr/share/doc/libquillmoor-dev/copyright \
+  /usr/share/doc/libquillmoor-dev/changelog.Debian.gz
+dpkg-deb -c "$program" | grep -q '/include/\|\.a$' && failed "the program's package holds development files"
+dpkg-deb -c "$dev" | grep -q '/bin/' && failed "the development package holds the program"
+
+# The program runs from the root, on the shared libraries the system has.
+bin=$root/usr/bin/quillmoor-thumbnailer
+[ "$("$bin" --version)" = "quillmoor-thumbnailer $version" ] || failed "--version: $("$bin" --version)"
+"$bin" thumbnail -s 64 "$source/examples/landscape.qmd" "$work/thumb.png" || failed "thumbnail from the root"
+[ "$(head -c 8 "$work/thumb.png" | od -An -tx1 | tr -d ' ')" = 89504e470d0a1a0a ] || failed "the thumbnail is no PNG"
+for field in "$program" "$dev"; do
+  [ "$(dpkg-deb -f "$field" Version)" = "$version-$revision" ] || failed "$(basename "$field"): Version"
+done
+[ "$(zcat "$root/usr/share/doc/quillmoor-thumbnailer/changelog.Debian.gz" | head -1)" = \
+  "$(head -1 "$source/packaging/debian/changelog")" ] || failed "changelog.Debian.gz is not the changelog"
+
+# Shared, not copied in: each library's functions are imported, and its package is a dependency.
+nm -D --undefined-only "$bin" | awk '{print $NF}' > "$work/imported"
+depends=$(dpkg-deb -f "$program" Depends)
+for pair in tjInitDecompress:libturbojpeg0 jpeg_read_header:libjpeg62-turbo spng_ctx_new:libspng0 \
+            g_compute_checksum_for_string:libglib2.0-0 fstat:libc6; do
+  grep -q "^${pair%%:*}" "$work/imported" || failed "${pair%%:*} is not taken from a shared library"
+  echo "$depends" | grep -Eq "(^|, )${pair#*:} " || failed "Depends lacks ${pair#*:}: $depends"
+done
+
+# Stripped, with the debug symbols under the build ID in the -dbgsym package.
+readelf -SW "$bin" | grep -Eq '\.(symtab|debug_info) ' && failed "the program is not stripped"
+id=$(readelf -nW "$bin" | sed -n 's/.*Build ID: *\([0-9a-f]*\).*/\1/p')
+rest=${id#??}
+dpkg-deb -c "$dbgsym" | grep -q "/usr/lib/debug/.build-id/${id%"$rest"}/$rest.debug$" ||
+  failed "no debug file for build ID $id in $(basename "$dbgsym")"
+
+# Users of the development package in the root.
+PKG_CONFIG_SYSROOT_DIR=$root PKG_CONFIG_LIBDIR=$root/usr/lib/$multiarch/pkgconfig pkg_config_user sysroot
+PKG_CONFIG_SYSROOT_DIR=$root PKG_CONFIG_LIBDIR=$root/usr/lib/$multiarch/pkgconfig pkg-config --cflags quillmoor |
+  grep -q -- '-std=' && failed "the pkg-config file sets a language standard"
+if cmake -S "$work/user" -B "$work/user/build" -G Ninja -DCMAKE_PREFIX_PATH="$root/usr" >/dev/null &&
+   cmake --build "$work/user/build" >/dev/null; then
+  [ "$("$work/user/build/user")" = "256x192" ] || failed "find_package user"
+else
+  failed "find_package user does not build"
+fi
+
+# What Debian's package checker says.
+if command -v lintian >/dev/null 2>&1; then
+  lintian --fail-on error,warning "$program" "$dev" > "$work/lintian" 2>&1 || { cat "$work/lintian"; failed "lintian"; }
+else
+  echo "lintian is not installed: its checks are skipped"
+fi
+[ $fail -eq 0 ] && echo "packages as expected"
 exit $fail

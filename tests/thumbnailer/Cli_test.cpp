@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <regex>
 #include <sstream>
 
 using namespace qmtest;
@@ -177,6 +178,21 @@ TEST(CliUsage, WrongUsageExitsTwoAndHelpExitsZero)
         CliRun r = cli(args);
         EXPECT_EQ(r.code, 0) << testing::PrintToString(args);
         EXPECT_NE(r.out.find("Usage"), std::string::npos) << r.out;
+    }
+}
+
+// The version printed is the one the build declares in project(VERSION), read here from the
+// source itself.
+TEST(CliUsage, VersionIsTheProjectsVersion)
+{
+    std::string lists = readText(std::string(QM_SOURCE_DIR) + "/CMakeLists.txt");
+    std::smatch m;
+    ASSERT_TRUE(std::regex_search(lists, m, std::regex(R"(project\(quillmoor VERSION ([0-9.]+))")));
+    for (std::vector<std::string> args : {std::vector<std::string>{"--version"}, {"--version", "info"}}) {
+        CliRun r = cli(args);
+        EXPECT_EQ(r.code, 0);
+        EXPECT_EQ(r.out, "quillmoor-thumbnailer " + std::string(m[1]) + "\n");
+        EXPECT_EQ(r.err, "");
     }
 }
 
