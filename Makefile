@@ -46,8 +46,11 @@ bench: release
 clean:
 	rm -rf build
 
-# The Debian package (CPack), installing under /usr.
+# The Debian packages (CPack): build/deb/quillmoor-thumbnailer_<version>_<arch>.deb (the program),
+# libquillmoor-dev_... (headers and libraries) and quillmoor-thumbnailer-dbgsym_....ddeb, checked
+# with lintian when it is installed.
 deb: deps
-	cmake --preset release -DCMAKE_INSTALL_PREFIX=/usr >/dev/null
-	cmake --build --preset release
-	cd build/release && cpack -G DEB
+	cmake --preset deb >/dev/null
+	cmake --build --preset deb
+	cd build/deb && cpack -G DEB
+	@if command -v lintian >/dev/null; then lintian --fail-on error,warning build/deb/*.deb; fi
