@@ -3,7 +3,7 @@
 #include "gs/filespec/GSURLSupport.h"
 
 #include "gs/object/GSIdPointer.h"
-#include "tests/support/ScratchFolder.h"
+#include "tests/filespec/URLTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -21,15 +21,10 @@
 #include <unistd.h>
 
 using qmtest::ScratchFolder;
+using qmtest::setImmutable;
+using qmtest::urlFor;
 
 namespace {
-
-GSIdPointer urlFor(std::string const& path)
-{
-    GSIdPointer url;
-    url = GSURLCreateWithFilePath(GSString(path.c_str()), 0, 0);
-    return url;
-}
 
 // The date the rule gives for a time, computed apart from the library: gmtime of the second,
 // the millisecond rounded with 0.49 in floating point, 1000 carried.
@@ -54,23 +49,6 @@ std::string show(GSDate const& d)
     std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d.%03d", d.year, d.month, d.day, d.hour, d.minute,
                   d.second, d.millisecond);
     return text;
-}
-
-// Sets the immutable attribute (or clears it); false where the file system or our rights do not
-// allow it.
-bool setImmutable(std::string const& path, bool on)
-{
-    int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK);
-    if (fd < 0)
-        return false;
-    int flags = 0;
-    bool ok = ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
-    if (ok) {
-        flags = on ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
-        ok = ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
-    }
-    close(fd);
-    return ok;
 }
 
 } // namespace
