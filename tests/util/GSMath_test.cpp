@@ -132,10 +132,10 @@ TEST_F(MathTables, ArctangentReadsEveryEntryInEveryOctant)
     for (int k = 0; k < 511; ++k) {
         float const T = static_cast<float>(std::atan(static_cast<double>(static_cast<float>(k) / 511.0f)));
         float const r = (static_cast<float>(k) + 0.5f) / 511.0f;
-        std::vector<float> const angles = {fAtan(r, 1),   fAtan(1, r),  fAtan(r, -1), fAtan(1, -r),
-                                           fAtan(-1, -r), fAtan(-r, -1), fAtan(-r, 1), fAtan(-1, r)};
-        ASSERT_EQ(angles, std::vector<float>({T, halfPi - T, pi - T, halfPi + T, threeHalvesPi - T, pi + T, twoPi - T,
-                                              threeHalvesPi + T})) << k;
+        ASSERT_EQ(std::vector<float>({fAtan(r, 1), fAtan(1, r), fAtan(r, -1), fAtan(1, -r), fAtan(-1, -r), fAtan(-r, -1),
+                                      fAtan(-r, 1), fAtan(-1, r)}),
+                  std::vector<float>({T, halfPi - T, pi - T, halfPi + T, threeHalvesPi - T, pi + T, twoPi - T, threeHalvesPi + T}))
+            << k;
     }
     float const T511 = static_cast<float>(std::atan(1.0));
     struct Case { float y, x, angle; } const cases[] = {
