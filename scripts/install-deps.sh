@@ -13,6 +13,8 @@ packages=(
   tumbler dbus-daemon python3-gi gir1.2-gnomedesktop-3.0 bubblewrap shared-mime-info libglib2.0-bin
   # The Debian packages: Debian's checker, the manual page's formatter.
   lintian groff-base
+  # The trash test: gio reads and restores the trash through gvfs.
+  gvfs
   "$@"
 )
 
