@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <map>
 #include <random>
 #include <regex>
 #include <sstream>
@@ -115,25 +114,35 @@ std::string hostileText(std::mt19937& random)
     return text + " end";
 }
 
+// A heading's text: no line breaks, but quotes, backslashes and dots.
+std::string hostileTitle(std::mt19937& random)
+{
+    static char const* const pieces[] = {"\"", "\\", ".", "'", " ", "A", "Notes", "-"};
+    std::string title = "T";
+    for (int i = 0, count = 1 + int(random() % 6); i < count; ++i)
+        title += pieces[random() % (sizeof pieces / sizeof *pieces)];
+    return title + "E";
+}
+
 TEST(ManPage, AnyTextReadsBackAsWritten)
 {
     std::mt19937 random(7);
     for (int round = 0; round < 60; ++round) {
-        std::string description = hostileText(random);
-        std::string optionText = hostileText(random);
-        std::string paragraph = hostileText(random);
-        CLI::App app(description, "prog");
-        CLI::App* command = app.add_subcommand("run", "Runs.");
+        std::vector<std::string> written = {hostileText(random), hostileText(random), hostileText(random),
+                                            hostileText(random), hostileText(random), hostileTitle(random)};
+        CLI::App app(written[0], "prog");
+        CLI::App* command = app.add_subcommand("run", written[1]);
         std::string value;
-        command->add_option("--what", value, optionText);
+        command->add_option("--what", value, written[2]);
         qm::ManPageText text;
         text.summary = "a program";
-        text.sections = {{"NOTES", {paragraph}}};
+        text.description = {written[3]};
+        text.sections = {{written[5], {written[4]}}};
         Rendered out = render(qm::manPage(app, text));
         std::string seen = collapseBlanks(out.text);
-        for (std::string const& written : {description, optionText, paragraph})
-            EXPECT_NE(seen.find(collapseBlanks(written)), std::string::npos) << written << "\n--- page:\n" << out.text;
-        EXPECT_EQ(out.warnings, "") << description << " | " << optionText << " | " << paragraph;
+        for (std::string const& each : written)
+            EXPECT_NE(seen.find(collapseBlanks(each)), std::string::npos) << each << "\n--- page:\n" << out.text;
+        EXPECT_EQ(out.warnings, "") << testing::PrintToString(written);
     }
 }
 
@@ -143,8 +152,45 @@ TEST(ManPage, NameLineIsWhatisForm)
     EXPECT_NE(out.text.find("\nNAME\n       quillmoor-thumbnailer - thumbnails\n"), std::string::npos) << out.text;
 }
 
-// Every option and argument --help shows for a command, with its value name and default, is in
-// that command's part of the page; the page renders without a warning.
+// What --help shows of one option or argument.
+struct HelpItem {
+    std::string names;     // "-s, --size", "INPUT"
+    std::string value;     // "SIZE"; for an argument its type, "TEXT"
+    std::string accepted;  // "INT in [1 - 16384]"
+    std::string fallback;  // "256"
+    bool repeats = false;  // an argument that takes several values
+};
+
+// The items of a --help text: CLI11 writes "  -s,--size SIZE:INT in [1 - 16384]=256" and
+// "  FILE TEXT ... REQUIRED" under "Options:" and "Positionals:".
+std::vector<HelpItem> helpItems(std::string const& help)
+{
+    static std::regex const item(
+        R"(^  ((?:-[-a-z]+,?)+|[A-Z]+)(?: ([A-Z]+)(?::(.*?))?(?:=(\S+))?( \.\.\.)?)?(?: REQUIRED)?(?:  |$))");
+    std::vector<HelpItem> items;
+    std::istringstream in(help);
+    bool inList = false;
+    for (std::string line; std::getline(in, line);) {
+        if (line == "Options:" || line == "Positionals:") {
+            inList = true;
+            continue;
+        }
+        if (line.empty() || line.back() == ':')
+            inList = false;
+        std::smatch m;
+        if (!inList || !std::regex_search(line, m, item))
+            continue;
+        HelpItem h{m[1], m[2], m[3], m[4], m[5].matched};
+        for (size_t comma = h.names.find(','); comma != std::string::npos; comma = h.names.find(',', comma + 2))
+            h.names.replace(comma, 1, ", ");
+        items.push_back(h);
+    }
+    return items;
+}
+
+// Every option and argument --help shows for a command is in that command's part of the page: in
+// its synopsis line, and in its list with value name, accepted values and default as --help says
+// them. The page renders without a warning.
 TEST(ManPage, EveryCommandAndOptionOfHelpIsDocumented)
 {
     Rendered out = render(realPage());
@@ -152,45 +198,45 @@ TEST(ManPage, EveryCommandAndOptionOfHelpIsDocumented)
     std::string commands = section(out.text, "COMMANDS");
     std::string options = section(out.text, "OPTIONS");
     ASSERT_NE(commands, "");
-    std::map<std::string, std::string> partOf = {{"", options}};
-    for (std::string name : {"info", "extract", "thumbnail", "cache"}) {
-        partOf[name] = section(commands, "   " + name);
-        EXPECT_NE(partOf[name], "") << name;
-    }
-    // CLI11's help lines: "  -s,--size SIZE:INT in [1 - 16384]=256" and "  INPUT TEXT REQUIRED".
-    std::regex item(R"(^  ((?:-[-a-z]+,?)+|[A-Z]+)(?: ([A-Z]+)[^=\s]*(?:=(\S+))?)?)");
     int itemsSeen = 0;
-    for (auto const& [name, part] : partOf) {
-        CliHelp h = help(name.empty() ? std::vector<std::string>{"--help"} : std::vector<std::string>{name, "--help"});
+    for (std::string name : {"info", "extract", "thumbnail", "cache"}) {
+        std::string part = section(commands, "   " + name);
+        std::string synopsis = part.substr(0, part.find('\n'));
+        std::string list = part.substr(synopsis.size());
+        EXPECT_EQ(synopsis.find("       quillmoor-thumbnailer " + name + " "), 0u) << part;
+        CliHelp h = help({name, "--help"});
         ASSERT_EQ(h.code, 0);
-        std::istringstream in(h.out);
-        bool inList = false;
-        for (std::string line; std::getline(in, line);) {
-            if (line == "Options:" || line == "Positionals:") {
-                inList = true;
+        for (HelpItem const& item : helpItems(h.out)) {
+            ++itemsSeen;
+            std::string where = name + ": " + item.names;
+            if (item.names == "-h, --help") {  // documented once, with the program's options
+                EXPECT_NE(options.find(item.names), std::string::npos);
                 continue;
             }
-            if (line.empty() || line.back() == ':')
-                inList = false;
-            std::smatch m;
-            if (!inList || !std::regex_search(line, m, item))
-                continue;
-            ++itemsSeen;
-            std::string names = m[1];
-            for (size_t comma = names.find(','); comma != std::string::npos; comma = names.find(',', comma + 2))
-                names.replace(comma, 1, ", ");
-            bool positional = names[0] != '-';
-            std::string value = positional ? "" : std::string(m[2]);
-            // Each command's --help is the program's, documented once.
-            std::string const& where = names == "-h, --help" ? options : part;
-            EXPECT_NE(where.find(names + (value.empty() ? "" : " " + value)), std::string::npos)
-                << "'" << names << " " << value << "' of " << (name.empty() ? "the program" : name) << ":\n" << part;
-            if (m[3].matched) {
-                EXPECT_NE(part.find("Default: " + std::string(m[3]) + "."), std::string::npos) << names;
+            bool positional = item.names[0] != '-';
+            std::string tag = positional ? item.names : item.names + (item.value.empty() ? "" : " " + item.value);
+            EXPECT_NE(list.find("\n       " + tag + (positional && item.repeats ? "..." : "")), std::string::npos)
+                << where << ":\n" << list;
+            if (positional) {
+                EXPECT_EQ(list.find(item.names + " " + item.value), std::string::npos) << where;
+                std::string shown = item.names + (item.repeats ? "..." : "");
+                EXPECT_NE((synopsis + " ").find(" " + shown + " "), std::string::npos) << where << ": " << synopsis;
+            } else {
+                std::string first = item.names.substr(0, item.names.find(','));
+                std::string shown = "[" + first + (item.value.empty() ? "" : " " + item.value) + "]";
+                EXPECT_NE(synopsis.find(shown), std::string::npos) << where << ": " << synopsis;
+            }
+            if (!item.accepted.empty()) {
+                EXPECT_NE(list.find("Accepts " + item.accepted + "."), std::string::npos) << where;
+            }
+            if (!item.fallback.empty()) {
+                EXPECT_NE(list.find(". Default: " + item.fallback + "."), std::string::npos) << where << list;
             }
         }
     }
     EXPECT_GE(itemsSeen, 15);
+    // Sentences are joined with one full stop.
+    EXPECT_FALSE(std::regex_search(out.text, std::regex(R"([^.]\.\.[^.]|[^.] Default:)"))) << out.text;
 }
 
 TEST(ManPage, ExitStatusListsTheDocumentedCodes)
