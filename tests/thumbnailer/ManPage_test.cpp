@@ -210,7 +210,9 @@ TEST(ManPage, EveryCommandAndOptionOfHelpIsDocumented)
             ++itemsSeen;
             std::string where = name + ": " + item.names;
             if (item.names == "-h, --help") {  // documented once, with the program's options
+                EXPECT_EQ(part.find("--help"), std::string::npos) << part;
                 EXPECT_NE(options.find(item.names), std::string::npos);
+                EXPECT_EQ(options.find(item.names), options.rfind(item.names)) << options;
                 continue;
             }
             bool positional = item.names[0] != '-';
