@@ -3,7 +3,8 @@
 # - `cmake --install` puts the program, the library and the desktop files under any prefix, and its
 #   pkg-config file names that prefix;
 # - CPack makes quillmoor-thumbnailer, libquillmoor-dev and the -dbgsym package; both packages,
-#   unpacked into a scratch root, hold every expected path and nothing outside /usr;
+#   unpacked into a scratch root, hold every expected path and nothing outside /usr, the static
+#   libraries without debug information;
 # - the program in the root runs and prints the project's version, which is also the packages'
 #   and the Debian changelog's; it takes the decoders and GLib from their shared libraries, each a
 #   declared dependency, and is stripped, its debug symbols under its build ID in the -dbgsym package;
@@ -103,6 +104,9 @@ check_paths "$dev" $headers /usr/lib/$multiarch/libquillmoor-gs.a /usr/lib/$mult
   /usr/share/doc/libquillmoor-dev/changelog.Debian.gz
 dpkg-deb -c "$program" | grep -q '/include/\|\.a$' && failed "the program's package holds development files"
 dpkg-deb -c "$dev" | grep -q '/bin/' && failed "the development package holds the program"
+for archive in "$root/usr/lib/$multiarch"/libquillmoor-*.a; do
+  if readelf -SW "$archive" | grep -q ' \.debug_info '; then failed "$(basename "$archive") keeps its debug information"; fi
+done
 
 # The program runs from the root, on the shared libraries the system has.
 bin=$root/usr/bin/quillmoor-thumbnailer
