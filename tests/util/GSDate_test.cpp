@@ -129,15 +129,14 @@ TEST(GSDateArithmetic, MonthsYearsDaysSeconds)
     }
     // Beyond chrono's years: moving by k days changes the day number by k and gives a valid date.
     std::mt19937 gen(11);
-    std::uniform_int_distribution<int> years(INT_MIN + 4000000, INT_MAX - 4000000);
-    std::uniform_int_distribution<long> dayStep(-1000000000L, 1000000000L);
+    std::uniform_int_distribution<int> years(INT_MIN + 4000000, INT_MAX - 4000000), dayStep(-1000000000, 1000000000);
     for (int i = 0; i < 20000; ++i) {
         GSDate const far(1 + i % 28, 1 + i % 12, years(gen), 13, 14, 15, 16);
         long const k = dayStep(gen);
-        GSDate farMoved = far;
-        farMoved.addSeconds(k * 86400);
-        ASSERT_TRUE(farMoved.days() == far.days() + k && farMoved.checkForError() == 0 &&
-                    show(farMoved).ends_with(":13:14:15.16")) << show(far) << " + " << k;
+        GSDate moved = far;
+        moved.addSeconds(k * 86400);
+        ASSERT_TRUE(moved.days() == far.days() + k && moved.checkForError() == 0 && show(moved).ends_with(":13:14:15.16"))
+            << show(far) << " + " << k;
     }
 }
 
