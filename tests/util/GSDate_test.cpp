@@ -201,8 +201,7 @@ TEST(GSDateTime, CalendarTimeAndGMT)
         long const s = i == 0 ? 0 : when(gen);
         GSDate gmt, local(s, 0);
         std::string const localFields = show(fromChrono(sys_seconds{seconds{s + 10800}}));
-        ASSERT_EQ(gmt.init(s, 1), 0);
-        ASSERT_EQ(show(gmt), show(fromChrono(sys_seconds{seconds{s}}))) << s;
+        ASSERT_TRUE(gmt.init(s, 1) == 0 && show(gmt) == show(fromChrono(sys_seconds{seconds{s}}))) << s << ": " << show(gmt);
         ASSERT_TRUE(show(local) == localFields && local.getSeconds() == s) << s;
         local.convertToGMTime();
         ASSERT_EQ(show(local), show(gmt));
@@ -212,10 +211,8 @@ TEST(GSDateTime, CalendarTimeAndGMT)
     // The last second of the last 32-bit year, and beyond.
     long const last = (GSDate(31, 12, INT_MAX).days() - GSDate(1, 1, 1970).days()) * 86400 + 86399;
     GSDate edge;
-    EXPECT_EQ(edge.init(last, 1), 0);
-    EXPECT_EQ(show(edge), "31:12:2147483647:23:59:59.0");
-    EXPECT_EQ(edge.init(last + 1, 1) + GSDate(1, 1, 1).init(LONG_MAX, 1), 2);
-    EXPECT_EQ(show(edge), show(GSDate::invalid));
+    EXPECT_TRUE(edge.init(last, 1) == 0 && show(edge) == "31:12:2147483647:23:59:59.0") << show(edge);
+    EXPECT_TRUE(edge.init(last + 1, 1) + GSDate(1, 1, 1).init(LONG_MAX, 1) == 2 && show(edge) == show(GSDate::invalid));
     useTimeZone(nullptr);
     for (int useGMT : {0, 1}) {
         GSDate const now = GSDate::getActualDate(useGMT), viaInt(useGMT), reference(long(std::time(nullptr)), useGMT);
@@ -281,9 +278,11 @@ TEST(GSDateText, WritingFormats)
     for (auto const& [format, result] : cases)
         EXPECT_EQ(formatted(d, format), result) << format;
     EXPECT_EQ(formatted(odd, "yyyy yy MMM h a SS") + formatted(odd, "|%Y %y %b %I %p"), "-0044 44 13 12 AM 99|-0044 44 13 12 AM");
-    // A field of the format by position; one reaching outside the format writes the plain number.
+    // One field of a format, by position, as the format writes it (two y's the year's last two digits,
+    // two S's the millisecond's first two); a field reaching outside the format is the plain number.
     struct Field { char const* format; int start, count, value; char const* result; } const fields[] = {
-        {"yy", 0, 2, -1987, "87"}, {"xdd", 1, 2, 5, "05"}, {"dd", 1, 2, 5, "5"}, {"dd", -1, 1, 5, "5"}, {"d", 0, 0, 5, "5"}};
+        {"yy", 0, 2, -1987, "87"}, {"SSS", 0, 2, 45, "04"}, {"xdd", 1, 2, 5, "05"}, {"dd", 1, 2, 5, "5"},
+        {"dd", -1, 1, 5, "5"}, {"d", 0, 0, 5, "5"}};
     for (Field const& f : fields) {
         GSString s;
         EXPECT_TRUE(GSDate::addLongWithFormat(GSString(f.format), f.start, f.count, f.value, &s) == 0 && s == GSString(f.result))
