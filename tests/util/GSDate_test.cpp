@@ -278,10 +278,11 @@ TEST(GSDateText, WritingFormats)
         EXPECT_EQ(formatted(d, format), result) << format;
     EXPECT_EQ(formatted(odd, "yyyy yy MMM h a SS") + formatted(odd, "|%Y %y %b %I %p"), "-0044 44 13 12 AM 99|-0044 44 13 12 AM");
     // One field of a format, by position, as the format writes it (two y's the year's last two digits,
-    // two S's the millisecond's first two); a field reaching outside the format is the plain number.
+    // four its sign and four digits, two S's the millisecond's first two); a field reaching outside
+    // the format is the plain number.
     struct Field { char const* format; int start, count, value; char const* result; } const fields[] = {
-        {"yy", 0, 2, -1987, "87"}, {"SSS", 0, 2, 45, "04"}, {"xdd", 1, 2, 5, "05"}, {"dd", 1, 2, 5, "5"},
-        {"dd", -1, 1, 5, "5"}, {"d", 0, 0, 5, "5"}};
+        {"yy", 0, 2, -1987, "87"}, {"yyyy", 0, 4, -44, "-0044"}, {"SSS", 0, 2, 45, "04"}, {"xdd", 1, 2, 5, "05"},
+        {"dd", 1, 2, 5, "5"}, {"dd", -1, 1, 5, "5"}, {"d", 0, 0, 5, "5"}};
     for (Field const& f : fields) {
         GSString s;
         EXPECT_TRUE(GSDate::addLongWithFormat(GSString(f.format), f.start, f.count, f.value, &s) == 0 && s == GSString(f.result))
