@@ -241,16 +241,36 @@ TEST(ManPage, EveryCommandAndOptionOfHelpIsDocumented)
     EXPECT_FALSE(std::regex_search(out.text, std::regex(R"([^.]\.\.[^.]|[^.] Default:)"))) << out.text;
 }
 
-TEST(ManPage, ExitStatusListsTheDocumentedCodes)
+// The page opens its description with the sentence --help opens with, and its exit status list
+// is the one --help ends with ("Exit codes:", then "  2  wrong usage: ..."), in the same order.
+TEST(ManPage, DescriptionAndExitStatusAreWhatHelpSays)
 {
-    std::string exits = section(render(realPage()).text, "EXIT STATUS");
+    Rendered out = render(realPage());
+    CliHelp h = help({"--help"});
+    ASSERT_EQ(h.code, 0);
+    std::string description = h.out.substr(0, h.out.find('\n'));
+    EXPECT_NE(description.rfind("Usage", 0), 0u) << h.out;
+    EXPECT_EQ(collapseBlanks(section(out.text, "DESCRIPTION")).find(description), 0u) << out.text;
+
+    std::string exits = section(out.text, "EXIT STATUS");
     std::string codes;
-    std::istringstream in(exits);
-    for (std::string line; std::getline(in, line);)
+    std::istringstream page(exits);
+    for (std::string line; std::getline(page, line);)
         if (line.size() > 7 && line.compare(0, 7, "       ") == 0 && std::isdigit(static_cast<unsigned char>(line[7])))
             codes += line[7];
     EXPECT_EQ(codes, "023456") << exits;
-    EXPECT_NE(exits.find("not a Quillmoor document"), std::string::npos);
+
+    size_t footer = h.out.find("\nExit codes:\n");
+    ASSERT_NE(footer, std::string::npos) << h.out;
+    std::istringstream listed(h.out.substr(footer + 1));
+    std::string helpCodes;
+    std::smatch m;
+    for (std::string line; std::getline(listed, line);)
+        if (std::regex_match(line, m, std::regex(R"(  (\d)  (.+))"))) {
+            helpCodes += m.str(1);
+            EXPECT_NE(collapseBlanks(exits).find(m.str(1) + " " + m.str(2)), std::string::npos) << line;
+        }
+    EXPECT_EQ(helpCodes, codes);
 }
 
 } // namespace
