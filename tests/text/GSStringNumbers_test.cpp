@@ -85,7 +85,7 @@ TEST(GSStringNumbers, AddDouble)
         {-9223372036854775808.0, 20, 0, " -9223372036854775808"}, {1e20, 2, 0, "100000000000000000000"},
         // printf into 256 bytes: the text is cut after 255 characters.
         {1e300, 1, 2, printed("%.2f", 1e300).substr(0, 255)}, {0.5, 400, 1, std::string(255, ' ')},
-        {0.5, 1, 2000, "0." + std::string(253, '0').replace(0, 1, "5")},
+        {-DBL_MAX, 1, 2000, printed("%.2000f", -DBL_MAX).substr(0, 255)}, {0.5, 1, 2000, "0." + std::string(253, '0').replace(0, 1, "5")},
     };
     for (Case const& c : cases) {
         GSString s;
@@ -223,7 +223,7 @@ TEST(GSStringNumbers, NumberSuffixes)
     Case const cases[] = {
         {"Image_3", '_', 5, 3, 4, "Image_4"}, {"Image_", '_', -1, -1, 1, "Image__1"}, {"Image3", '_', -1, -1, 1, "Image3_1"},
         {"Scan12", 0, 4, 12, 7, "Scan07"}, {"Scan", 0, -1, -1, 7, "Scan7"}, {"_9", '_', 0, 9, 10, "_10"},
-        {"Image_3", '_', 5, 3, -1, "Image"}, {"a_99999999999", '_', 1, 999999999, 1, "a_00000000001"},
+        {"Image_3", '_', 5, 3, -1, "Image"}, {"Image_3", '_', 5, 3, 0, "Image_0"}, {"a_99999999999", '_', 1, 999999999, 1, "a_00000000001"},
         {longName + " 3", ' ', 50, 3, 12, longName + " 12"},
     };
     for (Case const& c : cases) {
