@@ -14,6 +14,16 @@
 #include "gs/filespec/GSFileState.h"
 #include "gs/text/GSString.h"
 
+// Names of the messages a host application posts about file events; each text equals its name.
+// Nothing in the library posts them.
+extern GSString const GSFileSpecDidCreateFile;
+extern GSString const GSFileSpecDidCreateFolder;
+extern GSString const GSFileSpecDidRemoveFile;
+extern GSString const GSFileSpecDidRemoveFolder;
+extern GSString const GSFileSpecDidRenameFile;
+extern GSString const GSFileSpecDidRenameFolder;
+extern GSString const GSFileSpecIsFileSpecLocked;
+
 class GSFileSpec {
 public:
     GSFileSpec() = default;
@@ -47,8 +57,46 @@ public:
     // permission bits of `source`. Nothing for a null source. 0 on success.
     [[nodiscard]] short writeAdditionalInfo(GSFileSpec const* source) const;
 
+    // --- Names (static: no file is touched) ----------------------------------------------------
+    // The extension ("extender") of a name or path is its part from the last "." that stands
+    // behind the last "/", the dot included: ".jpg" for "a/pic.jpg", ".profile" for ".profile",
+    // empty for "a.b/pic". Extension lists name one extension per item, separated by ";", each
+    // optionally after a "*" and followed by a ":" part (a file type on systems that have them):
+    // "*.jpg:JPEG;*.png".
+    //
+    // The index of that last ".", or the name's length when it has no extension.
+    static long getExtenderPositionForFilename(GSString const& name);
+    static GSString getExtenderForFilename(GSString const& name);
+    // Replaces the extension of *name by `extender` (which brings its own dot; empty removes it).
+    [[nodiscard]] static short setExtenderOfFilename(GSString const& extender, GSString* name);
+    // The list without its ":" parts: each ":" and what follows it up to the next ";" go (to the
+    // end when no ";" follows).
+    static GSString getExtenderListFromString(GSString const& list);
+    // The list's first extension: the list without ":" parts, a leading "*" dropped, cut at the
+    // first ";". "*.jpg;*.jpeg" gives ".jpg".
+    static GSString getExtenderFromString(GSString const& list);
+    // A leading "*" of either is dropped; then equal when the lengths (in bytes) are equal and the
+    // texts are equal ignoring case.
+    static bool extendersAreEqual(char const* a, long lengthA, char const* b, long lengthB);
+    static bool extendersAreEqual(GSString const& a, GSString const& b)
+    {
+        return extendersAreEqual(a.c_str(), a.getLength(), b.c_str(), b.getLength());
+    }
+    // True when an item of the list (its ":" parts removed) equals `extender` by
+    // extendersAreEqual; empty items never match.
+    static bool isExtenderInList(GSString const& extender, GSString const& list);
+    // The divider of path components, "/"; *length (when given) receives its length in bytes, 1.
+    static char getPathDividerChar(int* length = nullptr);
+    // Natural order of two names: GSString::compareValueWithNumberCaseless in path mode ("pic2"
+    // before "pic10").
+    static int compareFilenameWithNumberCaseless(GSString const& a, GSString const& b);
+    // Every character of * " ? < > | : becomes a blank, and "/" too unless bit 0 of `flags` is set
+    // (the name may then hold sub-folders). The status of GSString::replaceChar.
+    [[nodiscard]] static short correctFilename(GSString* name, int flags);
+
     // --- Temporary and backup names -----------------------------------------------------------
-    // "tmp" and 10 characters from 0-9 and a-z, each from one GSRandom32() value (modulo 36).
+    // "tmp" and 10 characters, each from one GSRandom32() value v: v % 36 (the remainder with the
+    // sign of v) written as "0"-"9" for 0-9 and "a"-"z" for 10-35.
     static GSString getTemporaryFilename();
     // Gives this spec a fresh temporary name in its own folder (with `extension` after a dot when it
     // is not empty) and creates that file, empty and exclusively, so that no other process or thread

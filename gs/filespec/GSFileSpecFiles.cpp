@@ -118,16 +118,6 @@ short GSFileSpec::writeAdditionalInfo(GSFileSpec const* source) const
     return GSPlatformCopyPermissions(source->path.c_str(), path.c_str());
 }
 
-GSString GSFileSpec::getTemporaryFilename()
-{
-    char name[14] = {'t', 'm', 'p'};
-    for (int i = 3; i < 13; ++i) {
-        int v = GSRandom32() % 36;
-        name[i] = static_cast<char>(v < 10 ? '0' + v : 'W' + v);
-    }
-    return GSString(name);
-}
-
 short GSFileSpec::createTemporaryFilename(GSString const& extension)
 {
     if (!isValid())
