@@ -112,13 +112,10 @@ long GSFileSpec::countFiles(short recursive) const
         ++count;
         if (!recursive)
             continue;
-        GSFileSpec inside(entry);
+        // The state of the entry itself: a link, also one to a folder, is counted, never entered,
+        // so a link back up the tree cannot make the count endless.
         GSFileState state;
-        GSIdPointer linked;
-        if (inside.fillState(&state) != 0 || !state.isFolder())
-            continue;
-        // Links to folders are counted, not entered: a link may lead back up the tree.
-        if (GSURLResolveLinkOrAlias(entry, 1, &linked, nullptr) == 0 && !linked.isNull())
+        if (GSURLFillFileState(entry, &state) != 0 || !state.isFolder())
             continue;
         long const below = fromCreatedURL(GSURLCreateByAppending(entry, GSString("a"))).countFiles(1);
         if (below > 0)
