@@ -133,13 +133,7 @@ void* GSFileSpec::createNSURL()
 
 bool GSFileSpec::isValid() const
 {
-    if (!url.isNull())
-        return true;
-    if (pathname.isEmpty())
-        return false;
-    GSIdPointer made;
-    made = GSURLCreateWithFilePath(pathname, 0, 1);
-    return !made.isNull();
+    return !getOrMakeURL().isNull();
 }
 
 short GSFileSpec::initWithTempPath()
@@ -148,13 +142,16 @@ short GSFileSpec::initWithTempPath()
     if (!folder)
         return 1;
     adoptURL(folder);
-    // The placeholder name of the folder URL is replaced until a name is free.
+    // The placeholder name of the folder URL is replaced until a name is free (a bound far beyond
+    // any real folder ends the search in a folder where every name seems taken).
     GSFileState state;
-    do {
+    for (int attempt = 0; attempt < 10000; ++attempt) {
         if (setFilename(getTemporaryFilename()) != 0)
             return 1;
-    } while (fillState(&state) == 0);
-    return 0;
+        if (fillState(&state) != 0)
+            return 0;
+    }
+    return 1;
 }
 
 short GSFileSpec::initWithStandardPath(int kind, short fallbackToCurrent)
@@ -232,7 +229,6 @@ short GSFileSpec::leaveDirectory()
     GSFileSpec named = fromCreatedURL(GSURLCreateByAppending(moved.url.get(), filename));
     if (named.url.isNull())
         return 1;
-    named.options = nullptr;
     url = std::move(named.url);
     filename = std::move(named.filename);
     directoryPath.releaseData();
@@ -380,11 +376,21 @@ bool GSFileSpec::replaceAncestorDirectory(GSFileSpec const& oldAncestor, GSFileS
 
 // --- Comparison ------------------------------------------------------------------------------------
 
+GSIdPointer GSFileSpec::getOrMakeURL() const
+{
+    GSIdPointer made;
+    if (!url.isNull())
+        made = url;
+    else if (!pathname.isEmpty())
+        made = GSURLCreateWithFilePath(pathname, 0, 1);
+    return made;
+}
+
 bool GSFileSpec::operator==(GSFileSpec const& other) const
 {
-    if (url.isNull() || other.url.isNull())
-        return url.isNull() && other.url.isNull() && pathname == other.pathname && filename == other.filename;
-    return GSURLIsEqual(url.get(), other.url.get());
+    if (!url.isNull() && !other.url.isNull())
+        return GSURLIsEqual(url.get(), other.url.get());
+    return GSURLIsEqual(getOrMakeURL().get(), other.getOrMakeURL().get());
 }
 
 int GSFileSpec::compareValue(GSFileSpec const& other) const
@@ -410,7 +416,13 @@ short GSFileSpec::read(GSFile* file)
 
 short GSFileSpec::write(GSFile* file) const
 {
-    return getPathname(1).write(file);
+    // A path whose bytes are not UTF-8 comes from the file system tagged "without tables"; a
+    // code-page string would read back converted to the Mac code page and name another file, so
+    // the bytes are written tagged UTF-8 and come back as they are.
+    GSString path = getPathname(1);
+    if (path.getEncoding() == GSString::kNoTables)
+        path.setEncoding(GSString::kUTF8);
+    return path.write(file);
 }
 
 // --- Save options ----------------------------------------------------------------------------------

@@ -70,7 +70,8 @@ public:
     // (0); otherwise the path is kept as text, its last component as the filename, and 1 returned.
     [[nodiscard]] short localSetPathname(GSString const& pathname);
     // The spec takes the URL (retained): the strings are emptied and the filename becomes the
-    // URL's last path component. A null URL empties the spec (options included). Always 0.
+    // URL's last path component. A null URL makes the spec gs_invalid_filespec's copy (its
+    // options stay). Always 0.
     [[nodiscard]] short setNSURL(void* url);
     // A new reference to the URL (the caller releases it), or null. Without a URL but with a path
     // kept as text, a URL is first made from that text again.
@@ -80,8 +81,8 @@ public:
     // A URL exists, or one can be made from the path kept as text.
     bool isValid() const;
 
-    // The temporary folder with a fresh name no item has (as getTemporaryFilename). 1 only when
-    // the system has no temporary folder.
+    // The temporary folder with a fresh name no item has (as getTemporaryFilename). 1 when the
+    // system has no temporary folder (or, after 10,000 names, every name tried was taken).
     [[nodiscard]] short initWithTempPath();
     // The user's documents folder (standard folder 3), else the current folder.
     [[nodiscard]] short initWithDocumentPath() { return initWithStandardPath(3, 1); }
@@ -156,7 +157,8 @@ public:
     bool replaceAncestorDirectory(GSFileSpec const& oldAncestor, GSFileSpec const& newAncestor);
 
     // --- Comparison ----------------------------------------------------------------------------
-    // The same URL (GSURLIsEqual); a spec without a URL equals no spec that has one.
+    // The same URL (GSURLIsEqual), a spec without one taking the URL made from its path kept as
+    // text: a spec without a URL equals no spec that has one, and all specs without one are equal.
     bool operator==(GSFileSpec const& other) const;
     bool operator!=(GSFileSpec const& other) const { return !(*this == other); }
     // The filenames, case-sensitive (specs in different folders may compare equal).
@@ -211,8 +213,10 @@ public:
 
     // --- Files ---------------------------------------------------------------------------------
     // A spec is written as its full path (GSString::write) and read back through localSetPathname.
-    // A read path is a string like any other: its length is checked against the file before it is
-    // taken. The string operation's status.
+    // A path whose bytes are not UTF-8 is written with the UTF-8 tag all the same, so that its
+    // bytes come back unchanged (a code-page tag would be converted on reading). A read path is a
+    // string like any other: its length is checked against the file before it is taken. The
+    // string operation's status.
     [[nodiscard]] short read(GSFile* file);
     [[nodiscard]] short write(GSFile* file) const;
 
@@ -319,6 +323,8 @@ public:
     void sendErrorMessage(GSString const& message, GSString const& detail) const;
 
 private:
+    // The URL held, or one made from the path kept as text (null when none can be made).
+    GSIdPointer getOrMakeURL() const;
     // Adopts a new URL reference (no retain) and sets the filename from it.
     void adoptURL(void* newURL);
     // A copy of this spec whose URL is `newURL` (adopted); empty for null.
