@@ -64,7 +64,7 @@
 // ~/Downloads.
 //
 //   kind                 user (0, and any other)       local (0x400)              system (0x800)
-//   0 frameworks         $XDG_DATA_HOME/Frameworks *    /usr/local/lib             /usr/lib
+//   0 frameworks         ~/.local/lib *                 /usr/local/lib             /usr/lib
 //   1 preferences        $XDG_CONFIG_HOME *             /usr/local/etc             /etc
 //   2 temporary          $TMPDIR, else /tmp             the same                   the same
 //   3 documents          XDG_DOCUMENTS_DIR *            -                          -

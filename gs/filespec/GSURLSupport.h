@@ -3,10 +3,14 @@
 // interface.
 #pragma once
 
+#include "gs/platform/GSPlatformItem.h"
 #include "gs/platform/GSPlatformURL.h"
 #include "gs/text/GSString.h"
 
 #include <string>
+
+class GSDate;
+class GSFileState;
 
 // The URL behind a reference, or null when the reference is null or not a URL.
 inline GSPlatformURL const* GSURLCast(void const* reference)
@@ -44,3 +48,15 @@ private:
     GSString* target;
     std::string text;
 };
+
+// A file-system time as a GSDate (GMT) to the millisecond: ms = floor(fraction * 1000 + 0.49), and
+// 1000 carries into the next second. Times before 1970 count their fraction forward from the
+// second before (so that -0.3 s is 23:59:59.700 on 31 December 1969).
+GSDate GSURLDateFromTime(long long seconds, long nanoseconds);
+// The three dates of an item's state. One date is carried from key to key in the order access,
+// creation, modification: a time the file system did not give takes the value of the one read
+// before it (the first one missing: the invalid date).
+void GSURLFillDates(GSPlatformItemState const& item, GSFileState* state);
+// A GSDate (GMT) as a file-system time; false for a date that fails checkForError or has a
+// millisecond above 999.
+bool GSURLTimeFromDate(GSDate const& date, GSPlatformTime* time);
