@@ -108,8 +108,10 @@ TEST(GSFileSpecNames, ParentsAndLeavingFolders)
     EXPECT_EQ(full(s), kNone + "/x/f.txt");
     ASSERT_EQ(s.leaveDirectory(), 0);
     EXPECT_EQ(full(s), kNone + "/f.txt");
+    ASSERT_EQ(s.leaveDirectory(), 0);
+    EXPECT_EQ(full(s), "/f.txt");
     EXPECT_EQ(s.leaveDirectory(), 1); // the parent is the root
-    EXPECT_EQ(full(s), kNone + "/f.txt");
+    EXPECT_EQ(full(s), "/f.txt");
 
     GSFileSpec root = spec("/").getParent();
     EXPECT_EQ(full(root), "/");
@@ -227,7 +229,8 @@ TEST(GSFileSpecChains, DescendingIntoSubFolders)
 // A spec in a document is its full path; a hostile document gets no further than its string.
 TEST(GSFileSpecFileForm, WrittenAsThePathAndReadBack)
 {
-    for (std::string path : {kNone + "/x/pic.jpg", kNone + "/folder/", std::string("/")}) {
+    // Also a name whose bytes are not UTF-8: it must come back as the same bytes.
+    for (std::string path : {kNone + "/x/pic.jpg", kNone + "/folder/", std::string("/"), kNone + "/caf\xE9 \xFF.txt"}) {
         GSFile file(-100, 0);
         GSFileSpec const original = spec(path);
         ASSERT_EQ(original.write(&file), 0);
@@ -239,6 +242,7 @@ TEST(GSFileSpecFileForm, WrittenAsThePathAndReadBack)
         GSFileSpec back;
         ASSERT_EQ(back.read(&file), 0);
         EXPECT_TRUE(back == original) << path;
+        EXPECT_EQ(full(back), full(original));
     }
 
     // A string that claims more bytes than the file holds: a failed read, the spec untouched.
