@@ -3,6 +3,7 @@
 #include "gs/filespec/GSFileSearch.h"
 
 #include "gs/filespec/GSURL.h"
+#include "gs/filespec/GSURLSupport.h"
 
 #include <new>
 
@@ -11,6 +12,16 @@ namespace {
 // The wildcard codes of GSString::compareValueWildcard as file search uses them.
 constexpr char kAnyRun = 1;
 constexpr char kAnyChar = 2;
+
+// True for a folder URL. The enumerator gives every folder as a folder URL (its type from the
+// listing, links not followed), so that a non-matching entry of a recursive search that is no
+// folder can be passed over without reading its state: the state would only say "not a folder".
+// GSURL.h has no query for the flag, hence the look at the POSIX URL object itself.
+bool isFolderURL(void const* url)
+{
+    GSPlatformURL const* u = GSURLCast(url);
+    return u && u->isDirectory();
+}
 
 } // namespace
 
@@ -78,9 +89,11 @@ short GSFileSearch::findNext(GSFileSpec* result)
         return 1;
     while (void* found = GSDirectoryEnumeratorGetNextURL(enumerator.get())) {
         current.attach(found);
-        GSString const name = GSURLGetName(found, nullptr);
+        // The entry was just listed: its name is the URL's last component. (GSURLGetName would
+        // read the item's state once more only to confirm that it exists.)
+        GSString const name = GSURLGetLastPathComponent(found);
         bool const matches = GSString::compareValueWildcard(name, encodedName, kAnyChar, kAnyRun, 0) == 0;
-        if (!matches && !recursive)
+        if (!matches && (!recursive || !isFolderURL(found)))
             continue;
         // An entry whose state cannot be read counts as a file.
         state.flags = 0;
