@@ -212,17 +212,14 @@ GSString GSFileSpec::getPathname(short full) const
 
 GSFileSpec GSFileSpec::getParent() const
 {
-    if (url.isNull() || GSURLIsRoot(url.get()))
-        return GSFileSpec();
+    // Null for the root and for no URL.
     return fromCreatedURL(GSURLCreateParentURL(url.get()));
 }
 
 short GSFileSpec::leaveDirectory()
 {
-    GSFileSpec const parent = getParent();
-    if (parent.url.isNull() || GSURLIsRoot(parent.url.get()))
-        return 1;
-    GSFileSpec moved = parent.getParent();
+    // No grandparent: the parent is missing or is the root.
+    GSFileSpec const moved = getParent().getParent();
     if (moved.url.isNull())
         return 1;
     // The parent's parent is a folder; the spec keeps its own name in it.

@@ -1,5 +1,6 @@
 #include "gs/filespec/GSFileSpec.h"
 #include "gs/file/GSFile.h"
+#include "gs/platform/GSPlatformObject.h"
 
 #include "tests/support/ScratchFolder.h"
 
@@ -62,6 +63,17 @@ TEST(GSFileSpecNames, PathsBecomeSpecsWithTheirNamesAndFolders)
     EXPECT_FALSE(empty == spec("/"));
 }
 
+TEST(GSFileSpecNames, LinksInTheFolderPartAreResolvedButNotTheLastComponent)
+{
+    ScratchFolder dir;
+    fs::create_directories(dir / "real/inner");
+    fs::create_directory_symlink(dir / "real", dir / "link");
+    EXPECT_EQ(full(spec(dir / "link/x.txt")), dir / "real/x.txt");
+    EXPECT_EQ(full(spec(dir / "link/inner/")), dir / "real/inner/a");
+    EXPECT_EQ(full(spec(dir / "link")), dir / "link");
+    EXPECT_TRUE(spec(dir / "link/x.txt") == spec(dir / "real/x.txt"));
+}
+
 TEST(GSFileSpecNames, ChangingTheNameKeepsTheFolder)
 {
     GSFileSpec s = spec(kNone + "/x/pic.jpg");
@@ -83,12 +95,25 @@ TEST(GSFileSpecNames, ChangingTheNameKeepsTheFolder)
     EXPECT_EQ(str(none.getFilename()), "n.txt");
     EXPECT_FALSE(none.isValid());
 
-    // A URL taken from another spec is shared, not adopted: both stay usable.
+    // Setting a spec anew drops both caches.
+    ASSERT_EQ(s.localSetPathname(GSString((kNone + "/elsewhere/n.txt").c_str())), 0);
+    EXPECT_EQ(str(s.getPathname(0)), kNone + "/elsewhere/");
+    ASSERT_EQ(s.setNSURL(spec(kNone + "/x/other.jpg").getNSURL()), 0);
+    EXPECT_EQ(str(s.getPathname(0)), kNone + "/x/");
+    EXPECT_EQ(full(s), kNone + "/x/other.jpg");
+    EXPECT_EQ(s.getStringIDForExtender(), 0); // no numeric string table holds ".jpg"
+    EXPECT_EQ(spec(kNone + "/x/none").getStringIDForExtender(), 0);
+
+    // A URL taken from another spec is shared, not adopted: both stay usable. createNSURL gives
+    // the caller a reference of its own.
     GSFileSpec const from(s.getNSURL());
     EXPECT_TRUE(from == s);
+    int const references = static_cast<GSPlatformObject*>(s.getNSURL())->getRetainCount();
     void* made = s.createNSURL();
-    ASSERT_NE(made, nullptr);
+    ASSERT_EQ(made, s.getNSURL());
+    EXPECT_EQ(static_cast<GSPlatformObject*>(made)->getRetainCount(), references + 1);
     GSFileSpec adopted(made);
+    EXPECT_EQ(static_cast<GSPlatformObject*>(made)->getRetainCount(), references + 2);
     GSIdPointer release;
     release = made;
     EXPECT_TRUE(adopted == s);
@@ -183,6 +208,16 @@ TEST(GSFileSpecChains, DescendantsSiblingsAndReRooting)
     GSFileSpec outside = spec(kNone + "/elsewhere/f.txt");
     EXPECT_FALSE(outside.replaceAncestorDirectory(oldAncestor, newAncestor));
     EXPECT_EQ(full(outside), kNone + "/elsewhere/f.txt");
+    GSFileSpec nowhere = spec(kNone + "/r/s/f.txt");
+    EXPECT_FALSE(nowhere.replaceAncestorDirectory(oldAncestor, GSFileSpec()));
+    EXPECT_EQ(full(nowhere), kNone + "/r/s/f.txt");
+
+    // A descent that meets a file in the new place fails and leaves the spec as it was.
+    ScratchFolder dir;
+    dir.write("t", "a file where a folder should be");
+    GSFileSpec blocked = spec(kNone + "/r/s/t/u/f.txt");
+    EXPECT_FALSE(blocked.replaceAncestorDirectory(oldAncestor, spec(dir.path() + "/")));
+    EXPECT_EQ(full(blocked), kNone + "/r/s/t/u/f.txt");
 }
 
 TEST(GSFileSpecChains, DescendingIntoSubFolders)
@@ -219,11 +254,15 @@ TEST(GSFileSpecChains, DescendingIntoSubFolders)
     ASSERT_EQ(nested.setSubDirectioriesAndFilename(GSString("p/q//r.txt"), 1), 0);
     EXPECT_EQ(full(nested), dir / "p/q/r.txt");
     EXPECT_TRUE(fs::is_directory(dir / "p/q"));
-    GSFileSpec escape = start;
-    EXPECT_EQ(escape.setSubDirectioriesAndFilename(GSString("p/../../x"), 1), 1);
-    EXPECT_FALSE(escape.isValid());
-    GSFileSpec noName = start;
-    EXPECT_EQ(noName.setSubDirectioriesAndFilename(GSString("p/"), 0), 1);
+    GSFileSpec leading = start;
+    ASSERT_EQ(leading.setSubDirectioriesAndFilename(GSString("/lead/./x.txt"), 1), 0); // still relative
+    EXPECT_EQ(full(leading), dir / "lead/x.txt");
+    EXPECT_TRUE(fs::is_directory(dir / "lead"));
+    for (char const* bad : {"p/../../x", "p/", "p/..", "p/.", ""}) {
+        GSFileSpec refused = start;
+        EXPECT_EQ(refused.setSubDirectioriesAndFilename(GSString(bad), 1), 1) << bad;
+        EXPECT_FALSE(refused.isValid()) << bad;
+    }
 }
 
 // A spec in a document is its full path; a hostile document gets no further than its string.
