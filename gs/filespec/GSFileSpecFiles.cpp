@@ -195,7 +195,7 @@ short GSFileSpec::copy(GSFileSpec const& target) const
 {
     if (*this == target)
         return 1;
-    if (!isMemoryFileSpec(1) && !target.isMemoryFileSpec(0) && !url.isNull() && !target.url.isNull()) {
+    if (!isMemoryFileSpec(1) && !target.isMemoryFileSpec(0)) {
         (void)GSURLRemove(target.url.get(), nullptr); // nothing there is no failure
         if (GSURLCopyToURL(url.get(), target.url.get(), nullptr) == 0)
             return 0;
@@ -208,8 +208,8 @@ short GSFileSpec::basicCopy(GSFileSpec const& target) const
     GSFile source(*this, 0);
     if (source.setAccessMode("rb") != 0 || source.open() != 0)
         return 1;
+    // The target is written as any save is (through a temporary file beside an existing one).
     GSFile destination(target, 0);
-    destination.setSafetyMode(0);
     if (destination.setAccessMode("wb") != 0 || destination.open() != 0) {
         (void)source.close();
         return 1;
@@ -219,7 +219,7 @@ short GSFileSpec::basicCopy(GSFileSpec const& target) const
     short status = buffer ? 0 : 1;
     while (status == 0) {
         long const got = source.read(buffer.get(), 1, kChunk);
-        if (got > 0 && destination.write(buffer.get(), got) != 0)
+        if (destination.write(buffer.get(), got) != 0)
             status = 1;
         if (got < kChunk) {
             if (source.getError() != 0)

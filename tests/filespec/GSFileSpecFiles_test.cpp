@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fcntl.h>
 #include <sys/stat.h>
 
 using namespace qmtest;
@@ -84,7 +85,7 @@ TEST(GSFileSpecTemporaryName, CreatedExclusivelyBesideTheSpec)
 TEST(GSFileSpecUniqueName, CountsUpFromOneWithoutTheOldNumber)
 {
     ScratchFolder dir;
-    for (std::string name : {"pic.jpg", "pic-1.jpg", "pic-7.jpg", "pic7.jpg", "plain"})
+    for (std::string name : {"pic.jpg", "pic-1.jpg", "pic-7.jpg", "pic7.jpg", "plain", "7.jpg"})
         dir.write(name, "x");
     struct Case {
         char const* name;
@@ -96,6 +97,7 @@ TEST(GSFileSpecUniqueName, CountsUpFromOneWithoutTheOldNumber)
         {"pic7.jpg", 0, "pic1.jpg"},
         {"plain", '_', "plain_1"},
         {"free.jpg", '-', "free.jpg"},
+        {"7.jpg", 0, "1.jpg"}, // a name that is all number
     };
     for (auto const& c : cases) {
         GSFileSpec s = specFor(dir / c.name);
@@ -160,9 +162,16 @@ TEST(GSFileSpecItem, ExchangeStateRemoveAndRename)
     ScratchFolder dir;
     GSFileSpec target = specFor(dir.write("doc.qmd", "old"));
     GSFileSpec spec = specFor(dir.write("tmp1.qmd", "new"));
+    // The new file's dates go with it, to the nanosecond: nothing rewrites the target's state.
+    timespec const times[2] = {{1000000000, 123456789}, {1100000000, 987654321}};
+    ASSERT_EQ(utimensat(AT_FDCWD, (dir / "tmp1.qmd").c_str(), times, 0), 0);
     GSString error;
     ASSERT_EQ(spec.exchangeWith(target, 0, &error), 0) << error.c_str();
     EXPECT_EQ(readText(dir / "doc.qmd"), "new");
+    struct stat st;
+    ASSERT_EQ(stat((dir / "doc.qmd").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mtim.tv_sec, 1100000000);
+    EXPECT_EQ(st.st_mtim.tv_nsec, 987654321);
     EXPECT_EQ(readText(dir / "tmp1.qmd"), "old");
     EXPECT_EQ(dir.listing(), "doc.qmd tmp1.qmd"); // no backup name left behind
     ASSERT_EQ(spec.exchangeWith(target, 1, &error), 0) << error.c_str();
@@ -247,6 +256,18 @@ TEST(GSFileSpecItem, QueriesOnFilesFoldersAndLinks)
     EXPECT_EQ(deep.ensureDirectory(), 0);
     EXPECT_NE(specFor(dir / "five/sub/x").ensureDirectory(), 0);
     EXPECT_EQ(GSFileSpec().ensureDirectory(), 1);
+
+    // What a save carries over from the file it replaces: the permission bits.
+    GSFileSpec const five = specFor(dir / "five");
+    GSFileSpec const other = specFor(dir.write("other", ""));
+    chmod((dir / "five").c_str(), 0640);
+    EXPECT_EQ(other.writeAdditionalInfo(nullptr), 0);
+    EXPECT_EQ(other.writeAdditionalInfo(&five), 0);
+    struct stat st;
+    ASSERT_EQ(stat((dir / "other").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0640u);
+    EXPECT_EQ(other.writeAdditionalInfo(&gs_invalid_filespec), 1);
+    EXPECT_EQ(GSFileSpec().writeAdditionalInfo(&five), 1);
 }
 
 TEST(GSFileSpecItem, CopyReplacesTheTarget)
@@ -259,6 +280,16 @@ TEST(GSFileSpecItem, CopyReplacesTheTarget)
     EXPECT_EQ(source.copy(source), 1);
     EXPECT_EQ(source.copy(specFor(dir / "new.bin")), 0);
     EXPECT_EQ(readText(dir / "new.bin"), std::string("a\0b", 3));
+
+    // The system's copy: folders with their content, permission bits kept.
+    fs::create_directories(dir / "tree/sub");
+    dir.write("tree/sub/leaf", "leaf");
+    chmod((dir / "tree/sub/leaf").c_str(), 0604);
+    ASSERT_EQ(specFor(dir / "tree").copy(specFor(dir / "copied")), 0);
+    EXPECT_EQ(readText(dir / "copied/sub/leaf"), "leaf");
+    struct stat st;
+    ASSERT_EQ(stat((dir / "copied/sub/leaf").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0604u);
 
     // The byte copy through files, as memory specs and failed system copies use it.
     std::string big(200000, 'z');
