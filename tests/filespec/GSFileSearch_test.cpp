@@ -136,6 +136,8 @@ TEST(GSFileSearch, SkippingAFolderLeavesItsContentOut)
         dir.write(name, "x");
 
     GSFileSearch search(1, GSFileSpec(GSString((dir / "*.txt").c_str())));
+    std::set<std::string> const everything{"top.txt",    "keep",       "keep/k.txt",  "keep/deeper", "keep/deeper/d.txt",
+                                           "skip",       "skip/s.txt", "skip/deeper", "skip/deeper/d.txt"};
     std::set<std::string> found;
     GSFileSpec hit;
     while (search.findNext(&hit) == 0) {
@@ -160,8 +162,27 @@ TEST(GSFileSearch, SkippingAFolderLeavesItsContentOut)
     };
     std::set<std::string> const restarted{"top.txt", "keep", "keep/deeper", "skip", "skip/deeper"};
     EXPECT_EQ(collect(search, search.findFirst(GSFileSpec(GSString((dir / "top.*").c_str())), &hit)), restarted);
+    EXPECT_FALSE(search.getState().isValid()); // the end: no entry found last
     search.closeSearch();
     EXPECT_EQ(collect(search, search.findNext(&hit)), restarted);
+
+    // Also from inside a sub-folder both start again from the top, and nothing is reported twice.
+    GSFileSearch inner(1, GSFileSpec(GSString((dir / "*.txt").c_str())));
+    auto allOnce = [&](short first) {
+        std::multiset<std::string> all;
+        for (short status = first; status == 0; status = inner.findNext(&hit))
+            all.insert(std::string(hit.getPathname(1).c_str()).substr(dir.path().size() + 1));
+        return std::set<std::string>(all.begin(), all.end()) == everything && all.size() == everything.size();
+    };
+    auto intoSubFolder = [&] {
+        while (inner.findNext(&hit) == 0 && hit.getFilename() != GSString("deeper")) {
+        }
+    };
+    intoSubFolder();
+    inner.closeSearch();
+    EXPECT_TRUE(allOnce(inner.findNext(&hit)));
+    intoSubFolder();
+    EXPECT_TRUE(allOnce(inner.findFirst(GSFileSpec(GSString((dir / "*.txt").c_str())), &hit)));
 
     // Without recursion folders are reported only when their names match.
     GSFileSearch flat(0, GSFileSpec(GSString((dir / "*.txt").c_str())));
