@@ -37,13 +37,12 @@ GSString GSFileSpec::getExtenderListFromString(GSString const& list)
 {
     // "*.jpg:JPEG;*.png:PNGf;" -> "*.jpg;*.png;": each ":" starts a part (a file type) that runs to
     // the next ";", or to the end when no ";" follows.
+    // From the last ":" backwards: what is removed never holds a ":" still to be found.
     GSString result = list;
-    for (long colon = result.findCharRev(':'); colon >= 0; colon = result.findCharRev(':', colon - 1)) {
+    for (long colon = result.findCharRev(':'); colon >= 0; colon = result.findCharRev(':')) {
         long const semicolon = result.findChar(';', colon);
         if (result.remove(colon, semicolon < 0 ? -1 : semicolon - colon) != 0)
             return GSString();
-        if (colon == 0)
-            break;
     }
     return result;
 }

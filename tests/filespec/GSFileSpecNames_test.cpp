@@ -144,6 +144,8 @@ TEST(GSFileSpecNames, NaturalOrderDividerAndNotificationNames)
     EXPECT_LT(GSFileSpec::compareFilenameWithNumberCaseless(GSString("pic2.jpg"), GSString("PIC10.jpg")), 0);
     EXPECT_GT(GSFileSpec::compareFilenameWithNumberCaseless(GSString("pic10"), GSString("pic9")), 0);
     EXPECT_EQ(GSFileSpec::compareFilenameWithNumberCaseless(GSString("Pic"), GSString("pIC")), 0);
+    // Path mode: the shorter text before a number comes first (else the two would be equal).
+    EXPECT_LT(GSFileSpec::compareFilenameWithNumberCaseless(GSString("ab1"), GSString("abc1")), 0);
 
     int length = 0;
     EXPECT_EQ(GSFileSpec::getPathDividerChar(&length), '/');

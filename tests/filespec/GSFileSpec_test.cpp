@@ -158,6 +158,7 @@ TEST(GSFileSpecNames, ComparisonOrdersPathsNaturallyAndNamesExactly)
         {kNone + "/a/same", kNone + "/b/same", -1, 0, false},
         {kNone + "/a/x", kNone + "/a/./x", 0, 0, true},
         {kNone + "/img10", kNone + "/img9", 1, -1, false},
+        {kNone + "/d/ab1", kNone + "/d/abc1", -1, -1, false}, // natural order in path mode
     };
     auto sign = [](int v) { return (v > 0) - (v < 0); };
     for (auto const& c : cases) {
