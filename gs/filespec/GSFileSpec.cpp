@@ -205,7 +205,7 @@ GSString GSFileSpec::getPathname(short full) const
             pathname = GSURLGetPathname(url.get());
         return pathname;
     }
-    if (directoryPath.isEmpty() && !url.isNull())
+    if (directoryPath.isEmpty())
         directoryPath = GSFile::addPathDividerIfNeeded(getParent().getPathname(1));
     return directoryPath;
 }
@@ -254,7 +254,7 @@ int GSFileSpec::getStringIDForExtender() const
 
 GSString GSFileSpec::getDisplayName(short withExtender) const
 {
-    if (!isMemoryFileSpec(2) && !url.isNull()) {
+    if (!isMemoryFileSpec(2)) {
         GSString name = GSURLGetLocalizedName(url.get(), nullptr);
         if (!name.isEmpty())
             return withExtender ? name : GSFile::changeFileExtender(name, GSString());
@@ -283,7 +283,7 @@ short GSFileSpec::addDirectory(GSString const& name, short create, short reserve
         if (exists && !state.isFolder())
             return 1; // a file of that name: the spec stays as it was
         if (!exists && create)
-            status = static_cast<short>(GSURLCreateDirectory(sibling.url.get(), nullptr));
+            status = GSURLCreateDirectory(sibling.url.get(), nullptr);
         if (status == 0) {
             GSFileSpec inside = fromCreatedURL(GSURLCreateByAppending(sibling.url.get(), filename));
             if (!inside.url.isNull()) {

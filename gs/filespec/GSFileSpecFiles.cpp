@@ -46,7 +46,7 @@ short GSFileSpec::setState(GSFileState const& state, GSString* error) const
 {
     if (url.isNull())
         return 1;
-    return (GSURLSetFileState(url.get(), state, error));
+    return GSURLSetFileState(url.get(), state, error);
 }
 
 bool GSFileSpec::exists() const
@@ -130,7 +130,7 @@ short GSFileSpec::remove(GSString* error)
 {
     if (url.isNull())
         return 1;
-    return (GSURLRemove(url.get(), error));
+    return GSURLRemove(url.get(), error);
 }
 
 short GSFileSpec::rename(GSString const& newName, GSString* error)
@@ -141,7 +141,7 @@ short GSFileSpec::rename(GSString const& newName, GSString* error)
     if (moved.setFilename(newName) != 0)
         return 1;
     GSString text;
-    short const status = (GSURLMoveToURL(url.get(), moved.url.get(), &text));
+    short const status = GSURLMoveToURL(url.get(), moved.url.get(), &text);
     if (status == 0)
         *this = std::move(moved);
     if (error)
@@ -156,7 +156,7 @@ short GSFileSpec::ensureDirectory() const
         return 1;
     if (folder.isDirectory())
         return 0;
-    return (GSURLCreateDirectory(folder.url.get(), nullptr));
+    return GSURLCreateDirectory(folder.url.get(), nullptr);
 }
 
 short GSFileSpec::exchangeWith(GSFileSpec const& target, short noBackup, GSString* error) const
@@ -171,7 +171,7 @@ short GSFileSpec::exchangeWith(GSFileSpec const& target, short noBackup, GSStrin
     GSFileState before;
     bool const targetKnown = target.fillState(&before) == 0;
     GSString text;
-    short status = (GSURLReplaceWithURL(target.url.get(), url.get(), backupName, &text));
+    short status = GSURLReplaceWithURL(target.url.get(), url.get(), backupName, &text);
     if (targetKnown) {
         GSFileState after;
         if (target.fillState(&after) == 0 && after.isHidden() != before.isHidden()) {
@@ -182,7 +182,7 @@ short GSFileSpec::exchangeWith(GSFileSpec const& target, short noBackup, GSStrin
     }
     if (!noBackup) {
         if (status == 0)
-            status = (GSURLMoveToURL(backup.url.get(), url.get(), &text));
+            status = GSURLMoveToURL(backup.url.get(), url.get(), &text);
         else
             (void)GSURLRemove(backup.url.get(), nullptr); // the name reserved for the backup
     }

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fcntl.h>
@@ -201,6 +202,8 @@ TEST(GSFileSpecItem, ExchangeStateRemoveAndRename)
     EXPECT_FALSE(error.isEmpty());
     EXPECT_NE(error, GSString("untouched"));
     EXPECT_EQ(nameOf(target), "c.txt");
+    EXPECT_EQ(target.rename(GSString(), &error), 1); // no name: no place to move to
+    EXPECT_EQ(full(target), dir / "c.txt");
     ASSERT_EQ(target.remove(&error), 0);
     EXPECT_EQ(target.fillState(&state), 1);
     EXPECT_FALSE(state.isValid());
@@ -301,6 +304,13 @@ TEST(GSFileSpecItem, CopyReplacesTheTarget)
     EXPECT_EQ(readText(dir / "dst.bin"), big);
     EXPECT_EQ(large.basicCopy(specFor(dir / "none/x")), 1);
     EXPECT_EQ(specFor(dir / "missing").copy(specFor(dir / "x")), 1);
+}
+
+TEST(GSFileSpecItem, SystemErrorTexts)
+{
+    GSString const text = GSFileSpec::getErrorTextForSystemError(ENOENT);
+    EXPECT_EQ(text, GSString("No such file or directory"));
+    EXPECT_EQ(text.getEncoding(), GSString::kUTF8);
 }
 
 TEST(GSFileSpecItem, StandardFolders)
