@@ -55,14 +55,14 @@ bool pathOfFileURLString(std::string const& text, std::string* path)
         return false;
     size_t const end = text.find_first_of("?#", slash);
     std::string const escaped = text.substr(slash, end == std::string::npos ? std::string::npos : end - slash);
-    path->clear();
     for (size_t i = 0; i < escaped.size(); ++i) {
         if (escaped[i] != '%') {
             *path += escaped[i];
             continue;
         }
-        int const high = i + 2 < escaped.size() ? hexValue(escaped[i + 1]) : -1;
-        int const low = high >= 0 ? hexValue(escaped[i + 2]) : -1;
+        // A std::string ends in a zero, which is no hex digit: an escape cut short reads no further.
+        int const high = hexValue(escaped[i + 1]);
+        int const low = high < 0 ? -1 : hexValue(escaped[i + 2]);
         if (low < 0 || (high == 0 && low == 0))
             return false;
         *path += static_cast<char>(high * 16 + low);
@@ -72,18 +72,16 @@ bool pathOfFileURLString(std::string const& text, std::string* path)
 }
 
 // The URL of the same entry with its folder part resolved for symbolic links; the URL itself when
-// the folder cannot be resolved (it does not exist yet, for example) or for the root.
+// the folder cannot be resolved (it does not exist yet, for example).
 GSPlatformURL* resolveFolderPart(GSPlatformURL* url)
 {
     std::string const& path = url->getPath();
-    size_t const slash = path.rfind('/');
-    if (path.size() <= 1 || slash == std::string::npos)
-        return url;
+    size_t const slash = path.rfind('/'); // a URL's path is absolute
     std::string const folder = slash == 0 ? std::string(1, '/') : path.substr(0, slash);
     std::string resolved;
     if (GSPlatformResolveLinks(folder.c_str(), &resolved) != 0)
         return url;
-    if (resolved.empty() || resolved.back() != '/')
+    if (resolved.back() != '/')
         resolved += '/';
     resolved += path.substr(slash + 1);
     GSPlatformURL* result = GSPlatformURL::create(resolved, url->isDirectory());

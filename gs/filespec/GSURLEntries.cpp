@@ -68,11 +68,8 @@ short GSURLResolveLinkOrAlias(void const* url, int, GSIdPointer* target, short* 
     if (GSPlatformResolveLinks(u->getPath().c_str(), &resolved) != 0 || resolved == u->getPath())
         return 0;
     bool const folder = GSPlatformIsFolder(resolved.c_str());
-    void* resolvedURL = GSPlatformURL::create(resolved, folder);
-    if (!resolvedURL)
-        return 0;
-    *target = resolvedURL;
-    if (isFolder)
+    *target = GSPlatformURL::create(resolved, folder);
+    if (isFolder && !target->isNull())
         *isFolder = folder ? 1 : 0;
     return 0;
 }

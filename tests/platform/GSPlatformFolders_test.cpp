@@ -24,6 +24,7 @@ TEST(GSPlatformUserDirs, Lines)
         {"XDG_DOCUMENTS_DIR=\"$HOMEWORK/x\"\n", nullptr},
         {"XDG_DOCUMENTS_DIR=$HOME/unquoted\n", nullptr},
         {"XDG_DOCUMENTS_DIR=\"$HOME/unclosed\n", nullptr},
+        {"# a comment\nXDG_DOCUMENTS_DIR=\"$HOME/unclosed\n\"\n", nullptr}, // a quote on the next line ends nothing
         {"# XDG_DOCUMENTS_DIR=\"$HOME/comment\"\n", nullptr},
         {"XDG_DOCUMENTS_DIRECTORY=\"$HOME/other\"\n", nullptr},
         {"XDG_DESKTOP_DIR=\"$HOME/Desktop\"\n", nullptr},

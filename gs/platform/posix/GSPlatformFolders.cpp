@@ -1,12 +1,13 @@
 // The XDG base folders, the user folders of user-dirs.dirs, home and temporary folders.
 #include "gs/platform/GSPlatformFolders.h"
 
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <pwd.h>
 #include <string>
+#include <system_error>
 #include <unistd.h>
 #include <vector>
 
@@ -86,15 +87,9 @@ std::string GSPlatformGetConfigHome()
 
 std::string GSPlatformGetProgramFolder()
 {
-    char path[PATH_MAX];
-    ssize_t n = ::readlink("/proc/self/exe", path, sizeof path - 1);
-    if (n <= 0)
-        return std::string();
-    std::string program(path, static_cast<size_t>(n));
-    size_t slash = program.rfind('/');
-    if (slash == std::string::npos)
-        return std::string();
-    return slash == 0 ? std::string("/") : program.substr(0, slash);
+    std::error_code ec;
+    std::filesystem::path const program = std::filesystem::read_symlink("/proc/self/exe", ec);
+    return ec ? std::string() : program.parent_path().string();
 }
 
 bool GSPlatformParseUserDirs(std::string const& text, char const* key, std::string const& home, std::string* path)

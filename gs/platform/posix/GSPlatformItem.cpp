@@ -55,22 +55,26 @@ void setKind(GSPlatformItemState* state, unsigned mode)
     state->isFile = S_ISREG(mode);
 }
 
+// The locked flag: a lock attribute, or no write permission for anyone on an item that is neither
+// a folder (whose permissions guard its entries) nor a link (whose permissions mean nothing).
+void setLocked(GSPlatformItemState* state, unsigned mode, bool attributeLock)
+{
+    state->isLocked = attributeLock || (!state->isFolder && !state->isLink && noWritePermission(mode));
+}
+
 #if defined(__linux__) && defined(STATX_BTIME)
 GSPlatformTime timeOf(struct statx_timestamp const& t, bool given)
 {
     return GSPlatformTime{t.tv_sec, static_cast<long>(t.tv_nsec), given};
 }
 
-// 0, 1 or -1 when this kernel has no statx.
-int readWithStatx(char const* path, GSPlatformItemState* state, std::string* error)
+// statx (Linux 4.11; glibc emulates it with fstatat on older kernels, without birth times).
+short readState(char const* path, GSPlatformItemState* state, std::string* error)
 {
     struct statx sx;
     unsigned const wanted = STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_ATIME | STATX_MTIME | STATX_CTIME | STATX_BTIME;
-    if (::statx(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, wanted, &sx) != 0) {
-        if (errno == ENOSYS)
-            return -1;
+    if (::statx(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, wanted, &sx) != 0)
         return gsposix::fail(errno, error);
-    }
     setKind(state, sx.stx_mode);
     state->access = timeOf(sx.stx_atime, (sx.stx_mask & STATX_ATIME) != 0);
     state->modification = timeOf(sx.stx_mtime, (sx.stx_mask & STATX_MTIME) != 0);
@@ -79,22 +83,22 @@ int readWithStatx(char const* path, GSPlatformItemState* state, std::string* err
                                              : timeOf(sx.stx_ctime, (sx.stx_mask & STATX_CTIME) != 0);
     state->size = state->isFile || state->isLink ? sx.stx_size : 0;
 
-    // The attributes come with statx where the file system reports them there, else through the
-    // attribute ioctl (one open more).
+    // The attributes come with statx where the file system reports them there (ext4, btrfs, xfs,
+    // tmpfs), else through the attribute ioctl (one open more).
     unsigned long long const lockAttributes = STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND;
     bool attributeLock = false;
     if ((sx.stx_attributes_mask & lockAttributes) == lockAttributes)
         attributeLock = (sx.stx_attributes & lockAttributes) != 0;
     else
         attributeLock = (readAttributes(path, state->isFile || state->isFolder) & (FS_IMMUTABLE_FL | FS_APPEND_FL)) != 0;
-    state->isLocked = attributeLock || (!state->isFolder && !state->isLink && noWritePermission(sx.stx_mode));
+    setLocked(state, sx.stx_mode, attributeLock);
     return 0;
 }
-#endif
-
+#else
 GSPlatformTime timeOf(struct timespec const& t) { return GSPlatformTime{t.tv_sec, t.tv_nsec, true}; }
 
-short readWithStat(char const* path, GSPlatformItemState* state, std::string* error)
+// Other POSIX systems: lstat, the status change time standing in for the birth time.
+short readState(char const* path, GSPlatformItemState* state, std::string* error)
 {
     struct stat st;
     if (::lstat(path, &st) != 0)
@@ -104,13 +108,10 @@ short readWithStat(char const* path, GSPlatformItemState* state, std::string* er
     state->modification = timeOf(st.st_mtim);
     state->creation = timeOf(st.st_ctim);
     state->size = state->isFile || state->isLink ? static_cast<unsigned long long>(st.st_size) : 0;
-    bool attributeLock = false;
-#ifdef __linux__
-    attributeLock = (readAttributes(path, state->isFile || state->isFolder) & (FS_IMMUTABLE_FL | FS_APPEND_FL)) != 0;
-#endif
-    state->isLocked = attributeLock || (!state->isFolder && !state->isLink && noWritePermission(st.st_mode));
+    setLocked(state, st.st_mode, false);
     return 0;
 }
+#endif
 
 timespec timespecOf(GSPlatformTime const* t)
 {
@@ -153,15 +154,8 @@ int changeAttributes(char const* path, bool isFileOrFolder, int clear, int set)
 short GSPlatformReadItemState(char const* path, GSPlatformItemState* state, std::string* error)
 {
     *state = GSPlatformItemState();
-    if (!path || !path[0])
-        return gsposix::fail(ENOENT, error);
     state->isHidden = nameIsHidden(path);
-#if defined(__linux__) && defined(STATX_BTIME)
-    int result = readWithStatx(path, state, error);
-    if (result >= 0)
-        return static_cast<short>(result);
-#endif
-    return readWithStat(path, state, error);
+    return readState(path, state, error);
 }
 
 short GSPlatformSetItemTimes(char const* path, GSPlatformTime const* access, GSPlatformTime const* modification,
@@ -179,7 +173,7 @@ short GSPlatformSetItemLocked(char const* path, bool locked, std::string* error)
     if (::lstat(path, &st) != 0)
         return gsposix::fail(errno, error);
     if (S_ISLNK(st.st_mode))
-        return locked ? gsposix::fail(EOPNOTSUPP, error) : 0;
+        return gsposix::fail(EOPNOTSUPP, error); // a link is never locked, so never unlocked either
     bool const isFolder = S_ISDIR(st.st_mode);
     bool const isFileOrFolder = isFolder || S_ISREG(st.st_mode);
     int err = 0;

@@ -76,13 +76,12 @@ private:
     DIR* dir;
 };
 
-// The folder part and the name of an absolute path; false for the root or a path without a name.
+// The folder part and the name of an absolute path (as a URL holds it: no trailing divider);
+// false for the root, which has no name.
 bool splitPath(char const* path, std::string* folder, std::string* name)
 {
-    std::string p = path ? path : "";
-    while (p.size() > 1 && p.back() == '/')
-        p.pop_back();
-    size_t slash = p.rfind('/');
+    std::string const p = path;
+    size_t const slash = p.rfind('/');
     if (slash == std::string::npos || slash + 1 == p.size())
         return false;
     *folder = slash == 0 ? std::string(1, '/') : p.substr(0, slash);

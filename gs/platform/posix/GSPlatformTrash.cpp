@@ -2,6 +2,7 @@
 #include "gs/platform/GSPlatformTrash.h"
 
 #include "gs/platform/GSPlatformFolders.h"
+#include "gs/platform/GSPlatformPath.h"
 #include "gs/platform/posix/GSPlatformErrors.h"
 
 #include <cerrno>
@@ -56,9 +57,10 @@ bool ensureFolder(std::string const& path)
         return S_ISDIR(st.st_mode) && st.st_uid == ::getuid();
     if (errno != ENOENT || path == "/")
         return false;
-    std::string parent = parentOf(path);
-    if (::lstat(parent.c_str(), &st) != 0 && !ensureFolder(parent))
-        return false;
+    // Making the folders above may fail; mkdir then says so.
+    std::string const parent = parentOf(path);
+    if (::lstat(parent.c_str(), &st) != 0)
+        ensureFolder(parent);
     return ::mkdir(path.c_str(), 0700) == 0 || (errno == EEXIST && ::lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode));
 }
 
@@ -89,20 +91,6 @@ std::string deletionDate()
     if (::localtime_r(&now, &local))
         std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &local);
     return text;
-}
-
-bool writeAll(int fd, std::string const& text)
-{
-    size_t done = 0;
-    while (done < text.size()) {
-        ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return false;
-        done += static_cast<size_t>(n);
-    }
-    return true;
 }
 
 } // namespace
@@ -158,14 +146,13 @@ GSPlatformTrashResult GSPlatformMoveToTrash(char const* path, std::string* trash
             return kGSPlatformNoTrash;
         pathInInfo = original;
     } else {
-        char* resolved = ::realpath(parentOf(original).c_str(), nullptr);
-        if (!resolved)
+        std::string resolved;
+        if (GSPlatformResolveLinks(parentOf(original).c_str(), &resolved) != 0)
             return failed(errno, error);
         std::string const full = join(resolved, name);
-        std::free(resolved);
         std::string const top = topFolderOf(parentOf(full), item.st_dev);
         std::string const shared = join(top, ".Trash");
-        struct stat st;
+        struct stat st {};
         if (::lstat(shared.c_str(), &st) == 0 && S_ISDIR(st.st_mode) && (st.st_mode & S_ISVTX)
             && ensureTrash(shared + "/" + uid))
             trash = shared + "/" + uid;
@@ -195,8 +182,9 @@ GSPlatformTrashResult GSPlatformMoveToTrash(char const* path, std::string* trash
             ::unlink(infoPath.c_str());
             continue;
         }
-        bool const written = writeAll(fd, info);
-        int const writeError = errno;
+        // A few hundred bytes into a new file: a short write means a full disk.
+        bool const written = ::write(fd, info.data(), info.size()) == static_cast<ssize_t>(info.size());
+        int const writeError = written ? 0 : errno ? errno : ENOSPC;
         ::close(fd);
         if (!written) {
             ::unlink(infoPath.c_str());
