@@ -11,6 +11,8 @@ class GSObjectDictionaryKey : public GSObject {
 public:
     GSRuntimeClass const& getRuntimeClass() const override;
     // True when `other` names the same entry: the same runtime class (exactly) and an equal field.
+    // Keys of two different derived types compare through GSObjectDictionaryKey references (with
+    // C++20's reversed operators the two overrides would be equally good).
     virtual bool operator==(GSObjectDictionaryKey const& other) const = 0;
 
     static GSRuntimeClass gsClassGSObjectDictionaryKey;

@@ -55,16 +55,13 @@ double numberOf(GSObject const* value)
     return kMissing;
 }
 
-// The integer getLongValueTolerant takes from a value object: a long, then an unsigned long (its
-// bits), that is not 0x80000000, else the rounded number; false when there is no number.
+// The integer getLongValueTolerant takes from a value object: an unsigned long's bits unless they
+// are 0x80000000, else the rounded number (a long's own value: floor(v + 0.49) is v); false when
+// there is no number.
 bool integerOf(GSObject const* value, int* result)
 {
-    if (auto const* l = exactly<GSLongObject>(value, GSLongObject::gsClassGSLongObject);
-        l && l->value != GSObjectDictionary::kMissingLong) {
-        *result = l->value;
-        return true;
-    }
-    if (auto const* u = exactly<GSULongObject>(value, GSULongObject::gsClassGSULongObject); u && u->value != kMissingULong) {
+    auto const* u = exactly<GSULongObject>(value, GSULongObject::gsClassGSULongObject);
+    if (u && u->value != kMissingULong) {
         *result = static_cast<int>(u->value);
         return true;
     }
@@ -292,13 +289,12 @@ int GSObjectDictionary::getLongValueTolerant(GSString const& key, int defaultVal
 
 unsigned int GSObjectDictionary::getULongValueTolerant(GSString const& key, unsigned int) const
 {
-    GSObject const* value = valueForText(key);
-    if (auto const* u = exactly<GSULongObject>(value, GSULongObject::gsClassGSULongObject); u && u->value != kMissingULong)
-        return u->value;
-    if (auto const* l = exactly<GSLongObject>(value, GSLongObject::gsClassGSLongObject); l && l->value != kMissingLong)
-        return static_cast<unsigned int>(l->value);
-    // The default is not looked at: no number rounds kMissingDouble, which gives 0x80000000.
-    return static_cast<unsigned int>(roundTolerant(numberOf(value)));
+    // A value object is of one class, so taking the unsigned long first or the long first is the
+    // same. The default is never looked at: without a number the result is 0x80000000, the
+    // rounding of kMissingDouble.
+    int v = kMissingLong;
+    (void)integerOf(valueForText(key), &v);
+    return static_cast<unsigned int>(v);
 }
 
 float GSObjectDictionary::getFloatValueTolerant(GSString const& key, float defaultValue) const

@@ -146,8 +146,9 @@ std::vector<std::pair<std::string, Bytes>> dictionarySeeds()
         {stringKey("inner"), dictionaryValue({{stringKey("depth"), longValue(1)}, {longKey(-1), stringValue("")}})},
     };
     std::vector<DictionaryEntry> shared = settings;
-    // Under a table, values may be references to objects written before (index 1: the first value).
-    shared.push_back({stringKey("again"), referenceItem(1)});
+    // Under a table, values may be references to objects written before: the five keys take the
+    // indices 0-4, so 5 is the first value.
+    shared.push_back({stringKey("again"), referenceItem(5)});
     std::vector<DictionaryEntry> deep = {{stringKey("leaf"), longValue(0)}};
     for (int level = 0; level < 12; ++level)
         deep = {{stringKey("level"), dictionaryValue(deep)}, {longKey(level), longValue(level)}};
