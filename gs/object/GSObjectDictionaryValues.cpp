@@ -77,7 +77,7 @@ template <class To, class From, class Convert>
 GSDynaArray<To> convertArray(GSDynaArray<From> const& from, Convert convert)
 {
     long const n = from.getCount();
-    GSDynaArray<To> to(n, -100);
+    GSDynaArray<To> to(n);
     for (long i = 0; i < n; ++i)
         if (to.add(convert(from[i])) != 0)
             return GSDynaArray<To>();
@@ -173,7 +173,7 @@ short GSObjectDictionary::addFloatArrayValue(GSString const& key, GSDynaArray<fl
 short GSObjectDictionary::addFloatArrayValue(GSString const& key, long count, float const* elements)
 {
     GSDynaArray<float> array;
-    if (count > 0 && array.append(elements, count) != 0)
+    if (array.append(elements, count) != 0) // a count below 1 appends nothing
         return 1;
     return addFloatArrayValue(key, array);
 }
@@ -186,7 +186,7 @@ short GSObjectDictionary::addLongArrayValue(GSString const& key, GSDynaArray<int
 short GSObjectDictionary::addLongArrayValue(GSString const& key, long count, int const* elements)
 {
     GSDynaArray<int> array;
-    if (count > 0 && array.append(elements, count) != 0)
+    if (array.append(elements, count) != 0) // a count below 1 appends nothing
         return 1;
     return addLongArrayValue(key, array);
 }
@@ -337,8 +337,8 @@ GSDynaArray<float> GSObjectDictionary::getFloatArrayValueTolerant(GSString const
     if (auto const* l = exactly<GSLongArrayObject>(value, GSLongArrayObject::gsClassGSLongArrayObject))
         return convertArray<float>(l->value, [](int x) { return static_cast<float>(x); });
     GSDynaArray<float> one;
-    if (double const d = numberOf(value); d != kMissingDouble && one.add(static_cast<float>(d)) != 0)
-        one.empty();
+    if (double const d = numberOf(value); d != kMissingDouble)
+        (void)one.add(static_cast<float>(d)); // out of memory: it stays empty
     return one;
 }
 
@@ -350,8 +350,8 @@ GSDynaArray<int> GSObjectDictionary::getLongArrayValueTolerant(GSString const& k
     if (auto const* f = exactly<GSFloatArrayObject>(value, GSFloatArrayObject::gsClassGSFloatArrayObject))
         return convertArray<int>(f->value, [](float x) { return roundTolerant(x); });
     GSDynaArray<int> one;
-    if (int v; integerOf(value, &v) && one.add(v) != 0)
-        one.empty();
+    if (int v; integerOf(value, &v))
+        (void)one.add(v); // out of memory: it stays empty
     return one;
 }
 

@@ -39,7 +39,7 @@ template <class E>
 short writeField(GSFile* file, GSDynaArray<E> const& value)
 {
     // No table of its own: the block may stand inside a file whose table is attached.
-    return value.write(file, 0, 0);
+    return value.write(file);
 }
 
 short readField(GSFile* file, int* value) { return file->readLong(value); }

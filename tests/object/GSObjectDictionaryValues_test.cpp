@@ -85,6 +85,8 @@ TEST(GSObjectDictionaryGetters, TolerantNumbersConvertRoundAndKeepTheirSentinels
         {"double 2.51", [](auto& d) { return d.addDoubleValue(text("v"), 2.51); }, 3, 3, 2.51, 2.51f, 1},
         {"double -2.5", [](auto& d) { return d.addDoubleValue(text("v"), -2.5); }, -3, 0xFFFFFFFDu, -2.5, -2.5f, 1},
         {"double -2.49", [](auto& d) { return d.addDoubleValue(text("v"), -2.49); }, -2, 0xFFFFFFFEu, -2.49, -2.49f, 1},
+        {"double INT_MAX", [](auto& d) { return d.addDoubleValue(text("v"), 2147483647.0); }, INT_MAX, 0x7FFFFFFFu,
+         2147483647.0, 2147483648.0f, 1},
         {"double 3e9", [](auto& d) { return d.addDoubleValue(text("v"), 3e9); }, INT_MIN, 0x80000000u, 3e9, 3e9f, 1},
         {"double NaN", [nan](auto& d) { return d.addDoubleValue(text("v"), nan); }, INT_MIN, 0x80000000u, nan, float(nan), 1},
         {"double sentinel", [](auto& d) { return d.addDoubleValue(text("v"), -DBL_MAX); }, -7, 0x80000000u, -0.5, -0.25f, 5},

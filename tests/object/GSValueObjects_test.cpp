@@ -166,3 +166,18 @@ TEST(GSValueObjectBlock, FileSpecsTravelAsPathsMadeAbsolute)
     EXPECT_EQ(o.value, GSFileSpec(GSString("ab")));
     EXPECT_EQ(o.value.getPath().c_str()[0], '/');
 }
+
+TEST(GSValueObjectBlock, NoFileOrNoBackEndIsAFailure)
+{
+    GSFile none; // no back end: every write fails
+    GSLongObject const value(1);
+    GSObjectDictionary const dictionary(GSString("a"), 1);
+    EXPECT_EQ(value.write(&none), 1);
+    EXPECT_EQ(dictionary.write(&none), 1);
+    EXPECT_EQ(value.write(nullptr), 1);
+    EXPECT_EQ(dictionary.write(nullptr), 1);
+    GSLongObject in;
+    GSObjectDictionary d;
+    EXPECT_EQ(in.read(nullptr), 1);
+    EXPECT_EQ(d.read(nullptr), 1);
+}
