@@ -45,7 +45,7 @@ TEST(GSStringDictionaryKeyText, EqualityAgreesWithCompareValue)
         ASSERT_EQ(GSStringDictionaryKey::isEqualText(a, b), expected) << a.c_str() << " | " << b.c_str();
         equalButDifferentBytes += expected && !(a == b);
     }
-    EXPECT_GT(equalButDifferentBytes, 500);  // the inputs do reach the slow comparison
+    EXPECT_GT(equalButDifferentBytes, 500); // the inputs do reach the slow comparison
 }
 
 TEST(GSDictionaryKey, EqualOnlyWithinOneClass)
