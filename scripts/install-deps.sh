@@ -11,6 +11,8 @@ packages=(
   # End-to-end desktop tests: XFCE's tumbler on a private bus, GNOME's thumbnail factory (through
   # PyGObject, sandboxed by bubblewrap), the MIME database tools.
   tumbler dbus-daemon python3-gi gir1.2-gnomedesktop-3.0 bubblewrap shared-mime-info libglib2.0-bin
+  # The trash test: gio reads and restores the trash through gvfs.
+  gvfs
   "$@"
 )
 

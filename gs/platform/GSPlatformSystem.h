@@ -20,6 +20,10 @@ int GSPlatformGetProcessorCount();
 // The running system's version: major << 16 | minor << 8 | patch, each of minor and patch limited
 // to 255; 0 when the version cannot be found. On Linux it is the kernel's release number.
 unsigned int GSNSGetOSVersion();
+// The version number of a release text such as "6.1.0-18-amd64": up to three decimal numbers
+// separated by "." before anything else, combined as above; 0 without a major number or for one
+// above 65535.
+unsigned int GSPlatformParseOSRelease(char const* release);
 
 // The calling process's identifier.
 int GSPlatformGetProcessID();

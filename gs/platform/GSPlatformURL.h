@@ -15,6 +15,9 @@ public:
     // components and doubled or trailing dividers are folded away. Null for an empty path, when
     // the current folder cannot be found, or when memory runs out.
     static GSPlatformURL* create(std::string const& path, bool isDirectory);
+    // A URL for a path that is absolute and folded already (as create leaves it), taken as it is:
+    // the quick way for the entries of a folder being enumerated. Null when memory runs out.
+    static GSPlatformURL* createWithFoldedPath(std::string absolutePath, bool isDirectory);
     // The URL of `component` inside this URL's path (a component with dividers adds several).
     GSPlatformURL* createByAppendingPathComponent(std::string const& component, bool isDirectory) const;
     // The folder that holds this entry (a directory URL); the root's is the root.

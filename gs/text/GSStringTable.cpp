@@ -7,6 +7,9 @@
 #include "gs/filespec/GSFileSpec.h"
 #include "gs/object/GSExceptions.h"
 
+#include <algorithm>
+#include <numeric>
+#include <utility>
 
 GSStringTable const GSStringTable::null;
 GSNumericStringTable const GSNumericStringTable::null;
@@ -17,6 +20,43 @@ constexpr short kTableVersion = 256;
 constexpr int kEntriesTag = 0;
 // The smallest pair of the binary form: two empty strings of 2 bytes each, in either framing.
 constexpr long kMinimumPairBytes = 4;
+
+template <class Entry>
+Entry const& entryAt(GSDynaArray<Entry> const& entries, long index)
+{
+    if (index < 0 || index >= entries.getCount())
+        throw bad_index();
+    return entries[index];
+}
+
+template <class Entry, class Key>
+void copyEntry(GSDynaArray<Entry> const& entries, long index, Key* key, GSString* value)
+{
+    Entry const& entry = entryAt(entries, index);
+    if (key)
+        *key = entry.key;
+    if (value)
+        *value = entry.value;
+}
+
+// The index of the entry equal to `probe`, or -(insertion index) - 1.
+template <class Entry>
+long binarySearch(GSDynaArray<Entry> const& entries, Entry const& probe, int (*compare)(Entry const*, Entry const*))
+{
+    long low = 0;
+    long high = entries.getCount();
+    while (low < high) {
+        long const middle = low + (high - low) / 2;
+        int const order = compare(&entries[middle], &probe);
+        if (order == 0)
+            return middle;
+        if (order < 0)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    return -low - 1;
+}
 
 } // namespace
 
@@ -50,38 +90,13 @@ void GSStringTable::setSortCaseless(short caseless)
     simpleCompare = caseless ? compareSimpleCaseless : compareSimple;
 }
 
-_StringTableEntry const& GSStringTable::getEntry(long index) const
-{
-    if (index < 0 || index >= entries.getCount())
-        throw bad_index();
-    return entries[index];
-}
+_StringTableEntry const& GSStringTable::getEntry(long index) const { return entryAt(entries, index); }
 
-void GSStringTable::get(long index, GSString* key, GSString* value) const
-{
-    _StringTableEntry const& entry = getEntry(index);
-    if (key)
-        *key = entry.key;
-    if (value)
-        *value = entry.value;
-}
+void GSStringTable::get(long index, GSString* key, GSString* value) const { copyEntry(entries, index, key, value); }
 
 long GSStringTable::search(GSString const& key, Compare compare) const
 {
-    _StringTableEntry const probe{key, GSString()};
-    long low = 0;
-    long high = entries.getCount();
-    while (low < high) {
-        long const middle = low + (high - low) / 2;
-        int const order = compare(&entries[middle], &probe);
-        if (order == 0)
-            return middle;
-        if (order < 0)
-            low = middle + 1;
-        else
-            high = middle;
-    }
-    return -low - 1;
+    return binarySearch(entries, _StringTableEntry{key, GSString()}, compare);
 }
 
 long GSStringTable::searchUnsorted(GSString const& key, int (GSString::*compare)(GSString const&) const) const
@@ -196,24 +211,74 @@ short GSStringTable::addStringTable(GSStringTable const& other)
     return 0;
 }
 
+short GSStringTable::addPairs(GSDynaArray<_StringTableEntry>& pairs)
+{
+    long const n = pairs.getCount();
+    if (n == 0)
+        return 0;
+    _StringTableEntry* const p = pairs.getWritablePointer(); // private: merge made it
+    long const count = entries.getCount();
+    bool ascending = true;
+    for (long i = 1; sorted && ascending && i < n; ++i)
+        ascending = sortCompare(&p[i - 1], &p[i]) < 0;
+    // Into an unsorted table, or in key order behind the last entry (a file this table wrote,
+    // read into an empty table): appended. An empty table takes the pairs' storage as it stands.
+    if (!sorted || (ascending && (count == 0 || sortCompare(&entries[count - 1], &p[0]) < 0))) {
+        if (count > 0)
+            return entries.append(pairs);
+        long const growth = entries.getGrowth();
+        entries = std::move(pairs);
+        entries.setGrowth(growth);
+        return 0;
+    }
+    // The pairs' order by key; stable, so that equal keys stay in file order.
+    GSDynaArray<long> order;
+    if (order.setCount(n))
+        return 1;
+    long* const o = order.getWritablePointer();
+    std::iota(o, o + n, 0L);
+    if (!ascending)
+        std::stable_sort(o, o + n, [&](long a, long b) { return sortCompare(&p[a], &p[b]) < 0; });
+
+    // One pass over both: as setValue would, a key already in the table keeps its key text, and
+    // a key that comes several times keeps its first key text and takes its last value.
+    _StringTableEntry const* const old = entries.getPointer();
+    GSDynaArray<_StringTableEntry> merged(0, entries.getGrowth());
+    if (merged.setCount(count + n))
+        return 1;
+    _StringTableEntry* const out = merged.getWritablePointer();
+    long i = 0, m = 0;
+    for (long j = 0; j < n; ++m) {
+        _StringTableEntry& first = p[o[j]];
+        long k = j + 1;
+        while (k < n && sortCompare(&first, &p[o[k]]) == 0)
+            ++k;
+        int position = 1;
+        while (i < count && (position = sortCompare(&old[i], &first)) < 0)
+            out[m++] = old[i++];
+        if (position == 0)
+            out[m].key = old[i++].key;
+        else
+            out[m].key = std::move(first.key);
+        out[m].value = std::move(p[o[k - 1]].value);
+        j = k;
+    }
+    while (i < count)
+        out[m++] = old[i++];
+    (void)merged.setCount(m); // fewer: nothing to allocate
+    entries = std::move(merged);
+    return 0;
+}
+
 // --- GSNumericStringTable ------------------------------------------------------------------------
 
 GSNumericStringTable::GSNumericStringTable(long initialSize, long growth) : entries(initialSize, growth) {}
 
-_NumericStringTableEntry const& GSNumericStringTable::getEntry(long index) const
-{
-    if (index < 0 || index >= entries.getCount())
-        throw bad_index();
-    return entries[index];
-}
+_NumericStringTableEntry const& GSNumericStringTable::getEntry(long index) const { return entryAt(entries, index); }
 
 void GSNumericStringTable::get(long index, int* key, GSString* value) const
 {
-    _NumericStringTableEntry const& entry = getEntry(index);
-    if (key)
-        *key = entry.key;
-    if (value)
-        *value = entry.value;
+    copyEntry(entries, index, key, value);
 }
 
 void GSNumericStringTable::get(long index, GSString* key, GSString* value) const
@@ -228,20 +293,8 @@ void GSNumericStringTable::get(long index, GSString* key, GSString* value) const
 
 long GSNumericStringTable::search(int key) const
 {
-    _NumericStringTableEntry const probe{key, GSString()};
-    long low = 0;
-    long high = entries.getCount();
-    while (low < high) {
-        long const middle = low + (high - low) / 2;
-        int const order = GSDynaArray<_NumericStringTableEntry>::compareAscending(&entries[middle], &probe);
-        if (order == 0)
-            return middle;
-        if (order < 0)
-            low = middle + 1;
-        else
-            high = middle;
-    }
-    return -low - 1;
+    return binarySearch(entries, _NumericStringTableEntry{key, GSString()},
+                        GSDynaArray<_NumericStringTableEntry>::compareAscending);
 }
 
 long GSNumericStringTable::find(int key) const
@@ -382,15 +435,17 @@ short GSBasicStringTable::merge(GSFile* file)
     }
     if (c >= 0)
         (void)file->seek(-1, 1); // back over a byte just read: only a broken stream fails
+    // The pairs are collected and added at the end, so that a table can add them in one batch.
+    GSDynaArray<_StringTableEntry> pairs;
     GSString key, value;
+    short status;
     for (;;) {
         // The tags before the read say how the text is to be taken.
         key.setEncoding(current);
         value.setEncoding(current);
-        if (short st = key.readKeyValue(file, &value))
-            return st;
-        if (key.isEmpty())
-            return 0;
+        status = key.readKeyValue(file, &value);
+        if (status != 0 || key.isEmpty())
+            break;
         if (key == encodingKey) {
             if (value == utf8Value)
                 current = GSString::kUTF8;
@@ -401,9 +456,21 @@ short GSBasicStringTable::merge(GSFile* file)
         // Into UTF-8, which holds every character: the conversion cannot lose one.
         (void)key.convertEncoding(GSString::getPreferredEncoding());
         (void)value.convertEncoding(GSString::getPreferredEncoding());
-        if (short st = add(key, value))
+        if (pairs.add(_StringTableEntry{key, value}))
+            return 1;
+    }
+    if (short st = addPairs(pairs))
+        return st;
+    return status;
+}
+
+short GSBasicStringTable::addPairs(GSDynaArray<_StringTableEntry>& pairs)
+{
+    for (long i = 0, n = pairs.getCount(); i < n; ++i) {
+        if (short st = add(pairs[i].key, pairs[i].value))
             return st;
     }
+    return 0;
 }
 
 short GSBasicStringTable::save(GSFileSpec const& spec) const

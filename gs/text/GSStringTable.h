@@ -73,9 +73,11 @@ public:
     [[nodiscard]] short write(GSFile* file) const;
 
     // The text form. load empties the table (release), then merges. merge adds the pairs of the
-    // file, converted to UTF-8, with add: the status of the first failing read or add, 0 at the end
-    // of the file or at a pair with an empty key. The GSFile overload reads from the file's
-    // position on; the other opens the file itself.
+    // file, converted to UTF-8, as add would one after the other (a key that comes again keeps its
+    // first key text and takes its last value); the pairs read before a failing read are added
+    // too. The status of the failing read or add, 0 at the end of the file or at a pair with an
+    // empty key (1 when memory lacks; the table is then unchanged). The GSFile overload reads
+    // from the file's position on; the other opens the file itself.
     [[nodiscard]] short load(GSFileSpec const& spec);
     [[nodiscard]] short merge(GSFileSpec const& spec);
     [[nodiscard]] short merge(GSFile* file);
@@ -87,6 +89,11 @@ public:
     [[nodiscard]] short save(GSFileSpec const& spec) const;
 
 protected:
+    // Adds the pairs one merge read, in file order, to the same effect as add for each in turn;
+    // the pairs may be taken. This one calls add; a table may add the whole batch faster. The
+    // first non-zero status.
+    [[nodiscard]] virtual short addPairs(GSDynaArray<_StringTableEntry>& pairs);
+
     short sorted = 1;
 };
 
@@ -151,6 +158,12 @@ public:
     static int compareSimpleCaseless(_StringTableEntry const* a, _StringTableEntry const* b);
 
     static GSStringTable const null;
+
+protected:
+    // Sorted: the pairs sorted once and merged with the entries in one pass, O(n log n) where
+    // inserting each would move the entries behind it; unsorted, or already in key order:
+    // appended. 1 when memory lacks, and the table is unchanged.
+    [[nodiscard]] short addPairs(GSDynaArray<_StringTableEntry>& pairs) override;
 
 private:
     // Binary search: the index of the key, or -(insertion index) - 1.

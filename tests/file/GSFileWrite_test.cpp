@@ -75,6 +75,34 @@ TEST_P(GSFileRoundTrip, CopySizeMovesBytesInChunks)
     EXPECT_EQ(source->copySize(11, &destination), 1);
 }
 
+// The guards of the byte writers and copies: what an empty request, a file without a worker or a
+// missing destination gives, and that nothing is written for them.
+TEST(GSFileWriteGuards, EmptyRequestsAndMissingFilesGiveTheirStatus)
+{
+    unsigned char const bytes[4] = {1, 2, 3, 4};
+    GSFile file(-100, 0);
+    GSFile closed;
+    EXPECT_EQ(file.write(bytes, 0), 0); // nothing to write is a success
+    EXPECT_EQ(file.write(bytes, -1), 1);
+    EXPECT_EQ(closed.write(bytes, 4), 1);
+    EXPECT_EQ(file.write(bytes, 0, 4), 0); // items of no size: none written, no division by 0
+    EXPECT_EQ(file.write(bytes, 2, -1), 0);
+    EXPECT_EQ(closed.write(bytes, 2, 2), 0);
+    EXPECT_EQ(closed.putChar('z'), 1);
+    EXPECT_TRUE(fileBytes(file).empty());
+
+    GSFile source(toArray(fromHex("2A 2B")));
+    EXPECT_EQ(source.copySize(5, nullptr), 1);
+    EXPECT_EQ(source.copySize(5, &closed), 1);
+    EXPECT_EQ(closed.copySize(5, &file), 1);
+    EXPECT_EQ(source.copySize(1, &file), 0); // a single byte is copied too
+    EXPECT_EQ(toHex(fileBytes(file)), "2A");
+    GSFile empty(-100, 0);
+    EXPECT_EQ(empty.copyContent(&file), 0); // an empty rest copies nothing and succeeds
+    source.transferWorker(nullptr);          // no destination: nothing moves
+    EXPECT_NE(source.getFileWorker(), nullptr);
+}
+
 TEST(GSFileTransferWorker, TheDestinationTakesTheWorkerAndTheFormat)
 {
     GSFile source(toArray(fromHex("00 00 00 2A")));

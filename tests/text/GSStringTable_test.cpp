@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 #include <string>
@@ -150,6 +151,57 @@ TEST(GSStringTable, SortedTableFollowsAModel)
         }
         for (auto const& [key, value] : model)
             ASSERT_EQ(bytes(table.getValue(GSString(key.c_str()))), value);
+    }
+}
+
+// A merged file gives the table that setValue of each of its pairs in turn gives: keys in random
+// order, repeated, or differing in case only (the same key in a caseless table), into sorted,
+// caseless and unsorted tables that already hold entries.
+TEST(GSStringTable, MergeEqualsSequentialSetValue)
+{
+    std::mt19937 random(7);
+    auto randomText = [&](char const* letters) {
+        std::string t(1 + random() % 2, ' ');
+        for (char& c : t)
+            c = letters[random() % 5];
+        return t;
+    };
+    for (int round = 0; round < 300; ++round) {
+        short const sorted = round % 4 != 0, caseless = round % 3 == 0;
+        GSStringTable merged, expected;
+        for (GSStringTable* table : {&merged, &expected}) {
+            table->setSorted(sorted);
+            table->setSortCaseless(caseless);
+        }
+        auto compare = [&](std::string const& a, std::string const& b) {
+            return caseless ? GSString(a.c_str()).compareValueCaseless(GSString(b.c_str()))
+                            : GSString(a.c_str()).compareValue(GSString(b.c_str()));
+        };
+        for (int i = 0, n = static_cast<int>(random() % 8); i < n; ++i) {
+            std::string const key = randomText("abcAB"), value = randomText("01234");
+            ASSERT_GE(merged.setValue(GSString(key.c_str()), GSString(value.c_str())), 0);
+            ASSERT_GE(expected.setValue(GSString(key.c_str()), GSString(value.c_str())), 0);
+        }
+        std::vector<std::string> keys(random() % 40);
+        for (std::string& key : keys)
+            key = randomText("abcAB");
+        // Every third file in the table's order, as a file the table wrote; some of those without
+        // repeated keys.
+        if (round % 3 == 1) {
+            auto const less = [&](auto const& a, auto const& b) { return compare(a, b) < 0; };
+            auto const equal = [&](auto const& a, auto const& b) { return compare(a, b) == 0; };
+            std::stable_sort(keys.begin(), keys.end(), less);
+            if (round % 2)
+                keys.erase(std::unique(keys.begin(), keys.end(), equal), keys.end());
+        }
+        std::string text;
+        for (std::string const& key : keys) {
+            std::string const value = randomText("56789");
+            text += "\"" + key + "\" = \"" + value + "\";\n";
+            ASSERT_GE(expected.setValue(GSString(key.c_str()), GSString(value.c_str())), 0);
+        }
+        ASSERT_EQ(mergeText(text, &merged), 0);
+        ASSERT_EQ(pairsOf(merged), pairsOf(expected)) << round << "\n" << text;
     }
 }
 

@@ -42,13 +42,6 @@ std::string formatted(GSDate const& d, char const* format)
     return s.c_str();
 }
 
-// The ISO 8601 week: the week of the day's Thursday, counted in that Thursday's year.
-int isoWeek(sys_days d)
-{
-    sys_days const thursday = d + days{4 - int(weekday{d}.iso_encoding())};
-    return int((thursday - sys_days{year_month_day{thursday}.year() / 1 / 1}).count() / 7 + 1);
-}
-
 // Easter Sunday by the anonymous Gregorian algorithm (Meeus/Jones/Butcher), as month * 100 + day.
 int easterMJB(int y)
 {
@@ -60,25 +53,13 @@ int easterMJB(int y)
 
 void useTimeZone(char const* zone)
 {
-    setenv("TZ", zone, 1);
+    zone ? setenv("TZ", zone, 1) : unsetenv("TZ");
     tzset();
 }
 
-// The date block in memory; in compact framing behind an empty object table of the newer kind.
-std::string blockHex(GSDate const& d, bool compact)
+short readBlock(std::string const& hex, GSDate* d)
 {
-    WriteFile w;
-    EXPECT_EQ(compact ? w.f.startObjectMergingWrite(1) : 0, 0);
-    long const start = w.f.tell();
-    EXPECT_EQ(d.write(&w.f), 0);
-    std::vector<unsigned char> const b = fileBytes(w.f);
-    return toHex(std::vector<unsigned char>(b.begin() + start, b.end()));
-}
-
-short readBlock(std::string const& hex, bool compact, GSDate* d)
-{
-    ReadFile r(compact ? "02 00 00 00 00 00 00 00 00 00 00 00 00 00 " + hex : hex);
-    EXPECT_EQ(compact ? r.f.startObjectMergingRead() + r.f.seek(14, 0) : 0, 0);
+    ReadFile r(hex);
     return d->read(&r.f);
 }
 
@@ -88,16 +69,11 @@ TEST(GSDateCalendar, AgreesWithChrono)
 {
     // Every day of the 400-year cycle around year 0 (leap year 0, negative years), then random days
     // of -9999..9999; each also moved by up to 3 million days either way.
-    std::vector<sys_days> samples;
-    for (sys_days d = sys_days{year{-201} / 1 / 1}; d <= sys_days{year{201} / 12 / 31}; d += days{1})
-        samples.push_back(d);
+    sys_days const first = sys_days{year{-201} / 1 / 1};
     std::mt19937 gen(20240331);
-    std::uniform_int_distribution<int> pick(sys_days{year{-9999} / 1 / 1}.time_since_epoch().count(),
-                                            sys_days{year{9999} / 12 / 31}.time_since_epoch().count());
-    std::uniform_int_distribution<int> step(-3000000, 3000000);
-    for (int i = 0; i < 50000; ++i)
-        samples.push_back(sys_days{days{pick(gen)}});
-    for (sys_days d : samples) {
+    std::uniform_int_distribution<int> pick(-4371587, 2932896), step(-3000000, 3000000); // days of -9999..9999
+    for (int i = 0; i < 200000; ++i) {
+        sys_days const d = i < 147192 ? first + days{i} : sys_days{days{pick(gen)}};
         GSDate const date = fromChrono(d + hours{7});
         year_month_day const v{d};
         ASSERT_EQ(date.getDayOfWeek(), int(weekday{d}.c_encoding())) << show(date);
@@ -111,44 +87,19 @@ TEST(GSDateCalendar, AgreesWithChrono)
         moved.addDays(n);
         ASSERT_TRUE(moved == fromChrono(d + days{n} + hours{7})) << show(date) << " + " << n;
     }
-    EXPECT_EQ(GSDate(1, 1, 2000).days(), 730484);
-}
-
-TEST(GSDateCalendar, WholeYearRange)
-{
-    // Beyond chrono's years: moving by k days changes the day number by k and gives a valid date.
-    std::mt19937 gen(5);
-    std::uniform_int_distribution<int> years(INT_MIN + 4000000, INT_MAX - 4000000);
-    std::uniform_int_distribution<long> steps(-1000000000L, 1000000000L);
-    for (int i = 0; i < 20000; ++i) {
-        GSDate const date(1 + i % 28, 1 + i % 12, years(gen), 13, 14, 15, 16);
-        long const k = steps(gen);
-        GSDate moved = date;
-        moved.addSeconds(k * 86400);
-        ASSERT_EQ(moved.days(), date.days() + k) << show(date) << " + " << k;
-        ASSERT_TRUE(moved.checkForError() == 0 && moved.hour == 13 && moved.minute == 14 && moved.second == 15 &&
-                    moved.millisecond == 16) << show(moved);
-    }
-    // A year leaving the 32-bit range wraps, as the field does.
-    GSDate last(31, 12, INT_MAX);
-    last.addDays(1);
-    EXPECT_EQ(show(last), "1:1:" + std::to_string(INT_MIN) + ":0:0:0.0");
-    last.addYears(-1);
-    EXPECT_EQ(last.year, INT_MAX);
-    last.addMonths(12);
-    EXPECT_EQ(last.year, INT_MIN);
 }
 
 TEST(GSDateCalendar, ValidationAndComparison)
 {
+    // The first failing field decides (day 0 before month 13); the millisecond is not checked.
     struct Case { GSDate date; short error; } const cases[] = {
-        {GSDate(29, 2, 2000), 0}, {GSDate(29, 2, 1900), 1}, {GSDate(29, 2, -4), 0}, {GSDate(29, 2, -100), 1},
-        {GSDate(0, 13, 2024), 1}, {GSDate(5, 13, 2024), 2}, {GSDate(31, 12, 2024, 23, 59, 59, 65535), 0},
-        {GSDate(1, 1, 1, 24, 60, 60), 3}, {GSDate(1, 1, 1, 0, 60, 60), 4}, {GSDate(1, 1, 1, 0, 0, 60), 5}};
+        {GSDate(0, 13, 2024), 1}, {GSDate(5, 13, 2024), 2}, {GSDate(29, 2, 1900), 1},
+        {GSDate(31, 12, 2024, 23, 59, 59, 65535), 0}, {GSDate(1, 1, 1, 24, 60, 60), 3},
+        {GSDate(1, 1, 1, 0, 60, 60), 4}, {GSDate(1, 1, 1, 0, 0, 60), 5}};
     for (Case const& c : cases)
         EXPECT_EQ(c.date.checkForError(), c.error) << show(c.date);
     EXPECT_EQ(GSDate(1, 13, 2024).lengthOfMonth() + GSDate(1, 0, 2024).lengthOfMonth(), 0);
-    for (int y : {1900, 2000, 2023, 2024, -1, 0})
+    for (int y : {1900, 2000, 2023, 2024, 0, -1, -4, -100, -400})
         for (int m = 0; m <= 13; ++m)
             for (int d = 0; d <= 32; ++d)
                 ASSERT_EQ(GSDate(d, m, y).checkForError() == 0, year_month_day(year{y} / m / d).ok()) << d << m << y;
@@ -165,26 +116,37 @@ TEST(GSDateCalendar, ValidationAndComparison)
 
 TEST(GSDateArithmetic, MonthsYearsDaysSeconds)
 {
+    // What chrono cannot say: fields out of range, and what each operation leaves alone.
     struct Case { GSDate date; char what; long n; char const* result; } const cases[] = {
         {GSDate(31, 1, 2024, 10), 'M', 1, "31:2:2024:10:0:0.0"}, // no clamping
-        {GSDate(15, 1, 2024), 'M', -25, "15:12:2021:0:0:0.0"},   {GSDate(15, 0, 2024), 'M', 0, "15:12:2023:0:0:0.0"},
+        {GSDate(15, 0, 2024), 'M', 0, "15:12:2023:0:0:0.0"},
         {GSDate(29, 2, 2024, 1, 2, 3, 4), 'Y', 1, "29:2:2025:1:2:3.4"},
-        {GSDate(31, 2, 2023, 5), 'D', 0, "3:3:2023:5:0:0.0"},     {GSDate(0, 1, 2024), 'D', 0, "31:12:2023:0:0:0.0"},
+        {GSDate(31, 2, 2023, 5), 'D', 0, "3:3:2023:5:0:0.0"}, {GSDate(0, 1, 2024), 'D', 0, "31:12:2023:0:0:0.0"},
         {GSDate(1, 3, 2024, 0, 0, 0, 250), 'S', -1, "29:2:2024:23:59:59.250"},
-        {GSDate(1, 3, 2024), 'S', 90000, "2:3:2024:1:0:0.0"},     {GSDate(1, 1, 2024, 0, 0, 1), 'S', -86402, "30:12:2023:23:59:59.0"},
         {GSDate(1, 1, 2024, 30), 'S', 86400, "2:1:2024:30:0:0.0"}, // one correction, however odd the hour
-        {GSDate(1, 1, 2024, 30), 'S', 1, "2:1:2024:6:0:1.0"}};
+        {GSDate(1, 1, 2024, 30), 'S', 1, "2:1:2024:6:0:1.0"},
+        // A year leaving the 32-bit range wraps, as the field does.
+        {GSDate(31, 12, INT_MAX), 'D', 1, "1:1:-2147483648:0:0:0.0"}, {GSDate(1, 1, INT_MIN), 'Y', -1, "1:1:2147483647:0:0:0.0"},
+        {GSDate(1, 2, INT_MAX), 'M', 12, "1:2:-2147483648:0:0:0.0"}};
     for (Case const& c : cases) {
         GSDate d = c.date;
         c.what == 'M' ? d.addMonths(int(c.n)) : c.what == 'Y' ? d.addYears(int(c.n)) : c.what == 'D' ? d.addDays(int(c.n)) : d.addSeconds(c.n);
         EXPECT_EQ(show(d), c.result) << show(c.date) << " " << c.what << c.n;
     }
     // Against chrono: months carried into years, seconds over up to 300 years either way; the
-    // difference of two dates moves one onto the other.
+    // difference of two dates moves one onto the other. Beyond chrono's years: moving by k days
+    // changes the day number by k and gives a valid date.
     std::mt19937 gen(11);
     std::uniform_int_distribution<int> dayOf(-1000000, 1000000), monthStep(-5000, 5000);
-    std::uniform_int_distribution<long> secondStep(-10000000000L, 10000000000L);
+    std::uniform_int_distribution<int> years(INT_MIN + 4000000, INT_MAX - 4000000);
+    std::uniform_int_distribution<long> secondStep(-10000000000L, 10000000000L), dayStep(-1000000000L, 1000000000L);
     for (int i = 0; i < 20000; ++i) {
+        GSDate const far(1 + i % 28, 1 + i % 12, years(gen), 13, 14, 15, 16);
+        long const k = dayStep(gen);
+        GSDate farMoved = far;
+        farMoved.addSeconds(k * 86400);
+        ASSERT_TRUE(farMoved.days() == far.days() + k && farMoved.checkForError() == 0 &&
+                    show(farMoved).ends_with(":13:14:15.16")) << show(far) << " + " << k;
         sys_seconds const t = sys_days{days{dayOf(gen)}} + seconds{i * 37 % 86400};
         year_month_day const v{floor<days>(t)};
         int const n = monthStep(gen);
@@ -192,7 +154,7 @@ TEST(GSDateArithmetic, MonthsYearsDaysSeconds)
         m.addMonths(n);
         year_month const expected = v.year() / v.month() + months{n};
         ASSERT_EQ(m.year * 100 + m.month, int(expected.year()) * 100 + int(unsigned(expected.month())));
-        long const s = secondStep(gen);
+        long const s = i % 4 == 0 ? secondStep(gen) % 172800 : secondStep(gen);
         GSDate const start = fromChrono(t);
         GSDate moved = start;
         moved.addSeconds(s);
@@ -205,41 +167,34 @@ TEST(GSDateArithmetic, MonthsYearsDaysSeconds)
 
 TEST(GSDateCalendar, WeekRuleAgainstISO)
 {
-    // The rule differs from ISO 8601 in two ways only: in a year whose 31 December is a Thursday,
-    // ISO week 53 (Monday 28 December to Sunday 3 January) is week 1; in a leap year that starts
-    // on a Sunday, 31 December (a Monday, ISO week 1) is week 53. Checked for 1800-2400, pinned for
-    // 2000-2040.
-    std::string pinned;
+    // ISO 8601 but for two deliberate differences: in a year whose 31 December is a Thursday, ISO
+    // week 53 (Monday 28 December to Sunday 3 January) is week 1; in a leap year that starts on a
+    // Sunday, 31 December (a Monday, ISO week 1) is week 53. No other date differs.
+    int differing = 0;
     for (sys_days d = sys_days{year{1800} / 1 / 1}; d <= sys_days{year{2400} / 12 / 31}; d += days{1}) {
-        int const ours = fromChrono(d).getWeekOfYear(), iso = isoWeek(d);
-        if (ours == iso)
-            continue;
         year_month_day const v{d}, thursday{d + days{4 - int(weekday{d}.iso_encoding())}};
-        bool const thursdayEnd = iso == 53 && ours == 1 && thursday == thursday.year() / 12 / 31;
-        bool const sundayLeap = ours == 53 && iso == 1 && v == v.year() / 12 / 31 && v.year().is_leap() &&
-                                weekday{sys_days{v.year() / 1 / 1}} == Sunday;
-        ASSERT_TRUE(thursdayEnd || sundayLeap) << show(fromChrono(d)) << " " << ours << " " << iso;
-        if (v.year() >= year{2000} && v.year() <= year{2040})
-            pinned += std::to_string(int(v.year())) + "-" + std::to_string(unsigned(v.month())) + "-" +
-                      std::to_string(unsigned(v.day())) + ":" + std::to_string(ours) + " ";
+        int const iso = int((sys_days{thursday} - sys_days{thursday.year() / 1 / 1}).count() / 7 + 1);
+        int expected = iso;
+        if (thursday == thursday.year() / 12 / 31)
+            expected = 1;
+        if (v == v.year() / 12 / 31 && v.year().is_leap() && weekday{sys_days{v.year() / 1 / 1}} == Sunday)
+            expected = 53;
+        ASSERT_EQ(fromChrono(d).getWeekOfYear(), expected) << show(fromChrono(d)) << " ISO " << iso;
+        differing += expected != iso;
     }
-    EXPECT_EQ(pinned, "2009-12-28:1 2009-12-29:1 2009-12-30:1 2009-12-31:1 2010-1-1:1 2010-1-2:1 2010-1-3:1 "
-                      "2012-12-31:53 "
-                      "2015-12-28:1 2015-12-29:1 2015-12-30:1 2015-12-31:1 2016-1-1:1 2016-1-2:1 2016-1-3:1 "
-                      "2020-12-28:1 2020-12-29:1 2020-12-30:1 2020-12-31:1 2021-1-1:1 2021-1-2:1 2021-1-3:1 "
-                      "2026-12-28:1 2026-12-29:1 2026-12-30:1 2026-12-31:1 2027-1-1:1 2027-1-2:1 2027-1-3:1 "
-                      "2037-12-28:1 2037-12-29:1 2037-12-30:1 2037-12-31:1 2038-1-1:1 2038-1-2:1 2038-1-3:1 "
-                      "2040-12-31:53 ");
+    EXPECT_EQ(differing, 638);
+    EXPECT_EQ(GSDate(31, 12, 2020).getWeekOfYear() * 100 + GSDate(31, 12, 2012).getWeekOfYear(), 153);
 }
 
 TEST(GSDateFeasts, EasterAndTheMovableFeasts)
 {
+    // Gauss's exceptions fall in this range (1981, 1954, 2049 move a week back; 1886, 2038 do not).
     for (int y = 1583; y <= 4099; ++y) {
         GSDate const easter = GSDate::getEastern(y);
         ASSERT_EQ(easter.year * 10000 + easter.month * 100 + easter.day, y * 10000 + easterMJB(y)) << y;
     }
-    // Any year: each feast at its distance from Easter, on its weekday, at midnight; Easter
-    // between 22 March and 25 April.
+    // Any year: each feast at its distance from Easter, at midnight; Easter a Sunday between 22 March
+    // and 25 April.
     struct Feast { GSDate (*get)(int); int offset; } const feasts[] = {
         {GSDate::getEastern, 0},     {GSDate::getRosenmontag, -48}, {GSDate::getAschermittwoch, -46},
         {GSDate::getKarfreitag, -2}, {GSDate::getHimmelfahrt, 39},  {GSDate::getPfingsten, 49},
@@ -250,18 +205,12 @@ TEST(GSDateFeasts, EasterAndTheMovableFeasts)
         int const y = i < 1000 ? i - 500 : anyYear(gen);
         for (Feast const& f : feasts) {
             GSDate const d = f.get(y);
-            ASSERT_EQ(d.days(), GSDate::getDayOfEastern(y) + f.offset) << y;
-            ASSERT_TRUE(d.getDayOfWeek() == (f.offset % 7 + 7) % 7 && d.hour + d.minute + d.second + d.millisecond == 0);
+            ASSERT_TRUE(d.days() == GSDate::getDayOfEastern(y) + f.offset && show(d).ends_with(":0:0:0.0")) << y;
         }
         GSDate const e = GSDate::getEastern(y);
-        ASSERT_TRUE(e.year == y && (e.month == 3 ? e.day >= 22 : e.month == 4 && e.day <= 25)) << show(e);
+        ASSERT_TRUE(e.year == y && e.getDayOfWeek() == 0 && (e.month == 3 ? e.day >= 22 : e.month == 4 && e.day <= 25))
+            << show(e);
     }
-    EXPECT_EQ(show(GSDate::getEastern(2024)) + show(GSDate::getKarfreitag(2024)) + show(GSDate::getPfingsten(2024)),
-              "31:3:2024:0:0:0.029:3:2024:0:0:0.019:5:2024:0:0:0.0");
-    // Gauss's exceptions: 26 April 1981, and 25 April 1954 and 2049 (d = 28, a = 16), move back a
-    // week; 25 April 1886 (d = 29) and 2038 (d = 28, a = 5) stay.
-    for (auto [y, md] : {std::pair{1981, 419}, {1954, 418}, {2049, 418}, {1886, 425}, {2038, 425}})
-        EXPECT_EQ(GSDate::getEastern(y).month * 100 + GSDate::getEastern(y).day, md) << y;
 }
 
 TEST(GSDateTime, CalendarTimeAndGMT)
@@ -275,17 +224,15 @@ TEST(GSDateTime, CalendarTimeAndGMT)
     std::uniform_int_distribution<long> when(-100000000000L, 100000000000L);
     for (int i = 0; i < 2000; ++i) {
         long const s = i == 0 ? 0 : when(gen);
-        GSDate gmt;
-        GSDate const local(s, 0);
+        GSDate gmt, local(s, 0);
+        std::string const localFields = show(fromChrono(sys_seconds{seconds{s + 10800}}));
         ASSERT_EQ(gmt.init(s, 1), 0);
         ASSERT_EQ(show(gmt), show(fromChrono(sys_seconds{seconds{s}}))) << s;
-        ASSERT_EQ(show(local), show(fromChrono(sys_seconds{seconds{s + 10800}}))) << s;
-        ASSERT_EQ(local.getSeconds(), s);
-        GSDate moved = local;
-        moved.convertToGMTime();
-        ASSERT_EQ(show(moved), show(gmt));
-        moved.convertFromGMTime();
-        ASSERT_EQ(show(moved), show(local));
+        ASSERT_TRUE(show(local) == localFields && local.getSeconds() == s) << s;
+        local.convertToGMTime();
+        ASSERT_EQ(show(local), show(gmt));
+        local.convertFromGMTime();
+        ASSERT_EQ(show(local), localFields);
     }
     // The last second of the last 32-bit year, and beyond.
     long const last = (GSDate(31, 12, INT_MAX).days() - GSDate(1, 1, 1970).days()) * 86400 + 86399;
@@ -294,8 +241,7 @@ TEST(GSDateTime, CalendarTimeAndGMT)
     EXPECT_EQ(show(edge), "31:12:2147483647:23:59:59.0");
     EXPECT_EQ(edge.init(last + 1, 1) + GSDate(1, 1, 1).init(LONG_MAX, 1), 2);
     EXPECT_EQ(show(edge), show(GSDate::invalid));
-    unsetenv("TZ");
-    tzset();
+    useTimeZone(nullptr);
     for (int useGMT : {0, 1}) {
         GSDate const now = GSDate::getActualDate(useGMT), viaInt(useGMT), reference(long(std::time(nullptr)), useGMT);
         EXPECT_TRUE(reference - now >= 0 && reference - now <= 2 && reference - viaInt <= 2) << show(now);
@@ -314,8 +260,7 @@ TEST(GSDateTime, StructTmSystemTimeHour12)
               std::vector<int>({2024, 3, 0, 31, 12, 5, 9, 7}));
     st.wDayOfWeek = 4;
     EXPECT_EQ(show(GSDate(st)), show(d));
-    EXPECT_EQ(GSDate(1, 1, 70000).getSystemTime().wYear, 70000 & 0xFFFF);
-    for (auto [hour, h12, pm] : {std::tuple{0, 12, 0}, {11, 11, 0}, {12, 12, 1}, {13, 1, 1}, {23, 11, 1}}) {
+    for (auto [hour, h12, pm] : {std::tuple{0, 12, 0}, {11, 11, 0}, {12, 12, 1}, {13, 1, 1}}) {
         short isPM = 7;
         EXPECT_TRUE(GSDate(1, 1, 1, hour).getHour12(&isPM) == h12 && isPM == pm && GSDate(1, 1, 1, hour).getHour12(nullptr) == h12);
     }
@@ -333,8 +278,7 @@ TEST(GSDateText, ColonFormsAndCTime)
         {"31:3:2024:12:5:9", "31:3:2024:12:5:9.0"}, {" 1:2:-44\n", "1:2:-44:0:0:0.0"},
         {"255:0:2147483647:255:255:255", "255:0:2147483647:255:255:255.0"}, {"256:1:2024", nullptr},
         {"1:-1:2024", nullptr}, {"1:1:2024:0:0:256", nullptr}, {"1:1", nullptr}, {"1:1:1:1", nullptr},
-        {"1:1:1:1:1", nullptr}, {"1:1:1:1:1:1:1", nullptr}, {"1:1:2024:", nullptr}, {"1: 1:2024", nullptr},
-        {"1:1:2024x", nullptr}, {"", nullptr}};
+        {"1:1:1:1:1:1:1", nullptr}, {"1:1:2024:", nullptr}, {"1: 1:2024", nullptr}, {"1:1:2024x", nullptr}};
     for (auto const& [text, fields] : cases) {
         GSDate d(9, 9, 9, 9, 9, 9, 9);
         EXPECT_EQ(d.readFromString(GSString(text)), fields ? 0 : 1) << text;
@@ -347,8 +291,7 @@ TEST(GSDateText, ColonFormsAndCTime)
         {"5", -1, 0, -1}, {"+7", 0, 0, 0}};
     for (Number const& n : numbers) {
         long index = n.index;
-        EXPECT_EQ(GSDate::readLongFromString(GSString(n.text), &index), n.value) << n.text;
-        EXPECT_EQ(index, n.end) << n.text;
+        EXPECT_TRUE(GSDate::readLongFromString(GSString(n.text), &index) == n.value && index == n.end) << n.text;
     }
 }
 
@@ -380,24 +323,20 @@ TEST(GSDateText, ReadingFormats)
     ASSERT_EQ(GSString::setNumericStringTable(GSNumericStringTable::null), 0);
     // Into 9:9:9:9:9:9.9; null: refused, the date unchanged.
     struct Case { char const* text; char const* format; char const* fields; } const cases[] = {
-        {"2024-03-05 14:07:09.045", "yyyy-MM-dd HH:mm:ss.SSS", "5:3:2024:14:7:9.45"},
         {"  2024-3-5\t14:07  ", "%Y-%m-%d %H:%M", "5:3:2024:14:7:9.9"}, {"2024-3-5x14:07", "%Y-%m-%d %H:%M", nullptr},
         {"2024-3-514:07", "%Y-%m-%d %H:%M", "51:3:2024:4:7:9.9"}, // a blank matches none too
-        {"20240305", "yyyyMMdd", "5:3:2024:9:9:9.9"}, {"20243", "yyyyMMdd", nullptr},
-        {"202403051407", "%Y%m%d%H%M", "5:3:2024:14:7:9.9"}, {"-44-1-2", "y-M-d", "2:1:-44:9:9:9.9"},
+        {"20240305", "yyyyMMdd", "5:3:2024:9:9:9.9"}, {"20243", "yyyyMMdd", nullptr}, {"-44-1-2", "y-M-d", "2:1:-44:9:9:9.9"},
         {"-123456789", "y", "9:9:-123456789:9:9:9.9"}, {"1234567890", "y", nullptr}, {"6903", "%y%m", "9:3:1969:9:9:9.9"},
         {"2147483647", "yyyyyyyyyy", "9:9:2147483647:9:9:9.9"}, {"99999999999", "yyyyyyyyyyyy'99999999999'", nullptr},
-        {"5.3.68", "d.M.yy", "5:3:2068:9:9:9.9"}, {"5.3.69", "%d.%m.%y", "5:3:1969:9:9:9.9"},
-        {"tuesday, 5 JUNE 2024", "EEEE, d MMMM yyyy", "5:6:2024:9:9:9.9"}, // the weekday is not checked
+        {"5.3.68", "d.M.yy", "5:3:2068:9:9:9.9"}, {"tuesday, 5 JUNE 2024", "EEEE, d MMMM yyyy", "5:6:2024:9:9:9.9"},
         {"5 Jun 2024", "d MMMM yyyy", "5:6:2024:9:9:9.9"}, {"5 June 2024", "d MMM yyyy", "5:6:2024:9:9:9.9"},
-        {"5 Jux 2024", "d MMM yyyy", nullptr}, {"Thu 5", "%a %d", "5:9:9:9:9:9.9"}, {"Thx 5", "%a %d", nullptr},
-        {"12:30 am", "hh:mm a", "9:9:9:0:30:9.9"}, {"12:30 PM", "h:mm a", "9:9:9:12:30:9.9"},
-        {"1:30 pm", "%I:%M %p", "9:9:9:13:30:9.9"}, {"1:30 xm", "%I:%M %p", nullptr}, {"1:30", "h:mm", "9:9:9:1:30:9.9"},
+        {"5 Jux 2024", "d MMM yyyy", nullptr}, {"Thx 5", "%a %d", nullptr}, // the weekday is read, not checked
+        {"12:30 am", "hh:mm a", "9:9:9:0:30:9.9"}, {"1:30 xm", "%I:%M %p", nullptr}, {"1:30", "h:mm", "9:9:9:1:30:9.9"},
         {"14:07:09,5", "HH:mm:ss,S", "9:9:9:14:7:9.500"}, {"09,12345", "ss,SSSSS", "9:9:9:9:9:9.123"},
         {"09,1234", "ss,SSSSS", nullptr}, {"7", "%s", "9:9:9:9:9:9.7"}, {"14:07", "HH:mm:ss", nullptr},
-        {"14:07:09 x", "HH:mm:ss", nullptr}, {"256.1.2024", "d.M.yyyy", nullptr}, {"300", "ddd", nullptr},
+        {"14:07:09 x", "HH:mm:ss", nullptr}, {"300", "ddd", nullptr},
         {"255", "ddd", "255:9:9:9:9:9.9"}, {"'5'", "''d''", "5:9:9:9:9:9.9"}, {"31%", "%d%%", "31:9:9:9:9:9.9"},
-        {"", "", "9:9:9:9:9:9.9"}, {"x", "", nullptr}};
+        {"x", "", nullptr}};
     for (Case const& c : cases) {
         GSDate d(9, 9, 9, 9, 9, 9, 9);
         EXPECT_EQ(d.readFromStringWithFormat(GSString(c.text), GSString(c.format)), c.fields ? 0 : 1) << c.text << " / " << c.format;
@@ -407,16 +346,15 @@ TEST(GSDateText, ReadingFormats)
     char const* const formats[] = {"yyyy-MM-dd HH:mm:ss.SSS", "%Y%m%d%H%M%S%s", "EEEE, d MMMM y h:mm:ss a SSS",
                                    "%a %d %b %Y %I:%M:%S %p %s"};
     std::mt19937 gen(17);
-    std::uniform_int_distribution<long> when(sys_days{year{1} / 1 / 1}.time_since_epoch().count() * 86400L,
-                                             sys_days{year{10000} / 1 / 1}.time_since_epoch().count() * 86400L - 1);
+    std::uniform_int_distribution<long> when(-62135596800L, 253402300799L); // the seconds of years 1..9999
     for (int i = 0; i < 2000; ++i) {
         GSDate date = fromChrono(sys_seconds{seconds{when(gen)}});
         date.millisecond = static_cast<unsigned short>(i % 1000);
         for (char const* format : formats) {
             GSDate back;
-            ASSERT_EQ(back.readFromStringWithFormat(GSString(formatted(date, format).c_str()), GSString(format)), 0)
-                << formatted(date, format);
-            ASSERT_EQ(show(back), show(date)) << formatted(date, format);
+            std::string const text = formatted(date, format);
+            ASSERT_TRUE(back.readFromStringWithFormat(GSString(text.c_str()), GSString(format)) == 0 && show(back) == show(date))
+                << text;
         }
     }
 }
@@ -430,25 +368,22 @@ TEST(GSDateText, NamedFormatsAndNameTables)
     for (int flags = 0; flags < 8; ++flags)
         EXPECT_STREQ(d.getFormatString(flags).c_str(), defaults[flags]) << flags;
     GSString s;
-    GSDate back;
+    GSDate back(9, 9, 9, 9, 9, 9, 9);
     EXPECT_EQ(d.writeToFormattedString(&s, GSDate::kShortDate | GSDate::kTime), 0);
     EXPECT_STREQ(s.c_str(), "2024-03-05, 14:07:09");
-    EXPECT_EQ(back.readFromFormattedString(s, 6) + back.readFromFormattedString(s, 5), 1);
-    EXPECT_EQ(show(back), show(d));
 
     GSNumericStringTable german;
     for (auto const& [id, text] : {std::pair{90000, "d. MMMM yyyy"}, {90002, "H.mm 'Uhr'"}, {90012, "März"},
                                    {90036, "Dienstag"}, {90048, "v"}, {90049, "nachm."}})
         ASSERT_GE(german.setValue(id, GSString(text)), 0);
     ASSERT_EQ(GSString::setNumericStringTable(german), 0);
-    EXPECT_STREQ(d.getFormatString(5).c_str(), "d. MMMM yyyy, H.mm 'Uhr'");
-    EXPECT_STREQ(d.getFormatString(6).c_str(), "yyyy-MM-dd, H.mm 'Uhr'");
+    EXPECT_STREQ((d.getFormatString(5) + GSString("|") + d.getFormatString(6)).c_str(),
+                 "d. MMMM yyyy, H.mm 'Uhr'|yyyy-MM-dd, H.mm 'Uhr'");
     EXPECT_EQ(formatted(d, "EEEE d. MMMM a, MMM EEE"), "Dienstag 5. März nachm., Mar Tue");
-    EXPECT_EQ(back.readFromFormattedString(GSString("7. März 1999, 9.05 uhr"), 5), 1); // literal text as it is
     EXPECT_EQ(back.readFromFormattedString(GSString("7. MÄRZ 1999, 9.05 Uhr"), 5), 0);
-    EXPECT_EQ(show(back), "7:3:1999:9:5:9.0");
-    EXPECT_EQ(back.readFromStringWithFormat(GSString("1 nachm."), GSString("h a")) + back.readFromStringWithFormat(GSString("2 v"), GSString("h a")), 0);
-    EXPECT_EQ(back.hour, 2); // one-letter names count
+    EXPECT_EQ(show(back), "7:3:1999:9:5:9.9");
+    EXPECT_TRUE(back.readFromStringWithFormat(GSString("1 nachm."), GSString("h a")) == 0 && back.hour == 13);
+    EXPECT_TRUE(back.readFromStringWithFormat(GSString("2 v"), GSString("h a")) == 0 && back.hour == 2); // one letter
     GSString mac; // names go into code-page text converted
     mac.setEncoding(GSString::kMac);
     EXPECT_EQ(d.writeToStringWithFormat(GSString("MMMM"), &mac), 0);
@@ -466,38 +401,36 @@ TEST(GSDateText, NamedFormatsAndNameTables)
 TEST(GSDateFile, BlockGoldenBytesAndDamage)
 {
     std::string const classic = "01 01 00 00 00 00 00 00 00 06 1F 03 00 00 07 E8 00 00 00 01 00 00 00 03 0C 05 09 ";
-    struct Case { GSDate date; bool compact; std::string hex; } const cases[] = {
-        {GSDate(31, 3, 2024, 12, 5, 9), false, classic + "FF FF FF FF"},
-        {GSDate(31, 3, 2024, 12, 5, 9, 500), false, classic + "00 00 00 02 00 00 00 02 01 F4 FF FF FF FF"},
-        {GSDate(1, 1, -2), true, "11 00 06 01 01 FF FF FF FE 01 03 00 00 00 7F"},
-        {GSDate(255, 255, INT_MIN, 255, 255, 255, 65535), true, "11 00 06 FF FF 80 00 00 00 01 03 FF FF FF 02 02 FF FF 7F"}};
+    struct Case { GSDate date; std::string hex; } const cases[] = {
+        {GSDate(31, 3, 2024, 12, 5, 9), classic + "FF FF FF FF"},
+        {GSDate(31, 3, 2024, 12, 5, 9, 500), classic + "00 00 00 02 00 00 00 02 01 F4 FF FF FF FF"},
+        {GSDate(255, 255, INT_MIN, 255, 255, 255, 65535), "01 01 00 00 00 00 00 00 00 06 FF FF 80 00 00 00 "
+            "00 00 00 01 00 00 00 03 FF FF FF 00 00 00 02 00 00 00 02 FF FF FF FF FF FF"}};
     for (Case const& c : cases) {
-        EXPECT_EQ(blockHex(c.date, c.compact), c.hex);
+        WriteFile w;
+        EXPECT_EQ(c.date.write(&w.f), 0);
+        EXPECT_EQ(fileHex(w.f), c.hex);
         GSDate back(9, 9, 9, 9, 9, 9, 9);
-        EXPECT_EQ(readBlock(c.hex, c.compact, &back), 0) << c.hex;
+        EXPECT_EQ(readBlock(c.hex, &back), 0) << c.hex;
         EXPECT_EQ(show(back), show(c.date)) << c.hex;
     }
     std::vector<unsigned char> const bytes = fromHex(cases[1].hex);
     for (size_t n = 0; n < bytes.size(); ++n) {
         GSDate d;
-        EXPECT_EQ(readBlock(toHex(bytes.data(), n), false, &d), 1) << n;
+        EXPECT_EQ(readBlock(toHex(bytes.data(), n), &d), 1) << n;
     }
     // Read into 9:9:9:9:9:9.9; null: refused.
     struct Damage { char const* what; char const* hex; char const* fields; } const damaged[] = {
-        {"minor version 15", "01 0F 00 00 00 01 00 00 00 03 0C 05 09 FF FF FF FF", "9:9:9:12:5:9.0"},
         {"version 1.0", "01 00 00 00 00 02 00 00 00 02 01 F4 FF FF FF FF", "9:9:9:9:9:9.500"},
-        {"version 2.0", "02 00 00 00 00 01 00 00 00 03 0C 05 09 FF FF FF FF", nullptr},
         {"date record of 5 bytes", "01 01 00 00 00 00 00 00 00 05 1F 03 00 00 07 FF FF FF FF", nullptr},
         {"time record of 2 bytes", "01 01 00 00 00 01 00 00 00 02 0C 05 FF FF FF FF", nullptr},
         {"millisecond record of 1 byte", "01 01 00 00 00 02 00 00 00 01 01 FF FF FF FF", nullptr},
         {"other records and extra bytes skipped",
          "01 01 00 00 00 07 00 00 00 02 AA BB 00 00 00 00 00 00 00 08 1F 03 00 00 07 E8 EE EE FF FF FF FF",
-         "31:3:2024:9:9:9.0"},
-        {"tag 0x80000000", "01 01 80 00 00 00 00 00 00 00 FF FF FF FF", nullptr},
-        {"record beyond the file", "01 01 00 00 00 00 00 00 01 00 1F 03 00 00 07 E8 FF FF FF FF", nullptr}};
+         "31:3:2024:9:9:9.0"}};
     for (Damage const& c : damaged) {
         GSDate d(9, 9, 9, 9, 9, 9, 9);
-        EXPECT_EQ(readBlock(c.hex, false, &d), c.fields ? 0 : 1) << c.what;
+        EXPECT_EQ(readBlock(c.hex, &d), c.fields ? 0 : 1) << c.what;
         EXPECT_TRUE(!c.fields || show(d) == c.fields) << c.what << ": " << show(d);
     }
     GSDate d;

@@ -1,8 +1,10 @@
 #include "gs/platform/GSPlatformPath.h"
 
 #include <climits>
+#include <cstdlib>
 #include <string>
 #include <utility>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -44,4 +46,20 @@ short GSPlatformMakeAbsolutePath(char const* path, std::string* absolute)
         out += '/';
     *absolute = std::move(out);
     return 0;
+}
+
+short GSPlatformResolveLinks(char const* path, std::string* resolved)
+{
+    char* full = ::realpath(path, nullptr);
+    if (!full)
+        return 1;
+    *resolved = full;
+    std::free(full);
+    return 0;
+}
+
+bool GSPlatformIsFolder(char const* path)
+{
+    struct stat st;
+    return ::lstat(path, &st) == 0 && S_ISDIR(st.st_mode);
 }

@@ -50,9 +50,14 @@ unsigned int GSNSGetOSVersion()
     utsname name{};
     if (uname(&name) != 0)
         return 0;
+    return GSPlatformParseOSRelease(name.release);
+}
+
+unsigned int GSPlatformParseOSRelease(char const* release)
+{
     // A release reads "6.1.0-18-amd64" or "22.6.0": up to three numbers before anything else.
     unsigned long parts[3] = {0, 0, 0};
-    char const* p = name.release;
+    char const* p = release;
     for (int i = 0; i < 3; ++i) {
         if (*p < '0' || *p > '9')
             break;

@@ -22,6 +22,11 @@ GSPlatformURL* GSPlatformURL::create(std::string const& path, bool isDirectory)
     return new (std::nothrow) GSPlatformURL(std::move(absolute), isDirectory);
 }
 
+GSPlatformURL* GSPlatformURL::createWithFoldedPath(std::string absolutePath, bool isDirectory)
+{
+    return new (std::nothrow) GSPlatformURL(std::move(absolutePath), isDirectory);
+}
+
 GSPlatformURL* GSPlatformURL::createByAppendingPathComponent(std::string const& component, bool isDirectory) const
 {
     std::string joined = path;
