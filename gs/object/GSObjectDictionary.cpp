@@ -24,6 +24,11 @@ GSObjectDictionaryKey* _GSODKeyArray::getKeyAt(long index) const noexcept
     return static_cast<GSObjectDictionaryKey*>(getElementAt(index));
 }
 
+GSObjectDictionaryKey* const* _GSODKeyArray::getKeys() const noexcept
+{
+    return static_cast<GSObjectDictionaryKey* const*>(getElementPointer(0));
+}
+
 short _GSODKeyArray::readKeys(GSFile* file)
 {
     if (short status = read(file))
@@ -147,16 +152,13 @@ long GSObjectDictionary::getIndexForKey(GSObjectDictionaryKey const* key) const
 long GSObjectDictionary::indexForText(GSString const& key) const
 {
     GSRuntimeClass const& stringKey = GSStringDictionaryKey::gsClassGSStringDictionaryKey;
+    GSObjectDictionaryKey* const* k = keys.getKeys();
     for (long i = keys.getCount() - 1; i >= 0; --i) {
-        GSObjectDictionaryKey const* k = keys.getKeyAt(i);
-        if (caselessStringKeys) {
-            if (k->isMemberOfRuntimeClass(stringKey) &&
-                static_cast<GSStringDictionaryKey const*>(k)->key.compareValueCaseless(key) == 0)
-                return i;
-        } else if (k->isKindOfRuntimeClass(stringKey) &&
-                   GSStringDictionaryKey::isEqualText(static_cast<GSStringDictionaryKey const*>(k)->key, key)) {
+        if (!(caselessStringKeys ? k[i]->isMemberOfRuntimeClass(stringKey) : k[i]->isKindOfRuntimeClass(stringKey)))
+            continue;
+        GSString const& text = static_cast<GSStringDictionaryKey const*>(k[i])->key;
+        if (caselessStringKeys ? text.compareValueCaseless(key) == 0 : GSStringDictionaryKey::isEqualText(text, key))
             return i;
-        }
     }
     return -1;
 }

@@ -51,6 +51,9 @@ public:
 
     // Null for an index outside 0..count-1.
     GSObjectDictionaryKey* getKeyAt(long index) const noexcept;
+    // The keys in order (null when there are none). Every counted slot holds a key: a slot that a
+    // failed insertion counts is removed at once.
+    GSObjectDictionaryKey* const* getKeys() const noexcept;
     // ObjectArray::read, then 1 when an element is not a key (of GSObjectDictionaryKey's class or
     // one derived from it).
     [[nodiscard]] short readKeys(GSFile* file);

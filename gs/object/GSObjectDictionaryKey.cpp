@@ -6,7 +6,7 @@
 #include "gs/object/GSStringDictionaryKey.h"
 #include "gs/object/GSValueObject.h"
 
-#include <cstring>
+#include <algorithm>
 #include <new>
 
 GSRuntimeClass GSObjectDictionaryKey::gsClassGSObjectDictionaryKey(GSString("GSObjectDictionaryKey"),
@@ -35,27 +35,25 @@ bool GSStringDictionaryKey::operator==(GSObjectDictionaryKey const& other) const
 
 bool GSStringDictionaryKey::isEqualText(GSString const& a, GSString const& b)
 {
-    bool const utf8 = a.getEncoding() > 99 && b.getEncoding() > 99;
-    if (!utf8 && a.getEncoding() != b.getEncoding())
-        return a.compareValue(b) == 0;
-    if (a == b)
-        return true;
-    if (!utf8)
-        return false; // one code page: the bytes are the characters
-    // UTF-8 texts are compared by character with decomposition, so different bytes may still be
-    // equal texts; not when they first differ, behind ASCII alone, at ASCII bytes or an end.
+    int const ea = a.getEncoding();
+    int const eb = b.getEncoding();
+    if (ea != eb && (ea <= 99 || eb <= 99))
+        return a.compareValue(b) == 0; // two tags: by character
+    // One tag, or UTF-8 on both sides. Behind a run of equal ASCII bytes, two ends, an end and an
+    // ASCII byte, or two different ASCII bytes decide it, since an ASCII character is never part
+    // of another character's decomposition.
     auto const* x = reinterpret_cast<unsigned char const*>(a.c_str());
     auto const* y = reinterpret_cast<unsigned char const*>(b.c_str());
     long const na = a.getLength();
     long const nb = b.getLength();
+    long const n = std::min(na, nb);
     long i = 0;
-    while (i < na && i < nb && x[i] == y[i] && x[i] < 0x80)
+    while (i < n && x[i] == y[i] && x[i] < 0x80)
         ++i;
-    bool const asciiA = i == na || x[i] < 0x80;
-    bool const asciiB = i == nb || y[i] < 0x80;
-    if (asciiA && asciiB)
-        return false;
-    return a.compareValue(b) == 0;
+    if ((i == na || x[i] < 0x80) && (i == nb || y[i] < 0x80))
+        return i == na && i == nb;
+    // In a code page every byte is a character; UTF-8 texts of different bytes may still be equal.
+    return a == b || (ea > 99 && a.compareValue(b) == 0);
 }
 
 // --- GSLongDictionaryKey -------------------------------------------------------------------------
