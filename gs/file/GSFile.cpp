@@ -209,7 +209,7 @@ short GSFile::close(short abort)
     if (flags & kDeleteOnClose) {
         GSFileSpec spec = getFileSpec();
         if (spec.isValid())
-            std::remove(spec.getPath().c_str());
+            std::remove(spec.getPathname(1).c_str());
         delete this;
     }
     return status;

@@ -212,6 +212,29 @@ public:
     // True for the names of classes that no longer exist (their objects are skipped on reading).
     static bool isRetiredClassName(GSString const& name);
 
+    // --- Path names ----------------------------------------------------------------------------
+    // Static string operations on path names, with "/" as the divider; they touch no file. The
+    // extension ("extender") of a name is its part from the last "." behind the last "/", the dot
+    // included (GSFileSpec::getExtenderPositionForFilename); a name without one has an empty one.
+    // The last component: the text behind the last "/" (all of it when there is none; empty for a
+    // path that ends with "/").
+    static GSString getFilename(GSString const& path);
+    // The extension of the path, with its dot; empty when there is none.
+    static GSString getFileExtender(GSString const& path);
+    // The path with its extension replaced by `extender` (which brings its own dot; empty removes
+    // the extension).
+    static GSString changeFileExtender(GSString const& path, GSString const& extender);
+    // True when the path ends with "/".
+    static bool hasTrailingPathDivider(GSString const& path);
+    // The path with a "/" appended unless it ends with one already; an empty path stays empty.
+    static GSString addPathDividerIfNeeded(GSString const& path);
+    // The path without its trailing dividers, but never shorter than one character: "/" stays the
+    // root.
+    static GSString removePathDividerIfNeeded(GSString const& path);
+    // The process's current folder as an absolute path, with a trailing divider; empty when the
+    // system cannot tell it.
+    static GSString getCurrentDirectory();
+
 private:
     // The compact signed encoding; `stored` tells whether a value was assembled (the first byte came).
     [[nodiscard]] short readCompact(long* value, bool* stored);

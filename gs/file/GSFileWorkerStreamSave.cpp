@@ -31,7 +31,7 @@ short GSFileWorkerStream::_open()
     bool const create = (accessFlags & kCreate) != 0;
     if (create && targetExists && state.isFolder()) {
         // Creating removes what is at the path first; a folder is never taken for that.
-        GSLog("Couldn't create file: %s\n", fileSpec.getPath().c_str());
+        GSLog("Couldn't create file: %s\n", fileSpec.getPathname(1).c_str());
         return 1;
     }
 
@@ -39,8 +39,8 @@ short GSFileWorkerStream::_open()
     bool temporary = false;
     if (create && (safetyMode & 1) && targetExists) {
         // The temporary file is created here, empty and exclusively: it is ours to open.
-        if (workingSpec.createTemporaryFilename(fileSpec.getExtension()) != 0) {
-            GSLog("Couldn't create file: %s\n", fileSpec.getPath().c_str());
+        if (workingSpec.createTemporaryFilename(fileSpec.getExtender()) != 0) {
+            GSLog("Couldn't create file: %s\n", fileSpec.getPathname(1).c_str());
             workingSpec = GSFileSpec();
             return 1;
         }
@@ -52,10 +52,10 @@ short GSFileWorkerStream::_open()
     }
 
     resetBuffer();
-    stream = std::fopen(workingSpec.getPath().c_str(), accessMode);
+    stream = std::fopen(workingSpec.getPathname(1).c_str(), accessMode);
     if (!stream) {
         if (create)
-            GSLog("Couldn't create file: %s\n", workingSpec.getPath().c_str());
+            GSLog("Couldn't create file: %s\n", workingSpec.getPathname(1).c_str());
         if (temporary)
             (void)workingSpec.remove(nullptr); // best effort: the open has failed either way
         workingSpec = GSFileSpec();
@@ -75,7 +75,7 @@ short GSFileWorkerStream::_close(short abort)
     if (create && std::ferror(stream))
         error = 1;
     if (std::fclose(stream) != 0) {
-        GSLog("Couldn't close file: %s\n", workingSpec.getPath().c_str());
+        GSLog("Couldn't close file: %s\n", workingSpec.getPathname(1).c_str());
         error = 1;
     } else if (create && workingSpec.isValid()) {
         // The file's permissions and dates follow the target's where they can; the content is saved.
@@ -88,7 +88,7 @@ short GSFileWorkerStream::_close(short abort)
         bool const keepBackup = (safetyMode & 2) != 0;
         GSString errorText;
         if (workingSpec.exchangeWith(fileSpec, keepBackup ? 0 : 1, &errorText) != 0) {
-            GSLog("Error exchanging files: %s, %s\n", workingSpec.getPath().c_str(), fileSpec.getPath().c_str());
+            GSLog("Error exchanging files: %s, %s\n", workingSpec.getPathname(1).c_str(), fileSpec.getPathname(1).c_str());
             // Nothing was saved: the target is as it was and the temporary file goes below.
             error = 1;
         } else if (keepBackup) {

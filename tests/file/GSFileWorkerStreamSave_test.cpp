@@ -96,12 +96,12 @@ TEST(GSSafeSave, WritesBesideAnExistingTargetAndExchangesAtClose)
     ASSERT_EQ(file.open(), 0);
     GSFileSpec working = file.getWorkingFileSpec();
     EXPECT_NE(working, specFor(target));
-    EXPECT_EQ(working.getFolderPath(), GSString(dir.path().c_str()));
-    EXPECT_EQ(working.getExtension(), GSString("qmd"));
+    EXPECT_EQ(working.getPathname(0), GSString((dir.path() + "/").c_str()));
+    EXPECT_EQ(working.getExtender(), GSString(".qmd"));
     ASSERT_EQ(file.write("new content", 11), 0);
     ASSERT_EQ(file.flush(), 0);
     EXPECT_EQ(readText(target), "old"); // untouched until close
-    EXPECT_EQ(readText(working.getPath().c_str()), "new content");
+    EXPECT_EQ(readText(working.getPathname(1).c_str()), "new content");
 
     ASSERT_EQ(file.close(), 0);
     EXPECT_EQ(readText(target), "new content");
