@@ -65,18 +65,11 @@ short readField(GSFile* file, GSDynaArray<E>* value)
     return value->read(file);
 }
 
-// A file specification travels as its path, the one form that every version of GSFileSpec can
-// give and take; an empty path is no file.
-short writeField(GSFile* file, GSFileSpec const& value) { return value.getPath().write(file); }
+// A file specification travels as its full path (GSFileSpec's own file form); an empty path is no
+// file.
+short writeField(GSFile* file, GSFileSpec const& value) { return value.write(file); }
 
-short readField(GSFile* file, GSFileSpec* value)
-{
-    GSString path;
-    if (short status = path.read(file))
-        return status;
-    *value = path.isEmpty() ? GSFileSpec() : GSFileSpec(path);
-    return 0;
-}
+short readField(GSFile* file, GSFileSpec* value) { return value->read(file); }
 
 } // namespace
 

@@ -164,7 +164,7 @@ TEST(GSValueObjectBlock, FileSpecsTravelAsPathsMadeAbsolute)
     GSFileSpecObject o;
     ASSERT_EQ(readContent(&o, "01 00 00 00 00 01 00 00 00 09 FF 9B 00 00 00 03 61 62 00 FF FF FF FF", false), 0);
     EXPECT_EQ(o.value, GSFileSpec(GSString("ab")));
-    EXPECT_EQ(o.value.getPath().c_str()[0], '/');
+    EXPECT_EQ(o.value.getPathname(1).c_str()[0], '/');
 }
 
 TEST(GSValueObjectBlock, NoFileOrNoBackEndIsAFailure)
