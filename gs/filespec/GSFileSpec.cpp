@@ -516,16 +516,14 @@ bool GSFileSpec::isMemoryFileSpec(short mode) const
 {
     if (!options)
         return false;
-    bool result = false;
-    if (mode == 1 || mode == 2)
-        result = getDictionaryBuffer(GSFileDataKey, GSDynaArray<unsigned char>()).getCount() > 0;
-    if (mode == 0 || mode == 2) {
-        if (!getDictionaryString(GSFileDataIDKey, GSString()).isEmpty())
-            result = getDictionaryLong(GSFileSaveToMemoryKey, 1) != 0 || result;
-        else
-            result = getDictionaryLong(GSFileSaveToMemoryKey, 0) != 0;
-    }
-    return result;
+    bool const inMemory = getDictionaryBuffer(GSFileDataKey, GSDynaArray<unsigned char>()).getCount() > 0;
+    if (mode == 1)
+        return inMemory;
+    // A save to memory: a spec with a data identity asks for one unless the key says no, any
+    // other spec only when the key says yes.
+    bool const hasID = !getDictionaryString(GSFileDataIDKey, GSString()).isEmpty();
+    bool const toMemory = getDictionaryLong(GSFileSaveToMemoryKey, hasID ? 1 : 0) != 0;
+    return mode == 0 ? toMemory : inMemory || toMemory;
 }
 
 short GSFileSpec::setBaseFileSpec(GSFileSpec const& base)

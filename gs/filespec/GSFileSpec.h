@@ -241,10 +241,8 @@ public:
     [[nodiscard]] short setDictionaryLong(GSString const& key, long value);
     [[nodiscard]] short setDictionaryBuffer(GSString const& key, GSDynaArray<unsigned char> const& value);
     // False without options. Mode 1: the options hold a non-empty buffer under GSFileDataKey (the
-    // content is in memory). Mode 0: the spec asks for a save to memory: with a non-empty
-    // GSFileDataIDKey string when GSFileSaveToMemoryKey is non-zero (default 1), without one
-    // exactly when it is non-zero (default 0). Mode 2: the buffer test, then decided as mode 0,
-    // except that with a data ID a zero GSFileSaveToMemoryKey leaves the buffer test's result.
+    // content is in memory). Mode 0: the spec asks for a save to memory: GSFileSaveToMemoryKey is
+    // non-zero, its default 1 with a non-empty GSFileDataIDKey string, else 0. Mode 2: either.
     bool isMemoryFileSpec(short mode) const;
     bool shouldSaveToBuffer() const { return isMemoryFileSpec(0); }
     // Stores `base` under GSFileBaseFileSpecKey when it has a URL and is no memory spec (mode 2);
