@@ -95,9 +95,10 @@ short GSFileSearch::findNext(GSFileSpec* result)
         bool const matches = GSString::compareValueWildcard(name, encodedName, kAnyChar, kAnyRun, 0) == 0;
         if (!matches && (!recursive || !isFolderURL(found)))
             continue;
-        // An entry whose state cannot be read counts as a file.
+        // An entry whose state cannot be read counts as a file. The state is read relative to the
+        // listed folder: the same as GSURLFillFileState(found) without the walk along the path.
         state.flags = 0;
-        (void)GSURLFillFileState(found, &state);
+        (void)GSDirectoryEnumeratorFillFileState(enumerator.get(), &state);
         if (matches || state.isFolder())
             return createFileSpecFromFindData(found, result);
     }

@@ -183,3 +183,7 @@ void* GSURLCreateDirectoryEnumerator(void* url);
 // (retain it to keep it). A folder URL for a folder (a link is not followed). Null at the end, for
 // a null enumerator or an object that is not one. Entries come in the order of the file system.
 void* GSDirectoryEnumeratorGetNextURL(void* enumerator);
+// GSURLFillFileState for the entry GSDirectoryEnumeratorGetNextURL gave last, read relative to the
+// open folder: the same state for less work (no walk along the whole path). 1 (state->valid
+// cleared) before the first entry, after the end, or when the entry has gone.
+[[nodiscard]] short GSDirectoryEnumeratorFillFileState(void* enumerator, GSFileState* state);

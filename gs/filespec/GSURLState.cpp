@@ -3,6 +3,7 @@
 #include "gs/filespec/GSURL.h"
 #include "gs/filespec/GSURLSupport.h"
 
+#include "gs/platform/GSPlatformDirectory.h"
 #include "gs/platform/GSPlatformItem.h"
 
 #include <string>
@@ -56,13 +57,10 @@ bool GSURLTimeFromDate(GSDate const& date, GSPlatformTime* time)
     return true;
 }
 
-short GSURLFillFileState(void const* url, GSFileState* state)
+namespace {
+
+void fillFromItem(GSPlatformItemState const& item, GSFileState* state)
 {
-    state->valid = 0;
-    GSPlatformURL const* u = GSURLCast(url);
-    GSPlatformItemState item;
-    if (!u || GSPlatformReadItemState(u->getPath().c_str(), &item, nullptr) != 0)
-        return 1;
     GSURLFillDates(item, state);
     unsigned char flags = 0;
     if (item.isHidden)
@@ -74,6 +72,29 @@ short GSURLFillFileState(void const* url, GSFileState* state)
     state->flags = static_cast<unsigned char>((state->flags & ~kFilledFlags) | flags);
     state->fileType = 0;
     state->valid = 1;
+}
+
+} // namespace
+
+short GSURLFillFileState(void const* url, GSFileState* state)
+{
+    state->valid = 0;
+    GSPlatformURL const* u = GSURLCast(url);
+    GSPlatformItemState item;
+    if (!u || GSPlatformReadItemState(u->getPath().c_str(), &item, nullptr) != 0)
+        return 1;
+    fillFromItem(item, state);
+    return 0;
+}
+
+short GSDirectoryEnumeratorFillFileState(void* enumerator, GSFileState* state)
+{
+    state->valid = 0;
+    auto const* e = dynamic_cast<GSPlatformDirectoryEnumerator const*>(static_cast<GSPlatformObject const*>(enumerator));
+    GSPlatformItemState item;
+    if (!e || e->readCurrentState(&item) != 0)
+        return 1;
+    fillFromItem(item, state);
     return 0;
 }
 

@@ -3,6 +3,7 @@
 // ".." left out.
 #pragma once
 
+#include "gs/platform/GSPlatformItem.h"
 #include "gs/platform/GSPlatformObject.h"
 
 #include <string>
@@ -19,6 +20,11 @@ public:
     // release. A folder URL for a folder (a symbolic link is not followed). Null at the end and
     // from then on; a failed read also ends the enumeration.
     GSPlatformURL* nextURL();
+    // The state of the entry nextURL gave last, as GSPlatformReadItemState gives it for that URL's
+    // path, but read relative to the open folder (a search reads the state of every entry it
+    // reports: the path walk would cost more than the read itself). 1 before the first entry,
+    // after the end, or when the entry has gone.
+    short readCurrentState(GSPlatformItemState* state) const;
 
 private:
     struct Stream;

@@ -366,6 +366,51 @@ int GSString::compareValueWithNumberCaseless(GSString const& other, short pathMo
 
 // --- Wildcards ------------------------------------------------------------------------------------
 
+namespace {
+
+// True when every byte is a character of its own, the same in every encoding tag: bytes 1 to 0x7F.
+// (A zero byte is a character in UTF-8 but no character in code-page text.)
+bool isPlainASCII(GSString const& s) noexcept
+{
+    auto const* bytes = reinterpret_cast<unsigned char const*>(s.c_str());
+    long const length = s.getLength();
+    for (long i = 0; i < length; ++i) {
+        if (bytes[i] == 0 || bytes[i] >= 0x80)
+            return false;
+    }
+    return true;
+}
+
+// The character walk below on bytes, for texts whose characters are their bytes: file search
+// compares every name it lists, and most names are plain ASCII.
+int wildcardBytes(char const* text, long textLength, char const* pattern, long patternLength, char anyChar,
+                  char anyRun) noexcept
+{
+    long t = 0;
+    long p = 0;
+    long runPattern = -1;
+    long runText = 0;
+    while (t < textLength) {
+        if (p < patternLength && pattern[p] == anyRun) {
+            runPattern = ++p;
+            runText = t;
+        } else if (p < patternLength && (pattern[p] == anyChar || pattern[p] == text[t])) {
+            ++t;
+            ++p;
+        } else if (runPattern < 0) {
+            return 1;
+        } else {
+            t = ++runText;
+            p = runPattern;
+        }
+    }
+    while (p < patternLength && pattern[p] == anyRun)
+        ++p;
+    return p == patternLength ? 0 : 1;
+}
+
+} // namespace
+
 // By character (a whole UTF-8 character for `anyChar`), without decomposition. The classic
 // linear backtracking: remember the last `anyRun` and where the text stood; on a mismatch let
 // that run take one more character and try again. Each text character is passed at most once per
@@ -373,6 +418,8 @@ int GSString::compareValueWithNumberCaseless(GSString const& other, short pathMo
 int GSString::compareValueWildcard(GSString const& text, GSString const& pattern, char anyChar, char anyRun,
                                    short caseless)
 {
+    if (!caseless && isPlainASCII(text) && isPlainASCII(pattern))
+        return wildcardBytes(text.c_str(), text.getLength(), pattern.c_str(), pattern.getLength(), anyChar, anyRun);
     auto const one = static_cast<unsigned int>(static_cast<unsigned char>(anyChar));
     auto const run = static_cast<unsigned int>(static_cast<unsigned char>(anyRun));
     GSStringUniCharEnumerator et(text, 0);

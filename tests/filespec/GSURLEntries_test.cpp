@@ -1,3 +1,4 @@
+#include "gs/filespec/GSFileState.h"
 #include "gs/filespec/GSURL.h"
 #include "gs/platform/GSPlatformObject.h"
 
@@ -8,6 +9,7 @@
 #include <cerrno>
 #include <fstream>
 #include <random>
+#include <sys/stat.h>
 #include <set>
 #include <string>
 #include <utility>
@@ -26,12 +28,24 @@ Listing enumerate(std::string const& folder)
     GSIdPointer enumerator;
     enumerator = GSURLCreateDirectoryEnumerator(urlFor(folder, 1).get());
     EXPECT_FALSE(enumerator.isNull());
+    GSFileState none;
+    EXPECT_EQ(GSDirectoryEnumeratorFillFileState(enumerator.get(), &none), 1); // no entry yet
     while (void* url = GSDirectoryEnumeratorGetNextURL(enumerator.get())) {
         std::string const name = GSURLGetLastPathComponent(url).c_str();
         EXPECT_EQ(pathOf(url), (folder == "/" ? "" : folder) + "/" + name);
         seen.emplace(name, qmtest::isFolderURL(url));
+        // The state read through the listing is the state read through the entry's URL.
+        GSFileState byURL, byListing;
+        EXPECT_EQ(GSDirectoryEnumeratorFillFileState(enumerator.get(), &byListing), GSURLFillFileState(url, &byURL));
+        EXPECT_EQ(byListing.valid, byURL.valid) << name;
+        EXPECT_EQ(byListing.flags, byURL.flags) << name;
+        EXPECT_TRUE(byListing.creationDate == byURL.creationDate && byListing.modificationDate == byURL.modificationDate
+                    && byListing.accessDate == byURL.accessDate) << name;
     }
     EXPECT_EQ(GSDirectoryEnumeratorGetNextURL(enumerator.get()), nullptr); // and stays at the end
+    none.valid = 1;
+    EXPECT_EQ(GSDirectoryEnumeratorFillFileState(enumerator.get(), &none), 1);
+    EXPECT_EQ(none.valid, 0);
     return seen;
 }
 
@@ -46,8 +60,9 @@ Listing listing(std::string const& folder)
 
 } // namespace
 
-// Random folders of files, folders and links with names of any bytes: exactly the direct entries,
-// folders as folder URLs, links (here to folders) as they are.
+// Random folders of files (some locked), folders and links with names of any bytes: exactly the
+// direct entries, folders as folder URLs, links (here to folders) as they are, each with the state
+// its URL has.
 TEST(GSURLEnumeration, DirectEntriesOfRandomFolders)
 {
     std::mt19937 random(1234);
@@ -65,9 +80,10 @@ TEST(GSURLEnumeration, DirectEntriesOfRandomFolders)
                 std::ofstream(dir / name + "/inner") << "not listed";
             else if (kind == 1)
                 symlink(".", (dir / name).c_str());
-            else
-                std::ofstream(dir / name) << name;
+            else if (std::ofstream(dir / name) << name; random() % 2 == 0)
+                chmod((dir / name).c_str(), 0444); // locked
         }
+        std::ofstream(dir / ".hidden") << "hidden";
         EXPECT_EQ(enumerate(dir.path()), listing(dir.path()));
     }
     EXPECT_EQ(enumerate("/"), listing("/"));
@@ -97,6 +113,9 @@ TEST(GSURLEnumeration, DirectEntriesOfRandomFolders)
     EXPECT_EQ(GSURLCreateDirectoryEnumerator(nullptr), nullptr);
     EXPECT_EQ(GSDirectoryEnumeratorGetNextURL(nullptr), nullptr);
     EXPECT_EQ(GSDirectoryEnumeratorGetNextURL(kept.get()), nullptr);
+    GSFileState state;
+    EXPECT_EQ(GSDirectoryEnumeratorFillFileState(kept.get(), &state), 1);
+    EXPECT_EQ(GSDirectoryEnumeratorFillFileState(nullptr, &state), 1);
 }
 
 TEST(GSURLNames, NamesOfExistingItemsOnly)

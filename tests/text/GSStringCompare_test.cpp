@@ -175,4 +175,48 @@ TEST(GSStringCompare, Wildcards)
     // Only the given codes are wildcards: "*" itself is an ordinary character.
     EXPECT_EQ(GSString::compareValueWildcard(GSString("a*b"), GSString("a*b"), 2, 1, 0), 0);
     EXPECT_NE(GSString::compareValueWildcard(GSString("axb"), GSString("a*b"), 2, 1, 0), 0);
+    // A zero byte is a character in UTF-8 text but no character at all in code-page text.
+    GSString const zeroUTF8("a\0b", 3, GSString::kUTF8);
+    GSString const zeroMac("a\0b", 3, GSString::kMac);
+    EXPECT_EQ(GSString::compareValueWildcard(zeroUTF8, pattern("a?b"), 2, 1, 0), 0);
+    EXPECT_NE(GSString::compareValueWildcard(zeroUTF8, pattern("ab"), 2, 1, 0), 0);
+    EXPECT_EQ(GSString::compareValueWildcard(zeroMac, pattern("ab"), 2, 1, 0), 0);
+    EXPECT_NE(GSString::compareValueWildcard(zeroMac, pattern("a?b"), 2, 1, 0), 0);
+}
+
+// Random ASCII texts and patterns against a recursive matcher of our own, as UTF-8 and as code-page
+// text; the same pairs with one non-ASCII character appended to both must match alike (that
+// character can only meet its twin at the end), which sends them through the character walk
+// instead of the byte walk of plain ASCII texts.
+TEST(GSStringCompare, WildcardsAgreeWithAModelInBothWalks)
+{
+    struct Model {
+        static bool matches(char const* t, char const* p)
+        {
+            if (*p == 0)
+                return *t == 0;
+            if (*p == '*')
+                return matches(t, p + 1) || (*t != 0 && matches(t + 1, p));
+            return *t != 0 && (*p == '?' || *p == *t) && matches(t + 1, p + 1);
+        }
+    };
+    std::mt19937 random(71);
+    char const textLetters[] = "ab.";
+    char const patternLetters[] = "ab.*?";
+    for (int round = 0; round < 20000; ++round) {
+        std::string text, pat;
+        for (int i = static_cast<int>(random() % 8); i > 0; --i)
+            text += textLetters[random() % 3];
+        for (int i = static_cast<int>(random() % 6); i > 0; --i)
+            pat += patternLetters[random() % 5];
+        bool const expected = Model::matches(text.c_str(), pat.c_str());
+        ASSERT_EQ(GSString::compareValueWildcard(GSString(text.c_str()), pattern(pat), 2, 1, 0) == 0, expected)
+            << '"' << text << "\" / \"" << pat << '"';
+        GSString const windowsText(text.c_str(), static_cast<long>(text.size()), GSString::kWindows);
+        ASSERT_EQ(GSString::compareValueWildcard(windowsText, pattern(pat), 2, 1, 0) == 0, expected)
+            << '"' << text << "\" / \"" << pat << "\" as code-page text";
+        ASSERT_EQ(GSString::compareValueWildcard(GSString((text + "\u00E9").c_str()), pattern(pat + "\u00E9"), 2, 1, 0) == 0,
+                  expected)
+            << '"' << text << "\" / \"" << pat << "\" with a non-ASCII end";
+    }
 }

@@ -3,6 +3,7 @@
 #include "gs/platform/GSPlatformDirectory.h"
 
 #include "gs/platform/GSPlatformURL.h"
+#include "gs/platform/posix/GSPlatformItemPosix.h"
 
 #include <cstring>
 #include <dirent.h>
@@ -77,4 +78,14 @@ GSPlatformURL* GSPlatformDirectoryEnumerator::nextURL()
         return current;
     }
     return nullptr;
+}
+
+short GSPlatformDirectoryEnumerator::readCurrentState(GSPlatformItemState* state) const
+{
+    if (!current || !stream)
+        return 1;
+    // The entry's name is the last component of its path (a name from readdir holds no divider).
+    std::string const& entryPath = current->getPath();
+    char const* name = entryPath.c_str() + entryPath.rfind('/') + 1;
+    return gsposix::readItemStateAt(::dirfd(stream->dir), name, state, nullptr);
 }

@@ -2,6 +2,7 @@
 #include "gs/platform/GSPlatformItem.h"
 
 #include "gs/platform/posix/GSPlatformErrors.h"
+#include "gs/platform/posix/GSPlatformItemPosix.h"
 
 #include <cerrno>
 #include <cstring>
@@ -22,20 +23,21 @@ bool nameIsHidden(char const* path)
     return (slash ? slash[1] : path[0]) == '.';
 }
 
-// The descriptor of a file or folder for the attribute calls; other items (devices, pipes) are
-// never opened, so that opening cannot block or have effects. -1 when it cannot be opened.
-int openForAttributes(char const* path, bool isFileOrFolder)
+// The descriptor of a file or folder for the attribute calls (`path` relative to the folder
+// descriptor `at`, or AT_FDCWD); other items (devices, pipes) are never opened, so that opening
+// cannot block or have effects. -1 when it cannot be opened.
+int openForAttributes(int at, char const* path, bool isFileOrFolder)
 {
     if (!isFileOrFolder)
         return -1;
-    return ::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW | O_CLOEXEC);
+    return ::openat(at, path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW | O_CLOEXEC);
 }
 
 #ifdef __linux__
 // The attribute flags of the item; 0 when the file system keeps none.
-int readAttributes(char const* path, bool isFileOrFolder)
+int readAttributes(int at, char const* path, bool isFileOrFolder)
 {
-    int fd = openForAttributes(path, isFileOrFolder);
+    int fd = openForAttributes(at, path, isFileOrFolder);
     if (fd < 0)
         return 0;
     int flags = 0;
@@ -69,11 +71,11 @@ GSPlatformTime timeOf(struct statx_timestamp const& t, bool given)
 }
 
 // statx (Linux 4.11; glibc emulates it with fstatat on older kernels, without birth times).
-short readState(char const* path, GSPlatformItemState* state, std::string* error)
+short readState(int at, char const* path, GSPlatformItemState* state, std::string* error)
 {
     struct statx sx;
     unsigned const wanted = STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_ATIME | STATX_MTIME | STATX_CTIME | STATX_BTIME;
-    if (::statx(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, wanted, &sx) != 0)
+    if (::statx(at, path, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, wanted, &sx) != 0)
         return gsposix::fail(errno, error);
     setKind(state, sx.stx_mode);
     state->access = timeOf(sx.stx_atime, (sx.stx_mask & STATX_ATIME) != 0);
@@ -90,18 +92,18 @@ short readState(char const* path, GSPlatformItemState* state, std::string* error
     if ((sx.stx_attributes_mask & lockAttributes) == lockAttributes)
         attributeLock = (sx.stx_attributes & lockAttributes) != 0;
     else
-        attributeLock = (readAttributes(path, state->isFile || state->isFolder) & (FS_IMMUTABLE_FL | FS_APPEND_FL)) != 0;
+        attributeLock = (readAttributes(at, path, state->isFile || state->isFolder) & (FS_IMMUTABLE_FL | FS_APPEND_FL)) != 0;
     setLocked(state, sx.stx_mode, attributeLock);
     return 0;
 }
 #else
 GSPlatformTime timeOf(struct timespec const& t) { return GSPlatformTime{t.tv_sec, t.tv_nsec, true}; }
 
-// Other POSIX systems: lstat, the status change time standing in for the birth time.
-short readState(char const* path, GSPlatformItemState* state, std::string* error)
+// Other POSIX systems: fstatat, the status change time standing in for the birth time.
+short readState(int at, char const* path, GSPlatformItemState* state, std::string* error)
 {
     struct stat st;
-    if (::lstat(path, &st) != 0)
+    if (::fstatat(at, path, &st, AT_SYMLINK_NOFOLLOW) != 0)
         return gsposix::fail(errno, error);
     setKind(state, st.st_mode);
     state->access = timeOf(st.st_atim);
@@ -129,7 +131,7 @@ timespec timespecOf(GSPlatformTime const* t)
 // Changes the attribute flags: clears `clear`, then sets `set`. 0 or the errno value.
 int changeAttributes(char const* path, bool isFileOrFolder, int clear, int set)
 {
-    int fd = openForAttributes(path, isFileOrFolder);
+    int fd = openForAttributes(AT_FDCWD, path, isFileOrFolder);
     if (fd < 0)
         return isFileOrFolder ? errno : EOPNOTSUPP;
     int flags = 0;
@@ -155,7 +157,14 @@ short GSPlatformReadItemState(char const* path, GSPlatformItemState* state, std:
 {
     *state = GSPlatformItemState();
     state->isHidden = nameIsHidden(path);
-    return readState(path, state, error);
+    return readState(AT_FDCWD, path, state, error);
+}
+
+short gsposix::readItemStateAt(int folder, char const* name, GSPlatformItemState* state, std::string* error)
+{
+    *state = GSPlatformItemState();
+    state->isHidden = nameIsHidden(name);
+    return readState(folder, name, state, error);
 }
 
 short GSPlatformSetItemTimes(char const* path, GSPlatformTime const* access, GSPlatformTime const* modification,
