@@ -173,12 +173,6 @@ GSObject* GSObjectDictionary::valueForText(GSString const& key) const
     return values.getElementAt(indexForText(key));
 }
 
-GSObject* GSObjectDictionary::valueOfClass(GSString const& key, GSRuntimeClass const& c) const
-{
-    GSObject* value = valueForText(key);
-    return value && value->isKindOfRuntimeClass(c) ? value : nullptr;
-}
-
 short GSObjectDictionary::getKeyValue(long index, GSObjectDictionaryKey const** key, GSObject const** value) const
 {
     bool const inside = index >= 0 && index < getCount();

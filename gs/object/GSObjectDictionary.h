@@ -187,8 +187,6 @@ public:
 private:
     long indexForText(GSString const& key) const;
     GSObject* valueForText(GSString const& key) const;
-    // The value under the key when it is exactly of class c, else null.
-    GSObject* valueOfClass(GSString const& key, GSRuntimeClass const& c) const;
     // insertEntry under a new string key.
     [[nodiscard]] short insertUnderText(GSString const& key, GSObject const* value);
     // insertUnderText of a new value object (null: out of memory), deleted when it is not stored.
