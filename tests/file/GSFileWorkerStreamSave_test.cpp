@@ -145,12 +145,15 @@ TEST(GSSafeSave, AbortOrAbandonRemovesTheTemporaryFile)
 {
     ScratchFolder dir;
     std::string target = dir.write("doc.qmd", "old");
+    auto openFiles = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
+    auto const filesBefore = openFiles();
     for (short abort : {short(1), short(-1)}) {
         SaveOutcome r = save(target, content('N', 200000), 3, abort);
         EXPECT_EQ(r.open, 0);
         EXPECT_EQ(r.close, 0);
         EXPECT_EQ(readText(target), "old") << "abort " << abort;
         EXPECT_EQ(dir.listing(), "doc.qmd") << "abort " << abort;
+        EXPECT_EQ(openFiles(), filesBefore) << "abort " << abort; // an abandoned save closes its stream
     }
     // An aborted new file is removed: the folder is as it was.
     EXPECT_EQ(save(dir / "new.qmd", "partial", 1, 1).close, 0);
@@ -161,12 +164,21 @@ TEST(GSSafeSave, AbortOrAbandonRemovesTheTemporaryFile)
         EXPECT_EQ(dir.listing(), "doc.qmd new.qmd") << safety;
     }
 
-    // Aborting a file opened for reading or updating never deletes it.
+    // Aborting a file opened for reading or updating never deletes it. The stream's own open and
+    // close are idempotent (the worker's open and close refuse the second call).
     for (char const* mode : {"rb", "rb+"}) {
-        GSFile reader(specFor(target), 0);
-        EXPECT_EQ(reader.setAccessMode(mode), 0);
-        ASSERT_EQ(reader.open(), 0) << mode;
-        EXPECT_EQ(reader.close(1), 0) << mode;
+        GSFileWorkerStream* worker = new GSFileWorkerStream();
+        worker->retain();
+        worker->setFileSpec(specFor(target));
+        worker->setAccessMode(mode);
+        EXPECT_EQ(worker->_close(1), 0) << mode;
+        ASSERT_EQ(worker->open(), 0) << mode;
+        EXPECT_EQ(worker->_open(), 0) << mode;
+        EXPECT_EQ(worker->open(), 1) << mode;
+        EXPECT_EQ(worker->close(1), 0) << mode;
+        EXPECT_EQ(worker->_close(1), 0) << mode;
+        EXPECT_EQ(worker->close(1), 1) << mode;
+        worker->release();
         EXPECT_EQ(readText(target), "old") << mode;
     }
 }

@@ -86,6 +86,17 @@ TEST(ObjectArrayFile, CountsTheFileCannotHoldFailBeforeAllocating)
     }
 }
 
+TEST(ObjectArrayFile, ACountOfZeroReadsAsAnEmptyArrayAndNoFileIsAnError)
+{
+    ReadFile r("00 00 00 00");
+    ObjectArray a;
+    fill(a, {new QMPoint(1)});
+    EXPECT_EQ(a.read(&r.f), 0);
+    EXPECT_EQ(a.getCount(), 0);
+    EXPECT_EQ(a.read(nullptr), 1);
+    EXPECT_EQ(a.write(nullptr), 1);
+}
+
 TEST(ObjectArrayCopy, CopiesEveryElementKeepingNullsAndStopsAtAFailedCopy)
 {
     ObjectArray a(0, 12);
