@@ -3,6 +3,7 @@
 #include "gs/file/GSFile.h"
 #include "gs/file/GSFileKeys.h"
 #include "gs/file/GSFileWorker.h"
+#include "gs/object/GSArrayMemory.h"
 #include "gs/object/GSObjectDictionary.h"
 
 #include "tests/filespec/MessageLog.h"
@@ -262,6 +263,26 @@ TEST(GSFileDictionary, EntriesAreTypedCopiedAndRemoved)
     EXPECT_EQ(file.getDictionary(), nullptr);
     ASSERT_NE(file.getOrCreateDictionary(), nullptr);
     EXPECT_EQ(file.getOrCreateDictionary(), file.getDictionary());
+}
+
+// The file lets go of the dictionary it replaces or removes, and keeps it when no copy can be made.
+TEST(GSFileDictionary, ReplacedDictionariesAreReleasedAndAFailedCopyChangesNothing)
+{
+    GSFile file;
+    GSObjectDictionary const source(GSFileCopyKey, 2);
+    for (bool removing : {false, true}) {
+        GSObjectDictionary* held = file.getOrCreateDictionary();
+        held->retain();
+        ASSERT_EQ(file.setDictionary(removing ? GSObjectDictionary() : source), 0);
+        EXPECT_EQ(held->getRefCount(), 1) << removing;
+        held->release();
+    }
+    ASSERT_EQ(file.setDictionaryLong(GSFileCopyKey, 1), 0);
+    GSArrayAllocationHook const previous = GSSetArrayAllocationHook([](size_t) { return false; });
+    short const status = file.setDictionary(source);
+    GSSetArrayAllocationHook(previous);
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(file.getDictionaryLong(GSFileCopyKey, 0), 1);
 }
 
 TEST(GSFileSpecOptions, CopiesOwnTheirOptions)

@@ -148,3 +148,18 @@ TEST(GSObjectDictionaryGetters, TolerantArraysAndFileSpecsTakeRelatedClasses)
     EXPECT_EQ(d.getFileSpecValueTolerant(text("empty"), fallback), fallback);
     EXPECT_EQ(d.getFileSpecValueTolerant(text("long"), fallback), fallback);
 }
+
+// Arrays given as a count and elements are copied first: when that copy cannot be made nothing is
+// stored, even where the entry itself would find room.
+TEST(GSObjectDictionaryGetters, ArraysThatCannotBeCopiedAreNotStored)
+{
+    GSObjectDictionary d(text("first"), 1);
+    float const floats[] = {1.0f, 2.0f};
+    int const ints[] = {3, 4};
+    {
+        AllocationFailures const failing;
+        EXPECT_EQ(d.addFloatArrayValue(text("f"), 2, floats), 1);
+        EXPECT_EQ(d.addLongArrayValue(text("l"), 2, ints), 1);
+    }
+    EXPECT_EQ(d.getCount(), 1);
+}
