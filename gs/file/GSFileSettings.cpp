@@ -6,6 +6,18 @@
 
 #include <new>
 
+namespace {
+
+// Applies `change` to the file's dictionary, created when missing; 1 when memory runs out.
+template <class Change>
+short changeDictionary(GSFile* file, Change change)
+{
+    GSObjectDictionary* d = file->getOrCreateDictionary();
+    return d ? change(d) : 1;
+}
+
+} // namespace
+
 short GSFile::setDictionary(GSObjectDictionary const& source)
 {
     if (&source == dictionary)
@@ -62,26 +74,22 @@ GSDynaArray<unsigned char> GSFile::getDictionaryBuffer(GSString const& key) cons
 
 short GSFile::setDictionaryLong(GSString const& key, int value)
 {
-    GSObjectDictionary* d = getOrCreateDictionary();
-    return d ? d->addLongValue(key, value) : 1;
+    return changeDictionary(this, [&](GSObjectDictionary* d) { return d->addLongValue(key, value); });
 }
 
 short GSFile::setDictionaryString(GSString const& key, GSString const& value)
 {
-    GSObjectDictionary* d = getOrCreateDictionary();
-    return d ? d->addStringValue(key, value) : 1;
+    return changeDictionary(this, [&](GSObjectDictionary* d) { return d->addStringValue(key, value); });
 }
 
 short GSFile::setDictionaryPointer(GSString const& key, void* value)
 {
-    GSObjectDictionary* d = getOrCreateDictionary();
-    return d ? d->addPointerValue(key, value) : 1;
+    return changeDictionary(this, [&](GSObjectDictionary* d) { return d->addPointerValue(key, value); });
 }
 
 short GSFile::setDictionaryBuffer(GSString const& key, GSDynaArray<unsigned char> const& value)
 {
-    GSObjectDictionary* d = getOrCreateDictionary();
-    return d ? d->addBufferValue(key, value) : 1;
+    return changeDictionary(this, [&](GSObjectDictionary* d) { return d->addBufferValue(key, value); });
 }
 
 void GSFile::removeDictionary(GSString const& key)
@@ -96,8 +104,8 @@ short GSFile::setBaseFileSpec(GSFileSpec const& base)
         removeDictionary(GSFileBaseFileSpecKey);
         return 0;
     }
-    GSObjectDictionary* d = getOrCreateDictionary();
-    return d ? d->addFileSpecValue(GSFileBaseFileSpecKey, base) : 1;
+    return changeDictionary(this,
+                            [&](GSObjectDictionary* d) { return d->addFileSpecValue(GSFileBaseFileSpecKey, base); });
 }
 
 GSFileSpec GSFile::getBaseFileSpec() const
