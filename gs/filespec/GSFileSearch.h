@@ -10,11 +10,12 @@
 // the folder's next entry; a non-recursive search reports only matching entries. Calling
 // skipCurrentDirectory right after a folder was reported leaves its entries out.
 //
-// Hostile trees: an entry's state is that of the entry itself (GSURLFillFileState does not follow
-// links), so a symbolic link, also one to a folder, is an entry like a file: reported when its name
-// matches, never entered. A link loop therefore cannot make a search endless, and a search never
-// leaves the folder's own tree. A folder that cannot be read yields no entries and the walk goes
-// on with the next entry. Entries whose state cannot be read count as files.
+// Hostile trees: an entry's state is that of the entry itself (read from the listing without
+// following links, as GSURLFillFileState reads it), so a symbolic link, also one to a folder, is
+// an entry like a file: reported when its name matches, never entered. A link loop therefore
+// cannot make a search endless, and a search never leaves the folder's own tree. A folder that
+// cannot be read yields no entries and the walk goes on with the next entry. Entries whose state
+// cannot be read count as files.
 #pragma once
 
 #include "gs/filespec/GSFileSpec.h"

@@ -2,12 +2,12 @@
 #include "gs/util/GSRandom.h"
 
 #include "tests/filespec/MessageLog.h"
+#include "tests/filespec/URLTestSupport.h"
 #include "tests/support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -19,31 +19,6 @@ namespace {
 
 std::string nameOf(GSFileSpec const& spec) { return spec.getFilename().c_str(); }
 std::string full(GSFileSpec const& spec) { return spec.getPathname(1).c_str(); }
-
-// Sets an environment variable for the life of the object.
-class ScopedEnv {
-public:
-    ScopedEnv(char const* name, std::string const& value) : key(name)
-    {
-        if (char const* old = std::getenv(name))
-            previous = old, hadValue = true;
-        setenv(name, value.c_str(), 1);
-    }
-    ~ScopedEnv()
-    {
-        if (hadValue)
-            setenv(key, previous.c_str(), 1);
-        else
-            unsetenv(key);
-    }
-    ScopedEnv(ScopedEnv const&) = delete;
-    ScopedEnv& operator=(ScopedEnv const&) = delete;
-
-private:
-    char const* key;
-    std::string previous;
-    bool hadValue = false;
-};
 
 } // namespace
 
@@ -74,7 +49,7 @@ TEST(GSFileSpecTemporaryName, CreatedExclusivelyBesideTheSpec)
     EXPECT_EQ(GSFileSpec().createTemporaryFilename(GSString()), 1);
 
     // A free name in the temporary folder, not created.
-    ScopedEnv tmp("TMPDIR", dir.path());
+    Environment tmp{{"TMPDIR", dir.path().c_str()}};
     GSFileSpec temporary;
     ASSERT_EQ(temporary.initWithTempPath(), 0);
     EXPECT_EQ(std::string(temporary.getPathname(0).c_str()), dir.path() + "/");
@@ -316,7 +291,7 @@ TEST(GSFileSpecItem, SystemErrorTexts)
 TEST(GSFileSpecItem, StandardFolders)
 {
     ScratchFolder dir;
-    ScopedEnv home("HOME", dir.path());
+    Environment home{{"HOME", dir.path().c_str()}};
     GSFileSpec s;
     ASSERT_EQ(s.initWithStandardPath(9, 0), 0);
     EXPECT_EQ(full(s), dir / "a");

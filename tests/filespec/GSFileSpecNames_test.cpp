@@ -85,7 +85,7 @@ TEST(GSFileSpecNames, ExtensionListsDropTheirTypePartsAndCompareCaseless)
         {".jpg", 4, ".jpeg", 5, false},
         {".jpgX", 4, ".JPGY", 4, true}, // only the given lengths count
         {"**.a", 4, ".a", 2, false},
-        {"*", 1, "", 0, true},
+        {"*", 1, "", 0, true}, {"", 0, "*", 0, true}, // a star beyond the length is not there
         {".jpg", 4, ".jpf", 4, false},
     };
     for (auto const& e : equals)
