@@ -1,8 +1,9 @@
 // The one generator of sample and seed documents, all written with the test support library.
 //
 // Committed files: the sample documents of examples/ and the seed corpora of the thumbnail,
-// object-table, string, text and date fuzz targets (fuzz/corpus/thumbnail/, fuzz/corpus/objecttable/,
-// fuzz/corpus/string/, fuzz/corpus/text/, fuzz/corpus/date/); in a build with the
+// object-table, string, text, date and dictionary fuzz targets (fuzz/corpus/thumbnail/,
+// fuzz/corpus/objecttable/, fuzz/corpus/string/, fuzz/corpus/text/, fuzz/corpus/date/,
+// fuzz/corpus/dictionary/); in a build with the
 // thumbnailer also those of the decode fuzz target (fuzz/corpus/decode/), whose pictures TurboJPEG
 // and libspng encode. The other pictures come from tests/data/pictures/ (drawn by
 // tools/make_pictures.py).
@@ -12,6 +13,7 @@
 //   make_examples desktop [...] DIR    documents with real pictures for the desktop tests, the decode
 //                                      fuzz seeds and the benchmarks (tools/DesktopSamples.h); only
 //                                      in a build with the thumbnailer
+#include "tests/support/DictionaryBlocks.h"
 #include "tests/support/DocumentBuilder.h"
 #include "tests/support/Hex.h"
 #include "tests/support/ObjectDocuments.h"
@@ -235,6 +237,8 @@ std::map<std::string, Bytes> corpus()
     };
     for (auto const& [name, text] : dateTexts)
         files[std::string("fuzz/corpus/date/") + name] = Bytes(text.begin(), text.end());
+    for (auto const& [name, bytes] : dictionarySeeds())
+        files["fuzz/corpus/dictionary/" + name] = bytes;
     return files;
 }
 

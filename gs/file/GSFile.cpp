@@ -1,6 +1,8 @@
 #include "gs/file/GSFile.h"
 
+#include "gs/file/GSFileKeys.h"
 #include "gs/object/GSFileObjectTable.h"
+#include "gs/object/GSObjectDictionary.h"
 
 #include <cfloat>
 #include <cmath>
@@ -83,6 +85,9 @@ GSFile::~GSFile()
     // A table still attached (an exception passed a merging read or write) goes with the file.
     delete objectTable;
     objectTable = nullptr;
+    if (dictionary)
+        dictionary->release();
+    dictionary = nullptr;
     if (worker) {
         flags &= ~static_cast<unsigned>(kDeleteOnClose);
         if (worker->isOpened())
@@ -93,9 +98,15 @@ GSFile::~GSFile()
 
 short GSFile::init(GSFileSpec const& spec, short followLink)
 {
-    // The spec carries neither settings (with in-memory content), nor link information, nor a
-    // memory form yet: every spec names a file for the stdio worker.
-    (void)followLink;
+    (void)followLink; // the spec's URL already says which entry is meant
+    GSDynaArray<unsigned char> const data = spec.getDictionaryBuffer(GSFileDataKey, GSDynaArray<unsigned char>());
+    bool const inMemory = worker && worker->isMemberOfRuntimeClass(GSFileWorkerMemory::gsClassGSFileWorkerMemory);
+    if (data.getCount() > 0) {
+        if (short status = init(new (std::nothrow) GSFileWorkerMemory(data), 1))
+            return status;
+    } else if (inMemory) {
+        freeFileWorker(); // setFileSpec creates the disk worker
+    }
     return setFileSpec(spec);
 }
 
@@ -150,7 +161,8 @@ short GSFile::setFileSpec(GSFileSpec const& spec)
     if (short status = ensureWorker(this))
         return status;
     worker->setFileSpec(spec);
-    setSafetyMode(getSafetyMode());
+    setSafetyMode(static_cast<int>(spec.getDictionaryLong(GSFileSafetyModeKey, getSafetyMode())));
+    formatVersion = static_cast<int>(spec.getDictionaryLong(GSFileFormatVersionKey, formatVersion));
     return 0;
 }
 
@@ -223,6 +235,28 @@ GSFileSpec GSFile::getFileSpec() const
 GSFileSpec GSFile::getWorkingFileSpec() const
 {
     return worker ? worker->getWorkingFileSpec() : GSFileSpec();
+}
+
+GSString GSFile::getDisplayName() const
+{
+    GSFileSpec const spec = getFileSpec();
+    GSString const name = spec.getDictionaryString(GSFileDataNameKey, GSString());
+    return name.isEmpty() ? spec.getFilename(1) : name;
+}
+
+GSString GSFile::getExtender() const
+{
+    return getFileSpec().getExtender();
+}
+
+GSString GSFile::getAccessMode() const
+{
+    return worker ? GSString(worker->getAccessMode()) : GSString();
+}
+
+short GSFile::getState() const
+{
+    return worker && worker->isOpened() ? 1 : 0;
 }
 
 // --- Positioning ---------------------------------------------------------------------------------

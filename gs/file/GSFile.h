@@ -26,6 +26,7 @@
 
 class GSObject;
 class GSFileObjectTable;
+class GSObjectDictionary;
 
 class GSFile {
 public:
@@ -49,10 +50,16 @@ public:
     virtual ~GSFile();
 
     // --- Construction and opening -------------------------------------------------------------
+    // A spec whose options hold a non-empty buffer under GSFileDataKey gives a memory worker
+    // (owned) over those bytes; any other spec gives the disk worker (a memory worker is replaced).
+    // Then setFileSpec(spec). `followLink` is not used: the spec's URL decides.
     [[nodiscard]] short init(GSFileSpec const& spec, short followLink);
     // Attaches an existing worker (retained); `owns` decides whether freeing it deletes it.
     [[nodiscard]] short init(GSFileWorker* worker, short owns);
     [[nodiscard]] short setFilename(GSString const& path);
+    // Gives the worker the spec (creating the disk worker when there is none) and takes two
+    // settings from the spec's options: GSFileSafetyModeKey (default: the current safety mode) and
+    // GSFileFormatVersionKey (default: the current format version).
     [[nodiscard]] short setFileSpec(GSFileSpec const& spec);
     [[nodiscard]] short setAccessMode(char const* mode);
     [[nodiscard]] short open();
@@ -65,14 +72,52 @@ public:
     void freeFileWorker();
 
     GSFileWorker* getFileWorker() const { return worker; }
+    // The worker's spec; an empty spec without a worker.
     GSFileSpec getFileSpec() const;
+    // The worker's working spec (the temporary file while a safe save is open); an empty spec
+    // without a worker.
     GSFileSpec getWorkingFileSpec() const;
+    // GSFileDataNameKey from the spec's options when non-empty, else the spec's file name.
+    GSString getDisplayName() const;
+    // The spec's extension, with its dot.
+    GSString getExtender() const;
+    // The worker's access mode ("rb", "wb", ...); empty without a worker.
+    GSString getAccessMode() const;
+    // 1 while the worker is open, else 0 (also without a worker).
+    short getState() const;
     unsigned getFlags() const { return flags; }
     void setFlags(unsigned f) { flags = f; }
     void addFlags(unsigned f) { flags |= f; }
     int getSafetyMode() const { return static_cast<int>((flags & kSafetyModeMask) >> kSafetyModeShift); }
     void setSafetyMode(int mode);
     int getFileFormatVersion(int defaultVersion) const { return formatVersion ? formatVersion : defaultVersion; }
+    void setFileFormatVersion(int version) { formatVersion = version; }
+
+    // --- Settings --------------------------------------------------------------------------------
+    // The file's own settings dictionary (keys in GSFileKeys.h), owned by the file, null until used.
+    // A non-empty dictionary is copied (its entries, sharing the value objects) into a new one that
+    // replaces the file's; an empty one removes it. 1 when memory runs out (nothing changes).
+    [[nodiscard]] short setDictionary(GSObjectDictionary const& dictionary);
+    // The file's dictionary, created empty when missing; null only when memory runs out.
+    GSObjectDictionary* getOrCreateDictionary();
+    GSObjectDictionary const* getDictionary() const { return dictionary; }
+    // The value under the key when it is exactly of the getter's type, else the default (empty).
+    int getDictionaryLong(GSString const& key, int defaultValue) const;
+    GSString getDictionaryString(GSString const& key, GSString const& defaultValue = GSString()) const;
+    void* getDictionaryPointer(GSString const& key, void* defaultValue = nullptr) const;
+    GSDynaArray<unsigned char> getDictionaryBuffer(GSString const& key) const;
+    // Add or replace one entry (creating the dictionary); 1 when memory runs out.
+    [[nodiscard]] short setDictionaryLong(GSString const& key, int value);
+    [[nodiscard]] short setDictionaryString(GSString const& key, GSString const& value);
+    [[nodiscard]] short setDictionaryPointer(GSString const& key, void* value);
+    [[nodiscard]] short setDictionaryBuffer(GSString const& key, GSDynaArray<unsigned char> const& value);
+    // Removes the entry under the key, if any.
+    void removeDictionary(GSString const& key);
+    // Stores `base` under GSFileBaseFileSpecKey in the file's dictionary; an invalid spec or a
+    // memory spec (mode 2) removes the key instead. 1 when memory runs out.
+    [[nodiscard]] short setBaseFileSpec(GSFileSpec const& base);
+    // The stored base spec when it is valid, else getFileSpec().
+    GSFileSpec getBaseFileSpec() const;
 
     // --- Positioning ---------------------------------------------------------------------------
     // Position relative to the file offset; -1 without a worker.
@@ -179,9 +224,20 @@ public:
     [[nodiscard]] short putLong(int value, int width = 0);
     [[nodiscard]] short putFloat(float value, int decimals);
     [[nodiscard]] short flush();
+    // Copies n bytes from the current position to the destination's worker in chunks of at most
+    // 8192 bytes: 0 for n below 1 or when all were copied, 1 at the first short read or write.
     [[nodiscard]] short copySize(long n, GSFile* destination);
+    // copySize of everything from the current position to the end.
     [[nodiscard]] short copyContent(GSFile* destination);
+    // Nothing when the destination is null or this file. Otherwise closes the destination, gives
+    // it the safety mode, flags 64 and 128, the format version, the file offset and the reserved
+    // word, attaches this file's worker to it with this file's ownership, and frees the worker here.
     void transferWorker(GSFile* destination);
+    // A new heap file with flags 7 (delete on close, owns its worker, safety mode 1), open for
+    // reading and writing. Named: a free temporary path (GSFileSpec::initWithTempPath), mode "wb+";
+    // unnamed: an anonymous stream from tmpfile(). close() removes the file and destroys the
+    // object. Null on failure.
+    static GSFile* tmpFile(short named);
 
     // --- Objects -------------------------------------------------------------------------------
     [[nodiscard]] short readObject(GSObject** object);
@@ -234,6 +290,19 @@ public:
     // The process's current folder as an absolute path, with a trailing divider; empty when the
     // system cannot tell it.
     static GSString getCurrentDirectory();
+    // Makes `path` the process's current folder; 1 when the system refuses.
+    [[nodiscard]] static short setCurrentDirectory(GSString const& path);
+    // The folder part: everything up to and including the last "/" (empty when there is none).
+    static GSString getPathname(GSString const& path);
+    // The path without the extension of its last component.
+    static GSString getPathnameWithoutExtender(GSString const& path);
+    // The last component with its extension replaced by `extender`.
+    static GSString getFileWithExtender(GSString const& path, GSString const& extender);
+    // The folder `folder` (a divider is added when missing) followed by `name`; just `name` for an
+    // empty folder.
+    static GSString addFilenameToPathname(GSString const& folder, GSString const& name);
+    // The folder part of `path` followed by `name`: the sibling of `path` called `name`.
+    static GSString getPathnameWithFilename(GSString const& path, GSString const& name);
 
 private:
     // The compact signed encoding; `stored` tells whether a value was assembled (the first byte came).
@@ -241,6 +310,7 @@ private:
 
     unsigned flags = 6;
     int formatVersion = 0;
+    GSObjectDictionary* dictionary = nullptr;
     int compressionDepth = 0;
     GSFileObjectTable* objectTable = nullptr;
     GSFileWorker* worker = nullptr;

@@ -54,3 +54,37 @@ GSString GSFile::getCurrentDirectory()
         return GSString();
     return addPathDividerIfNeeded(GSString(absolute.c_str(), static_cast<long>(absolute.size()), GSString::kUTF8));
 }
+
+short GSFile::setCurrentDirectory(GSString const& path)
+{
+    return GSPlatformSetCurrentFolder(path.c_str());
+}
+
+GSString GSFile::getPathname(GSString const& path)
+{
+    return path.getSubstring(0, path.findCharRev('/') + 1);
+}
+
+GSString GSFile::getPathnameWithoutExtender(GSString const& path)
+{
+    return changeFileExtender(path, GSString());
+}
+
+GSString GSFile::getFileWithExtender(GSString const& path, GSString const& extender)
+{
+    return changeFileExtender(getFilename(path), extender);
+}
+
+GSString GSFile::addFilenameToPathname(GSString const& folder, GSString const& name)
+{
+    GSString result = addPathDividerIfNeeded(folder);
+    result += name;
+    return result;
+}
+
+GSString GSFile::getPathnameWithFilename(GSString const& path, GSString const& name)
+{
+    GSString result = getPathname(path);
+    result += name;
+    return result;
+}

@@ -6,7 +6,9 @@
 #include <climits>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -237,6 +239,37 @@ void GSFile::transferWorker(GSFile* destination)
     if (worker)
         (void)destination->init(worker, (flags & kOwnsWorker) ? 1 : 0); // cannot fail: non-null
     freeFileWorker();
+}
+
+GSFile* GSFile::tmpFile(short named)
+{
+    auto* file = new (std::nothrow) GSFile();
+    if (!file)
+        return nullptr;
+    file->flags = kDeleteOnClose | kOwnsWorker | (1u << kSafetyModeShift);
+    short status = 1;
+    if (named) {
+        GSFileSpec spec;
+        status = spec.initWithTempPath();
+        if (status == 0)
+            status = file->setFileSpec(spec);
+        if (status == 0)
+            status = file->setAccessMode("wb+");
+        if (status == 0)
+            status = file->open();
+    } else if (FILE* stream = std::tmpfile()) {
+        auto* worker = new (std::nothrow) GSFileWorkerStream(stream);
+        if (worker)
+            worker->setAccessMode("wb+");
+        else
+            std::fclose(stream);
+        status = file->init(worker, 1);
+    }
+    if (status != 0) {
+        delete file;
+        return nullptr;
+    }
+    return file;
 }
 
 // --- Forwarding for templates --------------------------------------------------------------------

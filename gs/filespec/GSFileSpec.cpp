@@ -3,7 +3,12 @@
 #include "gs/filespec/GSFileSpec.h"
 
 #include "gs/file/GSFile.h"
+#include "gs/file/GSFileKeys.h"
 #include "gs/filespec/GSURL.h"
+#include "gs/object/GSBufferObject.h"
+#include "gs/object/GSObjectDictionary.h"
+
+#include <new>
 
 GSFileSpec const gs_invalid_filespec;
 
@@ -22,7 +27,8 @@ GSFileSpec::GSFileSpec(void* nsurl)
 GSFileSpec::GSFileSpec(GSFileSpec const& other)
     : url(other.url), filename(other.filename), directoryPath(other.directoryPath), pathname(other.pathname)
 {
-    // Options are copied with the dictionary type; until then a spec never has any.
+    if (other.options)
+        (void)setDictionary(other.options); // without memory the copy has no options
 }
 
 GSFileSpec::GSFileSpec(GSFileSpec&& other) noexcept
@@ -46,13 +52,16 @@ GSFileSpec& GSFileSpec::operator=(GSFileSpec&& other) noexcept
         filename = std::move(other.filename);
         directoryPath = std::move(other.directoryPath);
         pathname = std::move(other.pathname);
-        options = other.options;
-        other.options = nullptr;
+        std::swap(options, other.options); // the source takes the old options to its end
     }
     return *this;
 }
 
-GSFileSpec::~GSFileSpec() = default;
+GSFileSpec::~GSFileSpec()
+{
+    if (options)
+        options->release();
+}
 
 void GSFileSpec::initVars()
 {
@@ -72,7 +81,8 @@ short GSFileSpec::copyData(GSFileSpec* target, short withOptions) const
     target->filename = filename;
     target->directoryPath = directoryPath;
     target->pathname = pathname;
-    (void)withOptions; // a spec has no options before the dictionary type exists
+    if (withOptions && options)
+        return target->setDictionary(options);
     return 0;
 }
 
@@ -423,64 +433,114 @@ short GSFileSpec::write(GSFile* file) const
 }
 
 // --- Save options ----------------------------------------------------------------------------------
-// A spec has no options dictionary until the dictionary type exists: getters give their defaults,
-// setters fail, and nothing is a memory spec.
+
+GSObjectDictionary* GSFileSpec::getOrCreateDictionary()
+{
+    if (!options) {
+        options = new (std::nothrow) GSObjectDictionary();
+        if (options)
+            options->retain();
+    }
+    return options;
+}
 
 short GSFileSpec::setDictionary(GSObjectDictionary const* dictionary)
 {
-    return dictionary ? 1 : 0;
-}
-
-short GSFileSpec::removeDictionary(GSString const&)
-{
+    if (dictionary == options)
+        return 0;
+    if (!dictionary || dictionary->getCount() == 0) {
+        if (options)
+            options->release();
+        options = nullptr;
+        return 0;
+    }
+    auto* copy = new (std::nothrow) GSObjectDictionary();
+    if (!copy)
+        return 1;
+    copy->retain();
+    if (copy->add(*dictionary) != 0) {
+        copy->release();
+        return 1;
+    }
+    if (options)
+        options->release();
+    options = copy;
     return 0;
 }
 
-GSString GSFileSpec::getDictionaryString(GSString const&, GSString const& defaultValue) const
+short GSFileSpec::removeDictionary(GSString const& key)
 {
-    return defaultValue;
+    if (options)
+        (void)options->removeStringKey(key);
+    return 0;
 }
 
-long GSFileSpec::getDictionaryLong(GSString const&, long defaultValue) const
+GSString GSFileSpec::getDictionaryString(GSString const& key, GSString const& defaultValue) const
 {
-    return defaultValue;
+    return options ? options->getStringValue(key, defaultValue) : defaultValue;
 }
 
-GSDynaArray<unsigned char> GSFileSpec::getDictionaryBuffer(GSString const&,
+long GSFileSpec::getDictionaryLong(GSString const& key, long defaultValue) const
+{
+    return options ? options->getLongValue(key, static_cast<int>(defaultValue)) : defaultValue;
+}
+
+GSDynaArray<unsigned char> GSFileSpec::getDictionaryBuffer(GSString const& key,
                                                            GSDynaArray<unsigned char> const& defaultValue) const
 {
-    return defaultValue;
+    GSObject const* value = options ? options->getObjectValue(key, nullptr) : nullptr;
+    if (!value || !value->isMemberOfRuntimeClass(GSBufferObject::gsClassGSBufferObject))
+        return defaultValue;
+    return static_cast<GSBufferObject const*>(value)->value;
 }
 
-short GSFileSpec::setDictionaryString(GSString const&, GSString const&)
+short GSFileSpec::setDictionaryString(GSString const& key, GSString const& value)
 {
-    return 1;
+    GSObjectDictionary* d = getOrCreateDictionary();
+    return d ? d->addStringValue(key, value) : 1;
 }
 
-short GSFileSpec::setDictionaryLong(GSString const&, long)
+short GSFileSpec::setDictionaryLong(GSString const& key, long value)
 {
-    return 1;
+    GSObjectDictionary* d = getOrCreateDictionary();
+    return d ? d->addLongValue(key, static_cast<int>(value)) : 1;
 }
 
-short GSFileSpec::setDictionaryBuffer(GSString const&, GSDynaArray<unsigned char> const&)
+short GSFileSpec::setDictionaryBuffer(GSString const& key, GSDynaArray<unsigned char> const& value)
 {
-    return 1;
+    GSObjectDictionary* d = getOrCreateDictionary();
+    return d ? d->addBufferValue(key, value) : 1;
 }
 
-bool GSFileSpec::isMemoryFileSpec(short) const
+bool GSFileSpec::isMemoryFileSpec(short mode) const
 {
-    return options != nullptr && false;
+    if (!options)
+        return false;
+    bool const inMemory = getDictionaryBuffer(GSFileDataKey, GSDynaArray<unsigned char>()).getCount() > 0;
+    if (mode == 1)
+        return inMemory;
+    // A save to memory: a spec with a data identity asks for one unless the key says no, any
+    // other spec only when the key says yes.
+    bool const hasID = !getDictionaryString(GSFileDataIDKey, GSString()).isEmpty();
+    bool const toMemory = getDictionaryLong(GSFileSaveToMemoryKey, hasID ? 1 : 0) != 0;
+    return mode == 0 ? toMemory : inMemory || toMemory;
 }
 
 short GSFileSpec::setBaseFileSpec(GSFileSpec const& base)
 {
     // Stored only for a base with a URL that is no memory spec; otherwise the key is removed.
     if (base.url.isNull() || base.isMemoryFileSpec(2))
-        return 0;
-    return 1;
+        return removeDictionary(GSFileBaseFileSpecKey);
+    GSObjectDictionary* d = getOrCreateDictionary();
+    return d ? d->addFileSpecValue(GSFileBaseFileSpecKey, base) : 1;
 }
 
 GSFileSpec GSFileSpec::getBaseFileSpec() const
 {
+    if (options) {
+        GSFileSpec base = options->getFileSpecValue(GSFileBaseFileSpecKey, gs_invalid_filespec);
+        if (!base.url.isNull())
+            return base;
+    }
     return *this;
 }

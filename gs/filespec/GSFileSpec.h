@@ -221,23 +221,32 @@ public:
     [[nodiscard]] short write(GSFile* file) const;
 
     // --- Save options --------------------------------------------------------------------------
-    // The options dictionary arrives with the object dictionary; until then a spec has none: the
-    // getters give their defaults, the setters fail (1), and no spec is a memory spec.
-    GSObjectDictionary* getOrCreateDictionary() { return options; }
+    // A spec may carry a dictionary of save options (keys in GSFileKeys.h), created on first use
+    // and owned by the spec; copies and assignments copy its entries (sharing the value objects).
+    // The dictionary, created empty when missing; null only when memory runs out.
+    GSObjectDictionary* getOrCreateDictionary();
+    // The options become a copy of `dictionary`'s entries; a null or empty one removes them. 1
+    // when memory runs out (the options are then unchanged).
     [[nodiscard]] short setDictionary(GSObjectDictionary const* dictionary);
+    // Removes the entry under the key, if any. Always 0.
     [[nodiscard]] short removeDictionary(GSString const& key);
+    // The value under the key when it is exactly of the getter's type (a GSStringObject, a
+    // GSLongObject, a GSBufferObject), else the default.
     GSString getDictionaryString(GSString const& key, GSString const& defaultValue) const;
     long getDictionaryLong(GSString const& key, long defaultValue) const;
     GSDynaArray<unsigned char> getDictionaryBuffer(GSString const& key, GSDynaArray<unsigned char> const& defaultValue) const;
+    // Adds or replaces one entry, creating the options when needed; 1 when memory runs out. A long
+    // is stored as a 32-bit GSLongObject.
     [[nodiscard]] short setDictionaryString(GSString const& key, GSString const& value);
     [[nodiscard]] short setDictionaryLong(GSString const& key, long value);
     [[nodiscard]] short setDictionaryBuffer(GSString const& key, GSDynaArray<unsigned char> const& value);
-    // Mode 1: the content is a buffer in the options; mode 0: the options ask for a save to
-    // memory; mode 2: either. False without options.
+    // False without options. Mode 1: the options hold a non-empty buffer under GSFileDataKey (the
+    // content is in memory). Mode 0: the spec asks for a save to memory: GSFileSaveToMemoryKey is
+    // non-zero, its default 1 with a non-empty GSFileDataIDKey string, else 0. Mode 2: either.
     bool isMemoryFileSpec(short mode) const;
     bool shouldSaveToBuffer() const { return isMemoryFileSpec(0); }
-    // Stores the spec that a memory spec stands for; removes it for a spec without a URL or a
-    // memory spec.
+    // Stores `base` under GSFileBaseFileSpecKey when it has a URL and is no memory spec (mode 2);
+    // otherwise removes the key. 1 when memory runs out.
     [[nodiscard]] short setBaseFileSpec(GSFileSpec const& base);
     // The stored base spec when it has a URL, else this spec.
     GSFileSpec getBaseFileSpec() const;

@@ -125,8 +125,12 @@ short GSFileObjectTable::endWriteObjectTable()
 
 long GSFileObjectTable::findObject(GSObject const* object) const
 {
-    for (long i = getCount() - 1; i >= 0; --i)
-        if (entryAt(i)->object == object)
+    // Every object written asks this, so the scan walks the stored entries directly: checking each
+    // index against the storage costs a division, which made writing n objects cost 25 times more
+    // than the n^2 / 2 comparisons themselves.
+    Entry const* entries = entryAt(0);
+    for (long i = getStoredCount() - 1; i >= 0; --i)
+        if (entries[i].object == object)
             return i;
     return -1;
 }

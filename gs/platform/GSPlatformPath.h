@@ -14,3 +14,6 @@ short GSPlatformResolveLinks(char const* path, std::string* resolved);
 
 // True when `path` names a folder itself (a symbolic link to a folder is not one).
 bool GSPlatformIsFolder(char const* path);
+
+// Makes `path` the process's current folder (chdir). 1 when the system refuses.
+short GSPlatformSetCurrentFolder(char const* path);

@@ -63,3 +63,8 @@ bool GSPlatformIsFolder(char const* path)
     struct stat st;
     return ::lstat(path, &st) == 0 && S_ISDIR(st.st_mode);
 }
+
+short GSPlatformSetCurrentFolder(char const* path)
+{
+    return chdir(path) == 0 ? 0 : 1;
+}

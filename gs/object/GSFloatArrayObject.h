@@ -1,0 +1,16 @@
+// GSFloatArrayObject: an array of floats as a dictionary value; record 1 holds an array block of floats.
+// Layout and reading rules: GSValueObject.h.
+#pragma once
+
+#include "gs/object/GSDynaArray.h"
+#include "gs/object/GSRuntimeClass.h"
+#include "gs/object/GSValueObject.h"
+
+class GSFloatArrayObject : public GSValueObject<GSDynaArray<float>> {
+public:
+    using GSValueObject::GSValueObject;
+    GSRuntimeClass const& getRuntimeClass() const override;
+    // A new object holding an empty array, with the count 0; null when memory runs out.
+    static GSObject* _createFunction();
+    static GSRuntimeClass gsClassGSFloatArrayObject;
+};
