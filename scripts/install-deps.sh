@@ -13,6 +13,9 @@ packages=(
   tumbler dbus-daemon python3-gi gir1.2-gnomedesktop-3.0 bubblewrap shared-mime-info libglib2.0-bin
   # The trash test: gio reads and restores the trash through gvfs.
   gvfs
+  # The KDE thumbnail plug-in and its end-to-end test: KIO's development files, Qt, and kio-extras'
+  # thumbnail worker, which KIO::PreviewJob runs.
+  libkf5kio-dev qtbase5-dev kio-extras
   "$@"
 )
 
