@@ -33,10 +33,6 @@ KIO::ThumbnailResult QuillmoorThumbnailCreator::create(KIO::ThumbnailRequest con
 
 QImage QuillmoorThumbnailCreator::documentThumbnail(QString const& path, int box, QString* message)
 {
-    if (box < 1) {
-        *message = QStringLiteral("no room for a thumbnail");
-        return QImage();
-    }
     qm::DocumentFile document;
     if (!document.open(QFile::encodeName(path).toStdString())) {
         *message = QString::fromStdString(document.failureText());
