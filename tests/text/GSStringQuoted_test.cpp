@@ -59,45 +59,32 @@ TEST(GSStringQuoted, WriteStringEscapesAndChunks)
                                                    "\"\n\"" + longText.substr(16384) + "\"");
 }
 
-TEST(GSStringQuoted, ReadStringStates)
+// The text ends at the end of the file; a line end inside quotes or anything but a comment before
+// the text fails. Code-page text is Windows text, kept in the Mac code page when every character
+// fits there and in UTF-8 when not; UTF-8 is kept as read.
+TEST(GSStringQuoted, ReadString)
 {
-    struct Case { std::string file; short status; std::string text, left; } const cases[] = {
+    struct Case { std::string file; short status; std::string text, left; int tagBefore = 100, tag = 100; } const cases[] = {
         {R"("a\tb\v")", 0, "a\x0B" "b\x0B", ""}, // the tab's letter reads back as byte 11
         {R"("\a\b\f\n\r\"\'\\\q")", 0, "\x07\x08\x0C\x0A\x0D\"'\\q", ""},
         {"\"ab\"\n// note\n\t\"cd\" = x", 0, "abcd", "= x"}, {"/ a comment first\r\n  \"x\"", 0, "x", ""},
         {"x\"a\"", 1, "", "\"a\""}, {"\"a\nb\"", 1, "", "b\""}, {"\"a\tb\"", 1, "", "b\""},
-        {"\"abc", 0, "abc", ""} /* the end of the file ends the text */, {"\"abc\\", 0, "abc", ""}, {"", 0, "", ""},
+        {"\"abc", 0, "abc", ""}, {"\"abc\\", 0, "abc", ""}, {"", 0, "", ""},
         {std::string("\"a\\\0b\"", 6), 0, std::string("a\0b", 3), ""}, // an escaped zero byte is a zero byte
+        {"\"\xE9\"", 0, "\x8E", "", 1, 1}, {"\"\x8A\"", 0, "\xC5\xA0", "", 0, 100}, {"\"\xE9\"", 0, "\xE9", "", 100, 100},
     };
     for (Case const& c : cases) {
         ReadFile r(raw(c.file));
-        GSString s("previous");
+        GSString s = make("previous", c.tagBefore);
         EXPECT_EQ(s.readString(&r.f), c.status) << c.file;
         EXPECT_EQ(bytes(s), c.text) << c.file;
+        EXPECT_EQ(s.getEncoding(), c.tag) << c.file;
         EXPECT_EQ(rest(r.f), c.left) << c.file;
     }
     ReadFile r(raw("(a) (b)x"));
     GSString s;
     EXPECT_EQ(s.readStringWithDelimiter(&r.f, '(', ')'), 0);
-    EXPECT_EQ(bytes(s), "ab");
-    EXPECT_EQ(rest(r.f), "x");
-}
-
-TEST(GSStringQuoted, CodePageTextIsWindowsTextKeptAsMacOrElseUTF8)
-{
-    struct Case { int tagBefore; std::string file; int tag; std::string text; } const cases[] = {
-        {1, "\"\xE9\"", 1, "\x8E"},         // e-acute fits the Mac code page
-        {0, "\"\x8A\"", 100, "\xC5\xA0"},   // S-caron does not: UTF-8
-        {100, "\"\xE9\"", 100, "\xE9"},     // UTF-8 is kept as read
-    };
-    for (Case const& c : cases) {
-        ReadFile r(raw(c.file));
-        GSString s;
-        s.setEncoding(c.tagBefore);
-        EXPECT_EQ(s.readString(&r.f), 0);
-        EXPECT_EQ(s.getEncoding(), c.tag) << c.file;
-        EXPECT_EQ(bytes(s), c.text) << c.file;
-    }
+    EXPECT_EQ(bytes(s) + rest(r.f), "abx");
 }
 
 TEST(GSStringQuoted, KeyValueLinesRoundTripEveryByte)

@@ -51,30 +51,21 @@ int easterMJB(int y)
     return n / 31 * 100 + n % 31 + 1;
 }
 
-void useTimeZone(char const* zone)
-{
-    zone ? setenv("TZ", zone, 1) : unsetenv("TZ");
-    tzset();
-}
-
-short readBlock(std::string const& hex, GSDate* d)
-{
-    ReadFile r(hex);
-    return d->read(&r.f);
-}
-
 } // namespace
 
 TEST(GSDateCalendar, AgreesWithChrono)
 {
     // Every day of the 400-year cycle around year 0 (leap year 0, negative years), then random days
-    // of -9999..9999; each also moved by up to 3 million days either way.
+    // of -9999..9999; each also moved by up to 3 million days, 10^10 seconds (a quarter of them by
+    // up to 2 days) and 5000 months either way, months carried into years.
     sys_days const first = sys_days{year{-201} / 1 / 1};
     std::mt19937 gen(20240331);
-    std::uniform_int_distribution<int> pick(-4371587, 2932896), step(-3000000, 3000000); // days of -9999..9999
+    std::uniform_int_distribution<int> pick(-4371587, 2932896), step(-3000000, 3000000), monthStep(-5000, 5000);
+    std::uniform_int_distribution<long> secondStep(-10000000000L, 10000000000L);
     for (int i = 0; i < 200000; ++i) {
         sys_days const d = i < 147192 ? first + days{i} : sys_days{days{pick(gen)}};
-        GSDate const date = fromChrono(d + hours{7});
+        sys_seconds const t = d + seconds{i * 37 % 86400};
+        GSDate const date = fromChrono(t);
         year_month_day const v{d};
         ASSERT_EQ(date.getDayOfWeek(), int(weekday{d}.c_encoding())) << show(date);
         ASSERT_EQ(date.getDayOfWeekMonday(), int(weekday{d}.iso_encoding()) - 1);
@@ -82,35 +73,37 @@ TEST(GSDateCalendar, AgreesWithChrono)
         ASSERT_EQ(date.days(), d.time_since_epoch().count() + 719527) << show(date);
         ASSERT_EQ(date.lengthOfMonth(), int(unsigned((v.year() / v.month() / last).day())));
         ASSERT_EQ(GSDate::getDaysForYear(date.year), v.year().is_leap() ? 366 : 365);
-        int const n = step(gen);
-        GSDate moved = date;
-        moved.addDays(n);
-        ASSERT_TRUE(moved == fromChrono(d + days{n} + hours{7})) << show(date) << " + " << n;
+        int const n = step(gen), m = monthStep(gen);
+        long const s = i % 4 == 0 ? secondStep(gen) % 172800 : secondStep(gen);
+        GSDate byDays = date, bySeconds = date, byMonths = date;
+        byDays.addDays(n), bySeconds.addSeconds(s), byMonths.addMonths(m);
+        ASSERT_TRUE(byDays == fromChrono(t + days{n})) << show(date) << " + " << n;
+        ASSERT_TRUE(bySeconds == fromChrono(t + seconds{s}) && bySeconds - date == s) << show(date) << " + " << s << "s";
+        year_month const expected = v.year() / v.month() + months{m};
+        ASSERT_EQ(byMonths.year * 100 + byMonths.month, int(expected.year()) * 100 + int(unsigned(expected.month())));
     }
 }
 
 TEST(GSDateCalendar, ValidationAndComparison)
 {
-    // The first failing field decides (day 0 before month 13); the millisecond is not checked.
-    struct Case { GSDate date; short error; } const cases[] = {
-        {GSDate(0, 13, 2024), 1}, {GSDate(5, 13, 2024), 2}, {GSDate(29, 2, 1900), 1},
-        {GSDate(31, 12, 2024, 23, 59, 59, 65535), 0}, {GSDate(1, 1, 1, 24, 60, 60), 3},
-        {GSDate(1, 1, 1, 0, 60, 60), 4}, {GSDate(1, 1, 1, 0, 0, 60), 5}};
-    for (Case const& c : cases)
-        EXPECT_EQ(c.date.checkForError(), c.error) << show(c.date);
-    EXPECT_EQ(GSDate(1, 13, 2024).lengthOfMonth() + GSDate(1, 0, 2024).lengthOfMonth(), 0);
+    // The first failing field decides: day 0, month, day past the month's end, then the time fields,
+    // each at its limit or one past it; the millisecond is not checked.
     for (int y : {1900, 2000, 2023, 2024, 0, -1, -4, -100, -400})
         for (int m = 0; m <= 13; ++m)
-            for (int d = 0; d <= 32; ++d)
-                ASSERT_EQ(GSDate(d, m, y).checkForError() == 0, year_month_day(year{y} / m / d).ok()) << d << m << y;
+            for (int d = 0; d <= 32; ++d) {
+                int const t = (3 * d + m) % 8, error = d < 1 ? 1 : m < 1 || m > 12 ? 2 : !year_month_day(year{y} / m / d).ok() ? 1
+                                                     : t & 1 ? 3 : t & 2 ? 4 : t & 4 ? 5 : 0;
+                GSDate const date(d, m, y, 23 + (t & 1), 59 + (t >> 1 & 1), 59 + (t >> 2), 65535);
+                ASSERT_EQ(date.checkForError(), error) << show(date);
+            }
+    EXPECT_EQ(GSDate(1, 13, 2024).lengthOfMonth() + GSDate(1, 0, 2024).lengthOfMonth(), 0);
     // Each field decides when those before it are equal; the millisecond counts too.
     GSDate const base(15, 6, 2024, 12, 30, 30, 500);
     for (GSDate const& l : {GSDate(1, 1, 2025), GSDate(1, 7, 2024), GSDate(16, 6, 2024), GSDate(15, 6, 2024, 13),
                             GSDate(15, 6, 2024, 12, 31), GSDate(15, 6, 2024, 12, 30, 31),
-                            GSDate(15, 6, 2024, 12, 30, 30, 501)}) {
+                            GSDate(15, 6, 2024, 12, 30, 30, 501)})
         EXPECT_TRUE(base.compare(l) == -1 && l.compare(base) == 1 && base < l && base <= l && !(l < base) &&
                     !(l <= base) && !(base == l)) << show(l);
-    }
     EXPECT_TRUE(base == GSDate(base) && base <= base && !(base < base) && base.compare(base) == 0);
 }
 
@@ -133,35 +126,16 @@ TEST(GSDateArithmetic, MonthsYearsDaysSeconds)
         c.what == 'M' ? d.addMonths(int(c.n)) : c.what == 'Y' ? d.addYears(int(c.n)) : c.what == 'D' ? d.addDays(int(c.n)) : d.addSeconds(c.n);
         EXPECT_EQ(show(d), c.result) << show(c.date) << " " << c.what << c.n;
     }
-    // Against chrono: months carried into years, seconds over up to 300 years either way; the
-    // difference of two dates moves one onto the other. Beyond chrono's years: moving by k days
-    // changes the day number by k and gives a valid date.
+    // Beyond chrono's years: moving by k days changes the day number by k and gives a valid date.
     std::mt19937 gen(11);
-    std::uniform_int_distribution<int> dayOf(-1000000, 1000000), monthStep(-5000, 5000);
-    std::uniform_int_distribution<int> years(INT_MIN + 4000000, INT_MAX - 4000000);
-    std::uniform_int_distribution<long> secondStep(-10000000000L, 10000000000L), dayStep(-1000000000L, 1000000000L);
+    std::uniform_int_distribution<int> years(INT_MIN + 4000000, INT_MAX - 4000000), dayStep(-1000000000, 1000000000);
     for (int i = 0; i < 20000; ++i) {
         GSDate const far(1 + i % 28, 1 + i % 12, years(gen), 13, 14, 15, 16);
         long const k = dayStep(gen);
-        GSDate farMoved = far;
-        farMoved.addSeconds(k * 86400);
-        ASSERT_TRUE(farMoved.days() == far.days() + k && farMoved.checkForError() == 0 &&
-                    show(farMoved).ends_with(":13:14:15.16")) << show(far) << " + " << k;
-        sys_seconds const t = sys_days{days{dayOf(gen)}} + seconds{i * 37 % 86400};
-        year_month_day const v{floor<days>(t)};
-        int const n = monthStep(gen);
-        GSDate m = fromChrono(t);
-        m.addMonths(n);
-        year_month const expected = v.year() / v.month() + months{n};
-        ASSERT_EQ(m.year * 100 + m.month, int(expected.year()) * 100 + int(unsigned(expected.month())));
-        long const s = i % 4 == 0 ? secondStep(gen) % 172800 : secondStep(gen);
-        GSDate const start = fromChrono(t);
-        GSDate moved = start;
-        moved.addSeconds(s);
-        ASSERT_TRUE(moved == fromChrono(t + seconds{s})) << show(start) << " + " << s;
-        ASSERT_EQ(moved - start, s);
-        moved.addSeconds(start - moved);
-        ASSERT_TRUE(moved == start) << show(start) << " + " << s;
+        GSDate moved = far;
+        moved.addSeconds(k * 86400);
+        ASSERT_TRUE(moved.days() == far.days() + k && moved.checkForError() == 0 && show(moved).ends_with(":13:14:15.16"))
+            << show(far) << " + " << k;
     }
 }
 
@@ -183,7 +157,6 @@ TEST(GSDateCalendar, WeekRuleAgainstISO)
         differing += expected != iso;
     }
     EXPECT_EQ(differing, 638);
-    EXPECT_EQ(GSDate(31, 12, 2020).getWeekOfYear() * 100 + GSDate(31, 12, 2012).getWeekOfYear(), 153);
 }
 
 TEST(GSDateFeasts, EasterAndTheMovableFeasts)
@@ -216,6 +189,7 @@ TEST(GSDateFeasts, EasterAndTheMovableFeasts)
 TEST(GSDateTime, CalendarTimeAndGMT)
 {
     // Daylight-saving time all year, 4 hours behind GMT now: the saving hour is part of the offset.
+    auto useTimeZone = [](char const* zone) { (zone ? setenv("TZ", zone, 1) : unsetenv("TZ")), tzset(); };
     useTimeZone("EST5EDT,0/0,J365/25");
     EXPECT_EQ(GSDate::getDiffSecondsToGMTime(), 14400);
     useTimeZone("XYZ-3");
@@ -226,8 +200,7 @@ TEST(GSDateTime, CalendarTimeAndGMT)
         long const s = i == 0 ? 0 : when(gen);
         GSDate gmt, local(s, 0);
         std::string const localFields = show(fromChrono(sys_seconds{seconds{s + 10800}}));
-        ASSERT_EQ(gmt.init(s, 1), 0);
-        ASSERT_EQ(show(gmt), show(fromChrono(sys_seconds{seconds{s}}))) << s;
+        ASSERT_TRUE(gmt.init(s, 1) == 0 && show(gmt) == show(fromChrono(sys_seconds{seconds{s}}))) << s << ": " << show(gmt);
         ASSERT_TRUE(show(local) == localFields && local.getSeconds() == s) << s;
         local.convertToGMTime();
         ASSERT_EQ(show(local), show(gmt));
@@ -237,10 +210,8 @@ TEST(GSDateTime, CalendarTimeAndGMT)
     // The last second of the last 32-bit year, and beyond.
     long const last = (GSDate(31, 12, INT_MAX).days() - GSDate(1, 1, 1970).days()) * 86400 + 86399;
     GSDate edge;
-    EXPECT_EQ(edge.init(last, 1), 0);
-    EXPECT_EQ(show(edge), "31:12:2147483647:23:59:59.0");
-    EXPECT_EQ(edge.init(last + 1, 1) + GSDate(1, 1, 1).init(LONG_MAX, 1), 2);
-    EXPECT_EQ(show(edge), show(GSDate::invalid));
+    EXPECT_TRUE(edge.init(last, 1) == 0 && show(edge) == "31:12:2147483647:23:59:59.0") << show(edge);
+    EXPECT_TRUE(edge.init(last + 1, 1) + GSDate(1, 1, 1).init(LONG_MAX, 1) == 2 && show(edge) == show(GSDate::invalid));
     useTimeZone(nullptr);
     for (int useGMT : {0, 1}) {
         GSDate const now = GSDate::getActualDate(useGMT), viaInt(useGMT), reference(long(std::time(nullptr)), useGMT);
@@ -260,17 +231,16 @@ TEST(GSDateTime, StructTmSystemTimeHour12)
               std::vector<int>({2024, 3, 0, 31, 12, 5, 9, 7}));
     st.wDayOfWeek = 4;
     EXPECT_EQ(show(GSDate(st)), show(d));
-    for (auto [hour, h12, pm] : {std::tuple{0, 12, 0}, {11, 11, 0}, {12, 12, 1}, {13, 1, 1}}) {
-        short isPM = 7;
-        EXPECT_TRUE(GSDate(1, 1, 1, hour).getHour12(&isPM) == h12 && isPM == pm && GSDate(1, 1, 1, hour).getHour12(nullptr) == h12);
-    }
+    // The formats check the hours themselves; here the PM flag, set from hour 12 on.
+    short am = 7, pm = 7;
+    EXPECT_TRUE(GSDate(1, 1, 1, 11).getHour12(&am) == 11 && am == 0 && d.getHour12(&pm) == 12 && pm == 1);
 }
 
 TEST(GSDateText, ColonFormsAndCTime)
 {
     GSString s("> ");
-    EXPECT_EQ(GSDate(31, 3, 2024, 12, 5, 9, 7).writeToString(&s) + GSDate(1, 2, -44, 3).writeDateToString(&s), 0);
-    EXPECT_STREQ(s.c_str(), "> 31:3:2024:12:5:91:2:-44");
+    EXPECT_TRUE(GSDate(31, 3, 2024, 12, 5, 9, 7).writeToString(&s) + GSDate(1, 2, -44, 3).writeDateToString(&s) == 0 &&
+                s == GSString("> 31:3:2024:12:5:91:2:-44")) << s.c_str();
     EXPECT_STREQ(GSDate(31, 3, 2024, 12, 5, 9).getCTimeString().c_str(), "Sun Mar 31 12:05:09 2024");
     EXPECT_STREQ(GSDate(6, 13, -44, 0, 0, 0).getCTimeString().c_str(), "Thu ???  6 00:00:00 -44");
     // Refused texts (null) leave the date as it was; the constructor gives the invalid date.
@@ -281,8 +251,7 @@ TEST(GSDateText, ColonFormsAndCTime)
         {"1:1:1:1:1:1:1", nullptr}, {"1:1:2024:", nullptr}, {"1: 1:2024", nullptr}, {"1:1:2024x", nullptr}};
     for (auto const& [text, fields] : cases) {
         GSDate d(9, 9, 9, 9, 9, 9, 9);
-        EXPECT_EQ(d.readFromString(GSString(text)), fields ? 0 : 1) << text;
-        EXPECT_EQ(show(d), fields ? fields : "9:9:9:9:9:9.9") << text;
+        EXPECT_TRUE(d.readFromString(GSString(text)) == (fields ? 0 : 1) && show(d) == (fields ? fields : "9:9:9:9:9:9.9")) << text;
         EXPECT_EQ(show(GSDate(GSString(text))), fields ? fields : "0:0:0:0:0:0.0") << text;
     }
     struct Number { char const* text; long index; int value; long end; } const numbers[] = {
@@ -308,13 +277,16 @@ TEST(GSDateText, WritingFormats)
     for (auto const& [format, result] : cases)
         EXPECT_EQ(formatted(d, format), result) << format;
     EXPECT_EQ(formatted(odd, "yyyy yy MMM h a SS") + formatted(odd, "|%Y %y %b %I %p"), "-0044 44 13 12 AM 99|-0044 44 13 12 AM");
+    // One field of a format, by position, as the format writes it (two y's the year's last two digits,
+    // four its sign and four digits, two S's the millisecond's first two); a field reaching outside
+    // the format is the plain number.
     struct Field { char const* format; int start, count, value; char const* result; } const fields[] = {
-        {"yy", 0, 2, 2024, "24"}, {"yy", 0, 2, -1987, "87"}, {"SSS", 0, 2, 45, "04"}, {"xdd", 1, 2, 5, "05"},
-        {"yyyy", 0, 4, -44, "-0044"}, {"dd", 1, 2, 5, "5"}, {"dd", -1, 1, 5, "5"}, {"d", 0, 0, 5, "5"}, {"S", 0, 1, 999, "9"}};
+        {"yy", 0, 2, -1987, "87"}, {"yyyy", 0, 4, -44, "-0044"}, {"SSS", 0, 2, 45, "04"}, {"xdd", 1, 2, 5, "05"},
+        {"dd", 1, 2, 5, "5"}, {"dd", -1, 1, 5, "5"}, {"d", 0, 0, 5, "5"}};
     for (Field const& f : fields) {
         GSString s;
-        EXPECT_EQ(GSDate::addLongWithFormat(GSString(f.format), f.start, f.count, f.value, &s), 0);
-        EXPECT_STREQ(s.c_str(), f.result) << f.format << " " << f.start;
+        EXPECT_TRUE(GSDate::addLongWithFormat(GSString(f.format), f.start, f.count, f.value, &s) == 0 && s == GSString(f.result))
+            << f.format << " " << f.start << ": " << s.c_str();
     }
 }
 
@@ -334,13 +306,12 @@ TEST(GSDateText, ReadingFormats)
         {"12:30 am", "hh:mm a", "9:9:9:0:30:9.9"}, {"1:30 xm", "%I:%M %p", nullptr}, {"1:30", "h:mm", "9:9:9:1:30:9.9"},
         {"14:07:09,5", "HH:mm:ss,S", "9:9:9:14:7:9.500"}, {"09,12345", "ss,SSSSS", "9:9:9:9:9:9.123"},
         {"09,1234", "ss,SSSSS", nullptr}, {"7", "%s", "9:9:9:9:9:9.7"}, {"14:07", "HH:mm:ss", nullptr},
-        {"14:07:09 x", "HH:mm:ss", nullptr}, {"300", "ddd", nullptr},
-        {"255", "ddd", "255:9:9:9:9:9.9"}, {"'5'", "''d''", "5:9:9:9:9:9.9"}, {"31%", "%d%%", "31:9:9:9:9:9.9"},
+        {"300", "ddd", nullptr}, {"255", "ddd", "255:9:9:9:9:9.9"}, {"'5'", "''d''", "5:9:9:9:9:9.9"}, {"31%", "%d%%", "31:9:9:9:9:9.9"},
         {"x", "", nullptr}};
     for (Case const& c : cases) {
         GSDate d(9, 9, 9, 9, 9, 9, 9);
-        EXPECT_EQ(d.readFromStringWithFormat(GSString(c.text), GSString(c.format)), c.fields ? 0 : 1) << c.text << " / " << c.format;
-        EXPECT_EQ(show(d), c.fields ? c.fields : "9:9:9:9:9:9.9") << c.text << " / " << c.format;
+        EXPECT_TRUE(d.readFromStringWithFormat(GSString(c.text), GSString(c.format)) == (c.fields ? 0 : 1) &&
+                    show(d) == (c.fields ? c.fields : "9:9:9:9:9:9.9")) << c.text << " / " << c.format << ": " << show(d);
     }
     // Every valid date comes back through formats of both vocabularies.
     char const* const formats[] = {"yyyy-MM-dd HH:mm:ss.SSS", "%Y%m%d%H%M%S%s", "EEEE, d MMMM y h:mm:ss a SSS",
@@ -369,9 +340,7 @@ TEST(GSDateText, NamedFormatsAndNameTables)
         EXPECT_STREQ(d.getFormatString(flags).c_str(), defaults[flags]) << flags;
     GSString s;
     GSDate back(9, 9, 9, 9, 9, 9, 9);
-    EXPECT_EQ(d.writeToFormattedString(&s, GSDate::kShortDate | GSDate::kTime), 0);
-    EXPECT_STREQ(s.c_str(), "2024-03-05, 14:07:09");
-
+    EXPECT_TRUE(d.writeToFormattedString(&s, GSDate::kShortDate | GSDate::kTime) == 0 && s == GSString("2024-03-05, 14:07:09"));
     GSNumericStringTable german;
     for (auto const& [id, text] : {std::pair{90000, "d. MMMM yyyy"}, {90002, "H.mm 'Uhr'"}, {90012, "März"},
                                    {90036, "Dienstag"}, {90048, "v"}, {90049, "nachm."}})
@@ -380,8 +349,7 @@ TEST(GSDateText, NamedFormatsAndNameTables)
     EXPECT_STREQ((d.getFormatString(5) + GSString("|") + d.getFormatString(6)).c_str(),
                  "d. MMMM yyyy, H.mm 'Uhr'|yyyy-MM-dd, H.mm 'Uhr'");
     EXPECT_EQ(formatted(d, "EEEE d. MMMM a, MMM EEE"), "Dienstag 5. März nachm., Mar Tue");
-    EXPECT_EQ(back.readFromFormattedString(GSString("7. MÄRZ 1999, 9.05 Uhr"), 5), 0);
-    EXPECT_EQ(show(back), "7:3:1999:9:5:9.9");
+    EXPECT_TRUE(back.readFromFormattedString(GSString("7. MÄRZ 1999, 9.05 Uhr"), 5) == 0 && show(back) == "7:3:1999:9:5:9.9");
     EXPECT_TRUE(back.readFromStringWithFormat(GSString("1 nachm."), GSString("h a")) == 0 && back.hour == 13);
     EXPECT_TRUE(back.readFromStringWithFormat(GSString("2 v"), GSString("h a")) == 0 && back.hour == 2); // one letter
     GSString mac; // names go into code-page text converted
@@ -392,14 +360,14 @@ TEST(GSDateText, NamedFormatsAndNameTables)
     ASSERT_GE(other.setValue(514, GSString("Mrz")) + other.setValue(539, GSString("pm.")), 0);
     for (auto const& [first, result] : {std::pair{500, "Mrz pm. Tuesday"}, {0, "Mar PM Tuesday"}}) {
         GSString out;
-        EXPECT_EQ(d.writeToStringWithFormatAndStringTable(GSString("MMM a EEEE"), first, other, &out), 0);
-        EXPECT_STREQ(out.c_str(), result);
+        EXPECT_TRUE(d.writeToStringWithFormatAndStringTable(GSString("MMM a EEEE"), first, other, &out) == 0 && out == GSString(result));
     }
     ASSERT_EQ(GSString::setNumericStringTable(GSNumericStringTable::null), 0);
 }
 
 TEST(GSDateFile, BlockGoldenBytesAndDamage)
 {
+    auto readBlock = [](std::string const& hex, GSDate* d) { ReadFile r(hex); return d->read(&r.f); };
     std::string const classic = "01 01 00 00 00 00 00 00 00 06 1F 03 00 00 07 E8 00 00 00 01 00 00 00 03 0C 05 09 ";
     struct Case { GSDate date; std::string hex; } const cases[] = {
         {GSDate(31, 3, 2024, 12, 5, 9), classic + "FF FF FF FF"},
@@ -408,31 +376,24 @@ TEST(GSDateFile, BlockGoldenBytesAndDamage)
             "00 00 00 01 00 00 00 03 FF FF FF 00 00 00 02 00 00 00 02 FF FF FF FF FF FF"}};
     for (Case const& c : cases) {
         WriteFile w;
-        EXPECT_EQ(c.date.write(&w.f), 0);
-        EXPECT_EQ(fileHex(w.f), c.hex);
         GSDate back(9, 9, 9, 9, 9, 9, 9);
-        EXPECT_EQ(readBlock(c.hex, &back), 0) << c.hex;
-        EXPECT_EQ(show(back), show(c.date)) << c.hex;
-    }
-    std::vector<unsigned char> const bytes = fromHex(cases[1].hex);
-    for (size_t n = 0; n < bytes.size(); ++n) {
-        GSDate d;
-        EXPECT_EQ(readBlock(toHex(bytes.data(), n), &d), 1) << n;
-    }
-    // Read into 9:9:9:9:9:9.9; null: refused.
-    struct Damage { char const* what; char const* hex; char const* fields; } const damaged[] = {
-        {"version 1.0", "01 00 00 00 00 02 00 00 00 02 01 F4 FF FF FF FF", "9:9:9:9:9:9.500"},
-        {"date record of 5 bytes", "01 01 00 00 00 00 00 00 00 05 1F 03 00 00 07 FF FF FF FF", nullptr},
-        {"time record of 2 bytes", "01 01 00 00 00 01 00 00 00 02 0C 05 FF FF FF FF", nullptr},
-        {"millisecond record of 1 byte", "01 01 00 00 00 02 00 00 00 01 01 FF FF FF FF", nullptr},
-        {"other records and extra bytes skipped",
-         "01 01 00 00 00 07 00 00 00 02 AA BB 00 00 00 00 00 00 00 08 1F 03 00 00 07 E8 EE EE FF FF FF FF",
-         "31:3:2024:9:9:9.0"}};
-    for (Damage const& c : damaged) {
-        GSDate d(9, 9, 9, 9, 9, 9, 9);
-        EXPECT_EQ(readBlock(c.hex, &d), c.fields ? 0 : 1) << c.what;
-        EXPECT_TRUE(!c.fields || show(d) == c.fields) << c.what << ": " << show(d);
+        EXPECT_TRUE(c.date.write(&w.f) == 0 && fileHex(w.f) == c.hex) << fileHex(w.f);
+        EXPECT_TRUE(readBlock(c.hex, &back) == 0 && show(back) == show(c.date)) << c.hex;
     }
     GSDate d;
+    std::vector<unsigned char> const bytes = fromHex(cases[1].hex);
+    for (size_t n = 0; n < bytes.size(); ++n)
+        EXPECT_EQ(readBlock(toHex(bytes.data(), n), &d), 1) << n;
+    // Read into 9:9:9:9:9:9.9; null: refused. Version 1.0; records of 5, 2 and 1 bytes where 6, 3 and 2
+    // belong; other records and the extra bytes of a longer one skipped.
+    std::pair<char const*, char const*> const damaged[] = {
+        {"01 00 00 00 00 02 00 00 00 02 01 F4 FF FF FF FF", "9:9:9:9:9:9.500"},
+        {"01 01 00 00 00 00 00 00 00 05 1F 03 00 00 07 FF FF FF FF", nullptr},
+        {"01 01 00 00 00 01 00 00 00 02 0C 05 FF FF FF FF", nullptr}, {"01 01 00 00 00 02 00 00 00 01 01 FF FF FF FF", nullptr},
+        {"01 01 00 00 00 07 00 00 00 02 AA BB 00 00 00 00 00 00 00 08 1F 03 00 00 07 E8 EE EE FF FF FF FF", "31:3:2024:9:9:9.0"}};
+    for (auto const& [hex, fields] : damaged) {
+        d = GSDate(9, 9, 9, 9, 9, 9, 9);
+        EXPECT_TRUE(readBlock(hex, &d) == (fields ? 0 : 1) && (!fields || show(d) == fields)) << hex << ": " << show(d);
+    }
     EXPECT_EQ(d.read(nullptr) + d.write(nullptr), 2);
 }
