@@ -16,6 +16,9 @@ packages=(
   lintian groff-base file
   # The trash test: gio reads and restores the trash through gvfs.
   gvfs
+  # The KDE thumbnail plug-in and its end-to-end test: KIO's development files, Qt, and kio-extras'
+  # thumbnail worker, which KIO::PreviewJob runs.
+  libkf5kio-dev qtbase5-dev kio-extras
   "$@"
 )
 

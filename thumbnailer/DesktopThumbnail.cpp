@@ -108,24 +108,33 @@ int makeDocumentThumbnail(qm::DocumentFile const& document, std::string const& u
     info->mtime = long(document.state().st_mtime);
     info->size = long(document.state().st_size);
 
+    RenderedThumbnail rendered;
+    if (int code = renderDocumentThumbnail(document, size, &rendered, message, limits); code != qm::kExitOk)
+        return code;
+    info->imageWidth = int(rendered.pictureWidth);
+    info->imageHeight = int(rendered.pictureHeight);
+    if (encodeThumbnailPng(rendered.pixels.pixels(), rendered.pixels.width(), rendered.pixels.height(),
+                           rendered.pixels.opaque(), *info, PngEncodeOptions{}, png)) {
+        *message = "the thumbnail cannot be encoded";
+        return qm::kExitDamaged;
+    }
+    return qm::kExitOk;
+}
+
+int renderDocumentThumbnail(qm::DocumentFile const& document, int size, RenderedThumbnail* rendered,
+                            std::string* message, GSThumbnailLimits const& limits)
+{
+    *rendered = RenderedThumbnail();
     // The walk only locates the picture; its bytes are read from the file as they are decoded.
     GSThumbnailResult found = document.walk(nullptr, limits);
     if (!found.hasPicture()) {
         *message = qm::describeFailure(found);
         return qm::exitCodeFor(found.reason);
     }
-    RenderedThumbnail rendered;
     qm::PictureStatus ps = renderThumbnailFromFile(document.fd(), found.pictureOffset, found.pictureBytes,
-                                                   found.format, size, limits, &rendered);
+                                                   found.format, size, limits, rendered);
     if (ps != qm::PictureStatus::ok) {
         *message = pictureFailureText(ps);
-        return qm::kExitDamaged;
-    }
-    info->imageWidth = int(rendered.pictureWidth);
-    info->imageHeight = int(rendered.pictureHeight);
-    if (encodeThumbnailPng(rendered.pixels.pixels(), rendered.pixels.width(), rendered.pixels.height(),
-                           rendered.pixels.opaque(), *info, PngEncodeOptions{}, png)) {
-        *message = "the thumbnail cannot be encoded";
         return qm::kExitDamaged;
     }
     return qm::kExitOk;

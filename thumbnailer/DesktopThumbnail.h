@@ -6,6 +6,7 @@
 #include "thumbnailer/Cli.h"
 #include "thumbnailer/FileSafety.h"
 #include "thumbnailer/ThumbnailPng.h"
+#include "thumbnailer/ThumbnailRender.h"
 
 #include <string>
 
@@ -35,6 +36,13 @@ int makeDocumentThumbnail(std::string const& path, std::string const& uri, int s
 int makeDocumentThumbnail(qm::DocumentFile const& document, std::string const& uri, int size, PngBytes* png,
                           ThumbnailInfo* info, std::string* message,
                           GSThumbnailLimits const& limits = GSThumbnailLimits());
+
+// The thumbnail pixels alone, for front ends that take pixels rather than a PNG: the walk locates
+// the stored picture and renderThumbnailFromFile decodes and scales it into a `size` box. kExitOk
+// with *rendered filled; else the exit code makeDocumentThumbnail gives, *message says why and
+// *rendered holds no pixels.
+int renderDocumentThumbnail(qm::DocumentFile const& document, int size, RenderedThumbnail* rendered,
+                            std::string* message, GSThumbnailLimits const& limits = GSThumbnailLimits());
 
 // "timed out after 30 s": the failure text of a time-out.
 std::string timeoutText(double seconds);
