@@ -47,8 +47,9 @@ clean:
 	rm -rf build
 
 # The Debian packages (CPack): build/deb/quillmoor-thumbnailer_<version>_<arch>.deb (the program),
-# libquillmoor-dev_... (headers and libraries) and quillmoor-thumbnailer-dbgsym_....ddeb, checked
-# with lintian when it is installed.
+# libquillmoor-dev_... (headers and libraries), quillmoor-thumbnailer-kde_... (the KDE plug-in, where
+# KIO is installed) and the -dbgsym ....ddeb of the program and the plug-in, checked with lintian
+# when it is installed.
 deb: deps
 	cmake --preset deb >/dev/null
 	cmake --build --preset deb

@@ -10,7 +10,7 @@ if [ -z "$dir" ]; then
 fi
 stage=$(mktemp -d) || exit 1
 trap 'rm -rf "$stage"' EXIT
-cmake --install "$build" --prefix "$stage/usr" --component thumbnailer >/dev/null || exit 1
+cmake --install "$build" --prefix "$stage/usr" --component kde >/dev/null || exit 1
 if [ ! -f "$stage$dir/quillmoorthumbnail.so" ]; then
   echo "FAIL: the plug-in is not in $dir; installed:"
   find "$stage" -name '*.so'
