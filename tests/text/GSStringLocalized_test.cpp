@@ -1,6 +1,5 @@
 #include "gs/text/GSString.h"
 
-#include "gs/text/GSStringTable.h"
 #include "tests/text/TextTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -11,28 +10,7 @@
 #include <tuple>
 #include <vector>
 
-using texttest::bytes;
-
-namespace {
-
-GSNumericStringTable numbersOf(std::vector<std::pair<int, char const*>> const& pairs)
-{
-    GSNumericStringTable table;
-    for (auto const& [id, text] : pairs)
-        EXPECT_GE(table.setValue(id, GSString(text)), 0);
-    return table;
-}
-
-GSStringTable stringsOf(std::vector<std::pair<char const*, char const*>> const& pairs)
-{
-    GSStringTable table;
-    table.setSorted(0);
-    for (auto const& [key, text] : pairs)
-        EXPECT_EQ(table.add(GSString(key), GSString(text)), 0);
-    return table;
-}
-
-} // namespace
+using namespace texttest;
 
 // Before any table is installed (ctest runs each test in a process of its own; in a shared
 // process an earlier test's tables hold none of these texts).
@@ -68,7 +46,7 @@ TEST(GSStringLocalized, NumericIDs)
 // Keyed texts: a key without a text, or with an empty one, stands for itself with status 1.
 TEST(GSStringLocalized, KeysAndStatus)
 {
-    ASSERT_EQ(GSString::setStringTable(stringsOf({{"k", "Text"}, {"blank", ""}})), 0);
+    ASSERT_EQ(GSString::setStringTable(tableOf({{"k", "Text"}, {"blank", ""}}, 0)), 0);
     for (auto const& [key, text, status] :
          {std::tuple{"k", "Text", 0}, {"other", "other", 1}, {"blank", "blank", 1}, {"", "", 0}}) {
         int got = -1;
@@ -87,7 +65,7 @@ TEST(GSStringLocalized, KeysAndStatus)
 TEST(GSStringLocalized, ReverseLookups)
 {
     ASSERT_EQ(GSString::setNumericStringTable(numbersOf({{1, "First"}, {2, "Same"}, {3, "Other"}, {4, "Same"}})), 0);
-    ASSERT_EQ(GSString::setStringTable(stringsOf({{"k0", "First"}, {"k1", "Same"}, {"k2", "Same"}, {"k3", "Other"}})), 0);
+    ASSERT_EQ(GSString::setStringTable(tableOf({{"k0", "First"}, {"k1", "Same"}, {"k2", "Same"}, {"k3", "Other"}}, 0)), 0);
     GSString const same("Same"), lower("same");
     EXPECT_EQ(GSString::getStringID(same), 4);
     EXPECT_EQ(GSString::getStringID(GSString("First")), 1);
@@ -103,7 +81,7 @@ TEST(GSStringLocalized, ReverseLookups)
 TEST(GSStringLocalized, InstallingWhileLookingUp)
 {
     GSNumericStringTable const a = numbersOf({{1, "A"}}), b = numbersOf({{1, "B"}});
-    GSStringTable const keys = stringsOf({{"k", "A"}});
+    GSStringTable const keys = tableOf({{"k", "A"}}, 0);
     ASSERT_EQ(GSString::setNumericStringTable(a), 0);
     std::atomic<bool> wrong{false};
     std::vector<std::thread> readers;

@@ -1,10 +1,15 @@
 // Helpers shared by the text tests: the bytes of a string, a string from bytes, a comparison's sign,
-// and the C.UTF-8 locale for cases and character classes beyond ASCII.
+// the C.UTF-8 locale for cases and character classes beyond ASCII, and string tables from pairs.
 #pragma once
 #include "gs/text/GSString.h"
+#include "gs/text/GSStringTable.h"
+
+#include <gtest/gtest.h>
 
 #include <clocale>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace texttest {
 
@@ -27,5 +32,38 @@ public:
 private:
     std::string old;
 };
+
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+// The entries of a table, in its order.
+inline Pairs pairsOf(GSBasicStringTable const& table)
+{
+    Pairs out;
+    GSString key, value;
+    for (long i = 0; i < table.getCount(); ++i) {
+        table.get(i, &key, &value);
+        out.emplace_back(bytes(key), bytes(value));
+    }
+    return out;
+}
+
+// A table of these pairs, each added in turn (so an unsorted table keeps their order).
+inline GSStringTable tableOf(Pairs const& pairs, short sorted = 1)
+{
+    GSStringTable table;
+    table.setSorted(sorted);
+    for (auto const& [key, value] : pairs)
+        EXPECT_EQ(table.add(GSString(key.c_str()), GSString(value.c_str())), 0);
+    return table;
+}
+
+// A numbered table of these texts.
+inline GSNumericStringTable numbersOf(std::vector<std::pair<int, char const*>> const& pairs)
+{
+    GSNumericStringTable table;
+    for (auto const& [id, text] : pairs)
+        EXPECT_GE(table.setValue(id, GSString(text)), 0);
+    return table;
+}
 
 } // namespace texttest
