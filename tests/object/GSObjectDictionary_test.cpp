@@ -1,7 +1,6 @@
 #include "gs/object/GSObjectDictionary.h"
 
 #include "generator/GSThumbnailLimits.h"
-#include "gs/object/GSBufferObject.h"
 #include "gs/object/GSLongDictionaryKey.h"
 #include "gs/object/GSLongObject.h"
 #include "gs/object/GSObjectDictionaryObject.h"
@@ -361,23 +360,4 @@ TEST(GSObjectDictionaryFile, NestingIsBoundedByTheObjectDepth)
         EXPECT_EQ(readBack(written(nested(5), kind), kind, &back, 5), 0);
         EXPECT_NE(readBack(written(nested(6), kind), kind, &back, 5), 0);
     }
-}
-
-// The seed the fuzz target starts from in the compact framing, written byte by byte: values read as
-// written, and the value referred to again is the same object.
-TEST(GSObjectDictionaryFile, ReadsTheIndependentWritersCompactBlock)
-{
-    auto const seeds = dictionarySeeds();
-    auto const seed = std::find_if(seeds.begin(), seeds.end(), [](auto const& s) { return s.first == "compact"; });
-    ASSERT_NE(seed, seeds.end());
-    GSObjectDictionary d;
-    ASSERT_EQ(readBack(std::vector<unsigned char>(seed->second.begin() + 1, seed->second.end()), Kind::kCompact, &d), 0);
-    EXPECT_EQ(d.getLongValue(GSString("GSFileSafetyMode"), 0), 3);
-    EXPECT_EQ(d.getStringValue(GSString("GSFileDataName"), GSString()), GSString("Scan 7.qmd"));
-    GSLongDictionaryKey seven(7);
-    auto const* buffer = static_cast<GSBufferObject const*>(d.getValue(&seven));
-    ASSERT_NE(buffer, nullptr);
-    EXPECT_EQ(contents(buffer->value), (std::vector<unsigned char>{1, 2, 3, 0xFF}));
-    EXPECT_EQ(d.getDictionaryValue(GSString("inner"), GSObjectDictionary()).getLongValue(GSString("depth"), 0), 1);
-    EXPECT_EQ(d.getObjectValue(GSString("again"), nullptr), d.getObjectValue(GSString("GSFileSafetyMode"), nullptr));
 }
