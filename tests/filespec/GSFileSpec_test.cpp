@@ -101,8 +101,6 @@ TEST(GSFileSpecNames, ChangingTheNameKeepsTheFolder)
     ASSERT_EQ(s.setNSURL(spec(kNone + "/x/other.jpg").getNSURL()), 0);
     EXPECT_EQ(str(s.getPathname(0)), kNone + "/x/");
     EXPECT_EQ(full(s), kNone + "/x/other.jpg");
-    EXPECT_EQ(s.getStringIDForExtender(), 0); // no numeric string table holds ".jpg"
-    EXPECT_EQ(spec(kNone + "/x/none").getStringIDForExtender(), 0);
 
     // A URL taken from another spec is shared, not adopted: both stay usable. createNSURL gives
     // the caller a reference of its own.

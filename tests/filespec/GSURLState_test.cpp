@@ -112,8 +112,6 @@ TEST(GSURLFileState, ModificationTimesToTheMillisecond)
         ASSERT_EQ(utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
         EXPECT_EQ(show(stateOf(file).modificationDate), expected(t)) << t.tv_sec << "." << t.tv_nsec;
     }
-    EXPECT_EQ(show(GSURLDateFromTime(59, 999600000)), "1970-01-01 00:01:00.000"); // 0.9996 s carries
-    EXPECT_EQ(show(GSURLDateFromTime(-1, 700000000)), "1969-12-31 23:59:59.700");
 }
 
 // A time the file system does not give takes the value of the one read before it (order: access,
