@@ -98,7 +98,7 @@ GSFile::~GSFile()
 
 short GSFile::init(GSFileSpec const& spec, short followLink)
 {
-    (void)followLink; // the spec's URL already says which entry is meant
+    (void)followLink; // the file spec's URL already says which entry is meant
     GSDynaArray<unsigned char> const data = spec.getDictionaryBuffer(GSFileDataKey, GSDynaArray<unsigned char>());
     bool const inMemory = worker && worker->isMemberOfRuntimeClass(GSFileWorkerMemory::gsClassGSFileWorkerMemory);
     if (data.getCount() > 0) {
@@ -205,7 +205,7 @@ short GSFile::initWithID(char const* id, short forWriting)
 
 short GSFile::initWithFileSpecAndID(GSFileSpec const& spec, char const* id, short forWriting)
 {
-    // A spec that gives no worker leaves the file without one, and initWithID then fails.
+    // A file spec that gives no worker leaves the file without one, and initWithID then fails.
     (void)init(spec, 0);
     return initWithID(id, forWriting);
 }

@@ -50,15 +50,15 @@ public:
     virtual ~GSFile();
 
     // --- Construction and opening -------------------------------------------------------------
-    // A spec whose options hold a non-empty buffer under GSFileDataKey gives a memory worker
+    // A file spec whose options hold a non-empty buffer under GSFileDataKey gives a memory worker
     // (owned) over those bytes; any other spec gives the disk worker (a memory worker is replaced).
-    // Then setFileSpec(spec). `followLink` is not used: the spec's URL decides.
+    // Then setFileSpec(spec). `followLink` is not used: the file spec's URL decides.
     [[nodiscard]] short init(GSFileSpec const& spec, short followLink);
     // Attaches an existing worker (retained); `owns` decides whether freeing it deletes it.
     [[nodiscard]] short init(GSFileWorker* worker, short owns);
     [[nodiscard]] short setFilename(GSString const& path);
-    // Gives the worker the spec (creating the disk worker when there is none) and takes two
-    // settings from the spec's options: GSFileSafetyModeKey (default: the current safety mode) and
+    // Gives the worker the file spec (creating the disk worker when there is none) and takes two
+    // settings from the file spec's options: GSFileSafetyModeKey (default: the current safety mode) and
     // GSFileFormatVersionKey (default: the current format version).
     [[nodiscard]] short setFileSpec(GSFileSpec const& spec);
     [[nodiscard]] short setAccessMode(char const* mode);
@@ -77,9 +77,9 @@ public:
     // The worker's working spec (the temporary file while a safe save is open); an empty spec
     // without a worker.
     GSFileSpec getWorkingFileSpec() const;
-    // GSFileDataNameKey from the spec's options when non-empty, else the spec's file name.
+    // GSFileDataNameKey from the file spec's options when non-empty, else the file spec's file name.
     GSString getDisplayName() const;
-    // The spec's extension, with its dot.
+    // The file spec's extension, with its dot.
     GSString getExtender() const;
     // The worker's access mode ("rb", "wb", ...); empty without a worker.
     GSString getAccessMode() const;

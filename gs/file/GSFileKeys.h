@@ -3,10 +3,10 @@
 // text of each is given beside it.
 //
 //   GSFileSafetyModeKey     "GSFileSafetyMode"      long: the safety mode that GSFile::setFileSpec
-//                           takes from the spec's options (bit 0 write through a temporary file and
+//                           takes from the file spec's options (bit 0 write through a temporary file and
 //                           exchange it at close, bit 1 keep the old content as a backup)
 //   GSFileFormatVersionKey  "GSFileVersion"         long: the file format version (setFileSpec)
-//   GSFileDataKey           "GSFileData"            byte buffer: the file's content in memory; a spec
+//   GSFileDataKey           "GSFileData"            byte buffer: the file's content in memory; a file spec
 //                           that holds one is opened over these bytes, not the disk
 //   GSFileDataNameKey       "GSFileDataName"        string: the display name of such a file
 //   GSFileDataIDKey         "GSFileDataID"          string: the identity of the data (memory saves)

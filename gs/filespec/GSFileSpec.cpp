@@ -232,7 +232,7 @@ short GSFileSpec::leaveDirectory()
     GSFileSpec const moved = getParent().getParent();
     if (moved.url.isNull())
         return 1;
-    // The parent's parent is a folder; the spec keeps its own name in it.
+    // The parent's parent is a folder; the file spec keeps its own name in it.
     GSFileSpec named = fromCreatedURL(GSURLCreateByAppending(moved.url.get(), filename));
     if (named.url.isNull())
         return 1;
@@ -291,7 +291,7 @@ short GSFileSpec::addDirectory(GSString const& name, short create, short reserve
         GSFileState state;
         bool const exists = sibling.fillState(&state) == 0;
         if (exists && !state.isFolder())
-            return 1; // a file of that name: the spec stays as it was
+            return 1; // a file of that name: the file spec stays as it was
         if (!exists && create)
             status = GSURLCreateDirectory(sibling.url.get(), nullptr);
         if (status == 0) {
@@ -355,7 +355,7 @@ bool GSFileSpec::isDescendantOfDirectory(GSFileSpec const& folder, short include
 
 bool GSFileSpec::replaceAncestorDirectory(GSFileSpec const& oldAncestor, GSFileSpec const& newAncestor)
 {
-    // The names from the spec up to the entry at oldAncestor's level.
+    // The names from the file spec up to the entry at oldAncestor's level.
     GSDynaArray<GSString> names;
     GSFileSpec current(*this);
     for (;;) {
@@ -519,7 +519,7 @@ bool GSFileSpec::isMemoryFileSpec(short mode) const
     bool const inMemory = getDictionaryBuffer(GSFileDataKey, GSDynaArray<unsigned char>()).getCount() > 0;
     if (mode == 1)
         return inMemory;
-    // A save to memory: a spec with a data identity asks for one unless the key says no, any
+    // A save to memory: a file spec with a data identity asks for one unless the key says no, any
     // other spec only when the key says yes.
     bool const hasID = !getDictionaryString(GSFileDataIDKey, GSString()).isEmpty();
     bool const toMemory = getDictionaryLong(GSFileSaveToMemoryKey, hasID ? 1 : 0) != 0;

@@ -4,12 +4,12 @@
 // used), the platform file URL (GSIdPointer; the authority for every file-system operation), the
 // filename (the URL's last path component), and two caches filled on first use: the folder path
 // with a trailing "/" and the full path. When no URL can be made from a path, the full-path field
-// keeps the path as given (for display and for a later retry); such a spec is invalid.
+// keeps the path as given (for display and for a later retry); such a file spec is invalid.
 //
-// Folders: a spec always names a file entry. A folder is named by a spec of the placeholder file
+// Folders: a file spec always names a file entry. A folder is named by a file spec of the placeholder file
 // "a" inside it: a path ending in "/" gives that spec, and so do the standard folders.
 //
-// Every file-system query and action goes through the GSURL* functions (GSURL.h); a spec without
+// Every file-system query and action goes through the GSURL* functions (GSURL.h); a file spec without
 // a URL fails them quietly (false, -1 or status 1). Statuses are 0 success, 1 failure; error texts
 // are the system's, passed to an `error` argument when one is given.
 //
@@ -49,7 +49,7 @@ public:
     GSFileSpec() noexcept = default;
     // localSetPathname(pathname).
     explicit GSFileSpec(GSString const& pathname);
-    // Names the entry of a platform URL (a GSPlatformURL on POSIX), which the spec retains; the
+    // Names the entry of a platform URL (a GSPlatformURL on POSIX), which the file spec retains; the
     // caller keeps its own reference. A null URL gives an empty spec.
     explicit GSFileSpec(void* nsurl);
     // Copies the strings and the URL reference, and the options when the source has them.
@@ -64,13 +64,13 @@ public:
     // Makes *target a copy of this spec: strings and URL, and with `withOptions` the options too
     // (a target without them keeps its own). 0; 1 when target is null.
     [[nodiscard]] short copyData(GSFileSpec* target, short withOptions) const;
-    // 1. empty the spec; 2. a path ending in "/" gets the placeholder name "a" appended (a folder
-    // becomes the spec of an entry inside it); 3. a URL is made of the path with the folder part's
-    // symbolic links resolved (the last component is kept as it is). With a URL the spec takes it
+    // 1. empty the file spec; 2. a path ending in "/" gets the placeholder name "a" appended (a folder
+    // becomes the file spec of an entry inside it); 3. a URL is made of the path with the folder part's
+    // symbolic links resolved (the last component is kept as it is). With a URL the file spec takes it
     // (0); otherwise the path is kept as text, its last component as the filename, and 1 returned.
     [[nodiscard]] short localSetPathname(GSString const& pathname);
-    // The spec takes the URL (retained): the strings are emptied and the filename becomes the
-    // URL's last path component. A null URL makes the spec gs_invalid_filespec's copy (its
+    // The file spec takes the URL (retained): the strings are emptied and the filename becomes the
+    // URL's last path component. A null URL makes the file spec gs_invalid_filespec's copy (its
     // options stay). Always 0.
     [[nodiscard]] short setNSURL(void* url);
     // A new reference to the URL (the caller releases it), or null. Without a URL but with a path
@@ -88,20 +88,20 @@ public:
     [[nodiscard]] short initWithDocumentPath() { return initWithStandardPath(3, 1); }
     // The standard folder of `kind` (0-9 as GSURLCreateForStandardDirectory numbers them; bits
     // 0x400 and 0x800 of `kind` select the domain); with `fallbackToCurrent` the current folder
-    // when there is none. The spec names the folder's placeholder entry "a". 1 when neither gave
-    // a folder (the spec is then as it was).
+    // when there is none. The file spec names the folder's placeholder entry "a". 1 when neither gave
+    // a folder (the file spec is then as it was).
     [[nodiscard]] short initWithStandardPath(int kind, short fallbackToCurrent);
 
     // --- Names and paths ------------------------------------------------------------------------
     // The filename; with withExtender 0 without its extension.
     GSString getFilename(short withExtender = 1) const;
-    // Replaces the last path component. A spec without a URL is emptied and keeps only the name
+    // Replaces the last path component. A file spec without a URL is emptied and keeps only the name
     // (then 1).
     [[nodiscard]] short setFilename(GSString const& name);
     // full 1: the full path (without a trailing "/", except for the root). full 0: the folder's
     // path with a trailing "/". Both cached.
     GSString getPathname(short full = 1) const;
-    // The folder that holds the entry; empty for the root or a spec without a URL.
+    // The folder that holds the entry; empty for the root or a file spec without a URL.
     GSFileSpec getParent() const;
     // The same filename one folder up. 1 (spec unchanged) when the parent is missing or the root.
     [[nodiscard]] short leaveDirectory();
@@ -130,35 +130,35 @@ public:
     // unchanged) when the names run out or there is no URL.
     [[nodiscard]] short createUniqueFilename(char divider);
 
-    // Moves the spec into the sub-folder `name` of its folder, keeping its filename:
+    // Moves the file spec into the sub-folder `name` of its folder, keeping its filename:
     // 1. the sibling entry `name` is examined;
-    // 2. a folder: the spec moves into it (0); another item: 1 with the spec unchanged;
+    // 2. a folder: the file spec moves into it (0); another item: 1 with the file spec unchanged;
     // 3. missing and `create` set: the folder is made (GSURLCreateDirectory), then as 2;
-    // 4. missing without `create`: the spec moves into the folder-to-be (0);
-    // 5. any other failure empties the spec (initVars) and returns its status.
+    // 4. missing without `create`: the file spec moves into the folder-to-be (0);
+    // 5. any other failure empties the file spec (initVars) and returns its status.
     // `reserved` has no effect (kept for the callers' signature).
     [[nodiscard]] short addDirectory(GSString const& name, short create, short reserved);
     // `path` is a relative path "sub/sub2/name": each folder name is descended with addDirectory
     // (`create` as given), then the last component becomes the filename. Empty components are
-    // skipped; a component ".." is refused (1). The spec is emptied on failure.
+    // skipped; a component ".." is refused (1). The file spec is emptied on failure.
     [[nodiscard]] short setSubDirectioriesAndFilename(GSString const& path, short create);
 
-    // Folder chains (a folder is named by a spec of an entry inside it).
+    // Folder chains (a folder is named by a file spec of an entry inside it).
     // The two specs' folders are the same (compared through their URLs).
     bool hasSameParent(GSFileSpec const& other) const;
-    // True when the spec lies in `folder`'s folder at any depth: from the spec (includeDirect set)
-    // or its parent upwards, until a spec has the same parent as `folder`.
+    // True when the file spec lies in `folder`'s folder at any depth: from the file spec (includeDirect set)
+    // or its parent upwards, until a file spec has the same parent as `folder`.
     bool isDescendantOfDirectory(GSFileSpec const& folder, short includeDirect) const;
-    // Re-roots the spec from oldAncestor's level to newAncestor: the folder names between the spec
+    // Re-roots the file spec from oldAncestor's level to newAncestor: the folder names between the file spec
     // and oldAncestor's level are descended from newAncestor (addDirectory, not created), and the
     // filename kept. The entry at oldAncestor's level is dropped: newAncestor takes its place.
-    // True (and the spec changed) on success; false with the spec unchanged when the spec does not
+    // True (and the file spec changed) on success; false with the file spec unchanged when the file spec does not
     // lie below oldAncestor's folder or a descent fails.
     bool replaceAncestorDirectory(GSFileSpec const& oldAncestor, GSFileSpec const& newAncestor);
 
     // --- Comparison ----------------------------------------------------------------------------
-    // The same URL (GSURLIsEqual), a spec without one taking the URL made from its path kept as
-    // text: a spec without a URL equals no spec that has one, and all specs without one are equal.
+    // The same URL (GSURLIsEqual), a file spec without one taking the URL made from its path kept as
+    // text: a file spec without a URL equals no spec that has one, and all specs without one are equal.
     bool operator==(GSFileSpec const& other) const;
     bool operator!=(GSFileSpec const& other) const { return !(*this == other); }
     // The filenames, case-sensitive (specs in different folders may compare equal).
@@ -190,9 +190,9 @@ public:
     // Moves the item to `newName` in the same folder, never over an existing item; on success the
     // spec names it there. The error text (possibly empty) goes to `error`.
     [[nodiscard]] short rename(GSString const& newName, GSString* error);
-    // Creates the spec's folder and the missing folders above it. 0 when it exists afterwards.
+    // Creates the file spec's folder and the missing folders above it. 0 when it exists afterwards.
     [[nodiscard]] short ensureDirectory() const;
-    // The number of entries in the spec's folder (the folder of the placeholder entry), with
+    // The number of entries in the file spec's folder (the folder of the placeholder entry), with
     // `recursive` counting the entries of its sub-folders too (symbolic links to folders are not
     // followed); -1 when the folder cannot be read.
     long countFiles(short recursive) const;
@@ -212,7 +212,7 @@ public:
     [[nodiscard]] short basicCopy(GSFileSpec const& target) const;
 
     // --- Files ---------------------------------------------------------------------------------
-    // A spec is written as its full path (GSString::write) and read back through localSetPathname.
+    // A file spec is written as its full path (GSString::write) and read back through localSetPathname.
     // A path whose bytes are not UTF-8 is written with the UTF-8 tag all the same, so that its
     // bytes come back unchanged (a code-page tag would be converted on reading). A read path is a
     // string like any other: its length is checked against the file before it is taken. The
@@ -221,8 +221,8 @@ public:
     [[nodiscard]] short write(GSFile* file) const;
 
     // --- Save options --------------------------------------------------------------------------
-    // A spec may carry a dictionary of save options (keys in GSFileKeys.h), created on first use
-    // and owned by the spec; copies and assignments copy its entries (sharing the value objects).
+    // A file spec may carry a dictionary of save options (keys in GSFileKeys.h), created on first use
+    // and owned by the file spec; copies and assignments copy its entries (sharing the value objects).
     // The dictionary, created empty when missing; null only when memory runs out.
     GSObjectDictionary* getOrCreateDictionary();
     // The options become a copy of `dictionary`'s entries; a null or empty one removes them. 1
@@ -241,7 +241,7 @@ public:
     [[nodiscard]] short setDictionaryLong(GSString const& key, long value);
     [[nodiscard]] short setDictionaryBuffer(GSString const& key, GSDynaArray<unsigned char> const& value);
     // False without options. Mode 1: the options hold a non-empty buffer under GSFileDataKey (the
-    // content is in memory). Mode 0: the spec asks for a save to memory: GSFileSaveToMemoryKey is
+    // content is in memory). Mode 0: the file spec asks for a save to memory: GSFileSaveToMemoryKey is
     // non-zero, its default 1 with a non-empty GSFileDataIDKey string, else 0. Mode 2: either.
     bool isMemoryFileSpec(short mode) const;
     bool shouldSaveToBuffer() const { return isMemoryFileSpec(0); }
@@ -258,7 +258,7 @@ public:
     [[nodiscard]] short setFileType(unsigned int) { return 0; }
     unsigned int getFileType() const { return 0; }
     bool hasFileType(unsigned int type) const { return type == getFileType(); }
-    // Gives the spec the first extension of `list` unless it has that extension already.
+    // Gives the file spec the first extension of `list` unless it has that extension already.
     [[nodiscard]] short setFileTypeAndExtender(GSString const& list);
     void adjustExtenderToFileType() {}
     void adjustFileTypeToExtender() {}

@@ -1,4 +1,4 @@
-// GSFileSpecObject: a file specification as a dictionary value. Record 1 holds the spec's path in
+// GSFileSpecObject: a file specification as a dictionary value. Record 1 holds the file spec's path in
 // GSString's file form; an empty path stands for no file (a default GSFileSpec). A path read back is
 // made absolute against the current folder, as GSFileSpec(GSString const&) does with any path.
 // Layout and reading rules: GSValueObject.h.

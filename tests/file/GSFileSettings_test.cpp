@@ -54,7 +54,7 @@ constexpr int kNoKey = -1;
 } // namespace
 
 // The safe-save guarantees, with the safety mode given only by the target spec's options: the file
-// starts from another mode, so a mode not taken from the spec shows.
+// starts from another mode, so a mode not taken from the file spec shows.
 TEST(GSFileSettings, ASaveFollowsTheSafetyModeOfTheTargetSpec)
 {
     struct Case {
