@@ -115,7 +115,7 @@ short GSFileSearch::createFileSpecFromFindData(void* found, GSFileSpec* result)
 
 void GSFileSearch::startRecursiveSearch(GSFileSpec const& folder)
 {
-    // A spec inside the folder: its own name appended, as descending keeps the filename.
+    // A file spec inside the folder: its own name appended, as descending keeps the filename.
     GSFileSpec inside(folder);
     if (inside.addDirectory(folder.getFilename(), 0, 0) != 0)
         return;

@@ -1,4 +1,4 @@
-// GSFileSpec: the item a spec names (state, links, removing, renaming, copying, exchanging),
+// GSFileSpec: the item a file spec names (state, links, removing, renaming, copying, exchanging),
 // temporary and backup names, and the numbered messages. Every file-system call goes through the
 // GSURL* functions, or for the two jobs they do not cover (creating a file exclusively, copying
 // permission bits) through the platform layer.

@@ -26,7 +26,7 @@ Domain domainOf(int domain)
     }
 }
 
-// The URL of the placeholder entry "a" inside the folder: a spec of a folder names an entry in it.
+// The URL of the placeholder entry "a" inside the folder: a file spec of a folder names an entry in it.
 void* placeholderIn(std::string const& folder)
 {
     if (folder.empty())

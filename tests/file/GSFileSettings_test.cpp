@@ -1,4 +1,4 @@
-// Saves configured through settings dictionaries: the keys that a spec's options and a file's own
+// Saves configured through settings dictionaries: the keys that a file spec's options and a file's own
 // dictionary carry, and what the file does with them.
 #include "gs/file/GSFile.h"
 #include "gs/file/GSFileKeys.h"
@@ -58,8 +58,8 @@ constexpr int kNoKey = -1;
 TEST(GSFileSettings, ASaveFollowsTheSafetyModeOfTheTargetSpec)
 {
     struct Case {
-        int key;        // GSFileSafetyModeKey in the spec, or kNoKey
-        int startMode;  // the file's mode before the spec is given
+        int key;        // GSFileSafetyModeKey in the file spec, or kNoKey
+        int startMode;  // the file's mode before the file spec is given
         int mode;       // the mode in force
         bool throughTemporary;
         bool backup;
@@ -142,7 +142,7 @@ TEST(GSFileSettings, ASpecWithDataIsReadFromMemoryAndNamedByItsDataName)
     GSFile file(spec, 0);
     ASSERT_EQ(file.open(), 0);
     EXPECT_EQ(readAll(&file), "in memory");
-    EXPECT_EQ(str(file.getDisplayName()), "doc.qmd"); // no data name: the spec's file name
+    EXPECT_EQ(str(file.getDisplayName()), "doc.qmd"); // no data name: the file spec's file name
     EXPECT_EQ(str(file.getExtender()), ".qmd");
     EXPECT_EQ(str(file.getAccessMode()), "rb");
     EXPECT_EQ(file.getState(), 1);
@@ -153,7 +153,7 @@ TEST(GSFileSettings, ASpecWithDataIsReadFromMemoryAndNamedByItsDataName)
     ASSERT_EQ(file.init(spec, 0), 0);
     EXPECT_EQ(str(file.getDisplayName()), "Scan 7");
 
-    // The same file given a spec without data (or with an empty buffer) reads the disk again.
+    // The same file given a file spec without data (or with an empty buffer) reads the disk again.
     for (bool emptyBuffer : {false, true}) {
         GSFileSpec plain = specFor(path);
         if (emptyBuffer) {

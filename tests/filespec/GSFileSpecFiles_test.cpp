@@ -132,7 +132,7 @@ TEST(GSFileSpecBackupName, TildeNamesWhenAllStandardNamesAreTaken)
 }
 
 // The GSURL tests cover how items are examined, removed and moved; these cover what a file spec
-// adds: which way the old content goes in an exchange, the name the spec takes after a rename,
+// adds: which way the old content goes in an exchange, the name the file spec takes after a rename,
 // and specs without a URL.
 TEST(GSFileSpecItem, ExchangeStateRemoveAndRename)
 {
@@ -221,7 +221,7 @@ TEST(GSFileSpecItem, QueriesOnFilesFoldersAndLinks)
     EXPECT_FALSE(specFor(dir / "five").isLink(&target, 0, &isFolder));
     EXPECT_FALSE(GSFileSpec().isLink(&target, 0, &isFolder));
 
-    // Entries of the spec's folder; links are counted, never entered.
+    // Entries of the file spec's folder; links are counted, never entered.
     EXPECT_EQ(specFor(dir / "a").countFiles(0), 4);
     EXPECT_EQ(specFor(dir / "a").countFiles(1), 7);
     EXPECT_EQ(specFor(dir / "folder/a").countFiles(1), 3);

@@ -95,7 +95,7 @@ TEST(GSFileSpecNames, ChangingTheNameKeepsTheFolder)
     EXPECT_EQ(str(none.getFilename()), "n.txt");
     EXPECT_FALSE(none.isValid());
 
-    // Setting a spec anew drops both caches.
+    // Setting a file spec anew drops both caches.
     ASSERT_EQ(s.localSetPathname(GSString((kNone + "/elsewhere/n.txt").c_str())), 0);
     EXPECT_EQ(str(s.getPathname(0)), kNone + "/elsewhere/");
     ASSERT_EQ(s.setNSURL(spec(kNone + "/x/other.jpg").getNSURL()), 0);
@@ -180,7 +180,7 @@ TEST(GSFileSpecChains, DescendantsSiblingsAndReRooting)
     EXPECT_TRUE(deep.isDescendantOfDirectory(folder, 0));
     EXPECT_TRUE(deep.isDescendantOfDirectory(folder, 1));
     EXPECT_TRUE(direct.isDescendantOfDirectory(folder, 1));
-    EXPECT_FALSE(direct.isDescendantOfDirectory(folder, 0)); // the spec itself only with includeDirect
+    EXPECT_FALSE(direct.isDescendantOfDirectory(folder, 0)); // the file spec itself only with includeDirect
     EXPECT_FALSE(spec(kNone + "/q/f.txt").isDescendantOfDirectory(folder, 1));
     EXPECT_FALSE(deep.isDescendantOfDirectory(GSFileSpec(), 1));
     EXPECT_TRUE(direct.hasSameParent(folder));
@@ -211,7 +211,7 @@ TEST(GSFileSpecChains, DescendantsSiblingsAndReRooting)
     EXPECT_FALSE(nowhere.replaceAncestorDirectory(oldAncestor, GSFileSpec()));
     EXPECT_EQ(full(nowhere), kNone + "/r/s/f.txt");
 
-    // A descent that meets a file in the new place fails and leaves the spec as it was.
+    // A descent that meets a file in the new place fails and leaves the file spec as it was.
     ScratchFolder dir;
     dir.write("t", "a file where a folder should be");
     GSFileSpec blocked = spec(kNone + "/r/s/t/u/f.txt");
@@ -244,7 +244,7 @@ TEST(GSFileSpecChains, DescendingIntoSubFolders)
     EXPECT_TRUE(fs::is_directory(dir / "made"));
     EXPECT_FALSE(fs::exists(dir / "new"));
 
-    // A folder that cannot be made empties the spec.
+    // A folder that cannot be made empties the file spec.
     GSFileSpec inFile = spec(dir / "file/f.txt");
     EXPECT_NE(inFile.addDirectory(GSString("sub"), 1, 0), 0);
     EXPECT_FALSE(inFile.isValid());
@@ -264,7 +264,7 @@ TEST(GSFileSpecChains, DescendingIntoSubFolders)
     }
 }
 
-// A spec in a document is its full path; a hostile document gets no further than its string.
+// A file spec in a document is its full path; a hostile document gets no further than its string.
 TEST(GSFileSpecFileForm, WrittenAsThePathAndReadBack)
 {
     // Also a name whose bytes are not UTF-8: it must come back as the same bytes.
@@ -283,7 +283,7 @@ TEST(GSFileSpecFileForm, WrittenAsThePathAndReadBack)
         EXPECT_EQ(full(back), full(original));
     }
 
-    // A string that claims more bytes than the file holds: a failed read, the spec untouched.
+    // A string that claims more bytes than the file holds: a failed read, the file spec untouched.
     unsigned char const claim[] = {0xFF, 0x9B, 0x7F, 0xFF, 0xFF, 0xFF, '/', 'x'};
     GSFile hostile(-100, 0);
     ASSERT_EQ(hostile.write(claim, sizeof claim), 0);
